@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+
+#include <vxgrid/host/export.h>
+
+namespace VXHost {
+class vxostream;
+}
+
+namespace VXCore {
+
+/// Levels of a report, from the least to the most important.
+enum class VXErrorLevel { Debug, Verbose, Info, Warning, Error };
+
+/// The one place where the library reports. Messages are printf-style, one line each: "Warning: text",
+/// "Error: text", "Verbose: text", "Debug: text"; an Info line is the text alone. Every call returns, an
+/// Error too: the caller sees the failure in the result. Safe from any thread.
+class VXGRID_API VXErrorHandler {
+ public:
+  void Debug(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  void Verbose(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  void Info(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  void Warning(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  void Error(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  void Info(const std::string& text);
+  void Warning(const std::string& text);
+  void Error(const std::string& text);
+
+  /// Hides what lies below the level; Info at the start.
+  void SetLevel(VXErrorLevel level);
+  VXErrorLevel GetLevel() const;
+
+  /// Sends the lines to a stream, which must outlive its use here.
+  void SetOutput(VXHost::vxostream& out);
+  /// Back to VXHost::vxerr.
+  void ResetOutput();
+};
+
+VXGRID_API extern VXErrorHandler VXThrow;
+
+}  // namespace VXCore
