@@ -80,9 +80,9 @@ void VXBaseImpl::ReplaceData(std::unique_ptr<VXBaseData> data) {
 }
 
 void VXBaseImpl::DeleteData(unsigned int tag) {
-  data_.erase(std::remove_if(data_.begin(), data_.end(),
-                             [tag](const auto& data) { return data->GetTag() == tag; }),
-              data_.end());
+  data_.erase(
+      std::remove_if(data_.begin(), data_.end(), [tag](const auto& data) { return data->GetTag() == tag; }),
+      data_.end());
 }
 
 bool VXBaseImpl::CheckTypeWarning(const VXBaseData& data, const std::type_info& wanted) {

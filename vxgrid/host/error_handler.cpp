@@ -44,12 +44,12 @@ void put_line(VXErrorLevel level, const char* format, va_list args) {
 
 }  // namespace
 
-#define VX_REPORT(LEVEL)                                  \
-  void VXErrorHandler::LEVEL(const char* format, ...) {   \
-    va_list args;                                         \
-    va_start(args, format);                               \
-    put_line(VXErrorLevel::LEVEL, format, args);          \
-    va_end(args);                                         \
+#define VX_REPORT(LEVEL)                                \
+  void VXErrorHandler::LEVEL(const char* format, ...) { \
+    va_list args;                                       \
+    va_start(args, format);                             \
+    put_line(VXErrorLevel::LEVEL, format, args);        \
+    va_end(args);                                       \
   }
 VX_REPORT(Debug)
 VX_REPORT(Verbose)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <type_traits>
 #include <utility>
 
@@ -26,7 +27,7 @@ class VXLargeArray {
 
   VXLargeArray() = default;
   VXLargeArray(std::size_t n, Fill fill)
-      : data_(static_cast<T*>(fill == Zeroed ? vxAllocateZeroed(n * sizeof(T)) : vxAllocate(n * sizeof(T)))),
+      : data_(static_cast<T*>(fill == Zeroed ? vxAllocateZeroed(Bytes(n)) : vxAllocate(Bytes(n)))),
         size_(n) {}
   VXLargeArray(VXLargeArray&& other) noexcept
       : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0)) {}
@@ -48,6 +49,8 @@ class VXLargeArray {
   const T* end() const { return data_ + size_; }
 
  private:
+  static std::size_t Bytes(std::size_t n) { return n <= SIZE_MAX / sizeof(T) ? n * sizeof(T) : SIZE_MAX; }
+
   T* data_ = nullptr;
   std::size_t size_ = 0;
 };

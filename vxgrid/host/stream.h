@@ -28,28 +28,30 @@ class VXGRID_API vxistream {
 
   /// One line without its line end (\n or \r\n). False when no byte was left.
   bool getline(std::string& line);
-  /// The same into an array of n bytes: at most n - 1 characters and a terminating 0; the rest of a longer
-  /// line stays for the next call.
+  /// The same into an array of n bytes: at most n - 1 characters (a \r before the line end counts) and a
+  /// terminating 0; the rest of a longer line stays for the next call.
   bool getline(char* line, unsigned long n);
 
   /// The next byte, or -1 at the end; peekbyte leaves it there.
   int getbyte();
   int peekbyte();
 
-  /// Opens a file, .gz or not: compressed content is recognised by its first bytes.
+  /// Opens a file, .gz or not: compressed content is recognised by its first bytes. What cannot seek (a pipe,
+  /// standard input) is read to its end first. False for a folder and for what cannot be read.
   bool open(const char* name);
   bool open(const std::string& name);
   void close();
 
   /// True when no byte is left. An empty file is at its end as soon as it is open.
-  bool eof() const;
+  bool eof() const { return !const_cast<vxistream*>(this)->refill(); }
   /// Open and not at its end.
   explicit operator bool() const { return !eof(); }
 
-  /// Fetches the next part of the input into the empty buffer; false at the end.
+  /// Fetches the next part of the input when the buffer is empty; false at the end.
   bool refill();
 
-  /// Goes to a byte counted from the start of the (uncompressed) content; false beyond its end.
+  /// Goes to a byte counted from the start of the (uncompressed) content; false beyond its end, where the
+  /// stream then stands. Going back in a .gz file starts it anew.
   bool seek(unsigned long long position);
   unsigned long long tell() const;
 
@@ -61,6 +63,8 @@ class VXGRID_API vxistream {
   void set_source(std::unique_ptr<InputSource> source);
 
  private:
+  void empty_buffer(unsigned long long position);
+
   static constexpr unsigned long kBufferSize = 65536;
 
   std::unique_ptr<InputSource> source_;
@@ -69,7 +73,6 @@ class VXGRID_API vxistream {
   const unsigned char* begin_ = nullptr;  // what the buffer holds
   const unsigned char* end_ = nullptr;
   unsigned long long end_position_ = 0;  // of end_, in the content
-  bool at_end_ = true;
 };
 
 /// Input from a file.
@@ -101,7 +104,7 @@ class VXGRID_API vxostream {
 
   vxostream& write(const char* bytes, unsigned long n);
   vxostream& write(const unsigned char* bytes, unsigned long n);
-  vxostream& operator<<(const char* text);
+  vxostream& operator<<(const char* text);  ///< nothing for null
   vxostream& operator<<(const std::string& text);
   vxostream& operator<<(vxostream& (*manipulator)(vxostream&)) { return manipulator(*this); }
 
@@ -140,7 +143,8 @@ class VXGRID_API vxosstream : public vxostream {
 /// Writes one line end, "\n".
 VXGRID_API vxostream& vxendl(vxostream& out);
 
-/// Standard output and standard error.
+/// Standard output and standard error, shared with stdio. They serve from the first static initialiser to the
+/// last destructor.
 VXGRID_API extern vxostream& vxout;
 VXGRID_API extern vxostream& vxerr;
 

@@ -1,0 +1,124 @@
+#include <vxgrid/host/base.h>
+
+#include <cmath>
+#include <limits>
+
+#include <vxgrid/host/bit_vector.h>
+#include <vxgrid/host/half_float.h>
+#include <vxgrid/host/large_array.h>
+#include <vxgrid/host/platform.h>
+
+#include "support/support.h"
+
+using namespace VXCore;
+using testing::HasSubstr;
+
+TEST(Base, AttributesByTagAndName) {
+  VXBase a;
+  EXPECT_EQ(VXGetTag("base test"), VXGetTag(std::string("base test")));
+  EXPECT_EQ(VXGetTag(VXGetTag("base test")), "base test");
+  EXPECT_FALSE(a.HasData("n"));
+  EXPECT_EQ(a.GetData<float>("n"), 0.0f);
+  EXPECT_EQ(a.GetBaseImpl(), nullptr);
+
+  EXPECT_TRUE(a.SetData<bool>("n", true));
+  CapturedLog log;
+  EXPECT_FALSE(a.SetData<float>("n", 2.0f));
+  EXPECT_EQ(a.GetData<float>("n"), 0.0f);
+  EXPECT_THAT(log.text(), HasSubstr("Attribute \"n\" holds another type"));
+  EXPECT_TRUE(a.GetData<bool>("n"));
+
+  a.AddData<bool>("n", false);
+  a.SetData<std::string>("title", "kept");
+  VXBase b(a), c;
+  c.SetData<int>("own", 7);
+  c.SetData<std::string>("title", "replaced");
+  VXCopyBaseData(c, a);
+  EXPECT_EQ(c.GetData<int>("own"), 7);
+  EXPECT_EQ(c.GetData<std::string>("title"), "kept");
+  c = a;
+  EXPECT_FALSE(c.HasData("own"));
+  a.DeleteData("n");
+  EXPECT_FALSE(a.HasData("n"));
+  EXPECT_EQ(b.GetBaseImpl()->GetAll().size(), 3u);
+  b.Clear();
+  EXPECT_FALSE(b.HasData("title"));
+}
+
+TEST(LargeArray, ZeroedAlignedAndBounded) {
+  using VXHost::VXLargeArray;
+  for (const std::size_t n :
+       {std::size_t{0}, std::size_t{3}, std::size_t{1} << 20, (std::size_t{5} << 20) + 1}) {
+    VXLargeArray<float> a(n, VXLargeArray<float>::Zeroed);
+    EXPECT_EQ(a.size(), n);
+    for (const float value : a) ASSERT_EQ(value, 0.0f);
+    if (n) a[n - 1] = 1;
+    VXLargeArray<float> b(std::move(a));
+    EXPECT_EQ(a.size(), 0u);
+    EXPECT_TRUE(n == 0 || b[n - 1] == 1.0f);
+#ifndef VXGRID_SANITIZED
+    EXPECT_TRUE(n < 1000000 || reinterpret_cast<std::uintptr_t>(b.data()) % (2u << 20) == 0);
+#endif
+  }
+#ifndef VXGRID_SANITIZED
+  EXPECT_THROW(VXLargeArray<double>(~std::size_t{0} / 4, VXLargeArray<double>::Zeroed), std::bad_alloc);
+#endif
+}
+
+TEST(HalfFloat, EveryValueAndTheRoundingBetween) {
+  using VXHost::VXHalfFloat;
+  for (unsigned int bits = 0; bits < 0x10000; ++bits) {
+    const VXHalfFloat half = VXHalfFloat::FromBits(static_cast<std::uint16_t>(bits));
+    const int exponent = bits >> 10 & 31, fraction = bits & 1023;
+    if (exponent == 31 && fraction) {
+      EXPECT_TRUE(std::isnan(float(half)));
+      EXPECT_TRUE(std::isnan(float(VXHalfFloat(float(half)))));
+      continue;
+    }
+    const double magnitude = exponent == 31  ? HUGE_VAL
+                             : exponent == 0 ? std::ldexp(fraction, -24)
+                                             : std::ldexp(1024 + fraction, exponent - 25);
+    ASSERT_EQ(float(half), bits & 0x8000 ? -magnitude : magnitude);
+    ASSERT_EQ(VXHalfFloat(float(half)).GetBits(), bits);
+    if (exponent == 31 || (bits & 0x8000)) continue;
+    // The middle to the next value goes to the even one, a little more or less to the nearer one. The value
+    // after the largest would be 65536.
+    const double next = exponent == 30 && fraction == 1023
+                            ? 65536
+                            : float(VXHalfFloat::FromBits(static_cast<std::uint16_t>(bits + 1)));
+    const auto middle = static_cast<float>((magnitude + next) / 2);
+    ASSERT_EQ(VXHalfFloat(middle).GetBits(), bits + (bits & 1));
+    ASSERT_EQ(VXHalfFloat(std::nextafter(middle, 0.0f)).GetBits(), bits);
+    ASSERT_EQ(VXHalfFloat(std::nextafter(middle, 1e9f)).GetBits(), bits + 1);
+  }
+  EXPECT_EQ(VXHalfFloat(3e38f).GetBits(), 0x7c00);
+}
+
+TEST(BitVector, GrowsOnDemand) {
+  VXBitVector bits;
+  EXPECT_FALSE(bits[1000]);
+  for (const unsigned int i : {3u, 63u, 64u, 200u, 1000u}) bits.SetBitOn(i);
+  EXPECT_EQ(bits.GetSize(), 1001u);
+  EXPECT_EQ(bits.CountBits(), 5u);
+  std::vector<int> found;
+  for (int i = bits.NextBit(0); i >= 0; i = bits.NextBit(i + 1)) found.push_back(i);
+  EXPECT_THAT(found, testing::ElementsAre(3, 63, 64, 200, 1000));
+  bits.Resize(64);
+  bits.Resize(66);
+  EXPECT_EQ(bits.CountBits(), 2u);
+  VXBitVector same(10000);
+  same.SetBitOn(3), same.SetBitOn(63);
+  EXPECT_EQ(bits, same);
+  bits.SetBitOff(3);
+  EXPECT_NE(bits, same);
+  CapturedLog log;
+  bits.SetBitOn(2147483647u);
+  EXPECT_EQ(bits.GetSize(), 66u);
+  EXPECT_EQ(log.text(), "Error: Max size for an VXBitVector is INT_MAX\n");
+}
+
+TEST(Platform, NaNByItsBits) {
+  EXPECT_TRUE(VXHost::VXIsNaN(std::nanf("1")) && VXHost::VXIsNaN(-std::nan("1")));
+  for (const float value : {0.0f, -1.0f, HUGE_VALF, std::numeric_limits<float>::denorm_min()})
+    EXPECT_FALSE(VXHost::VXIsNaN(value) || VXHost::VXIsNaN(double(value)));
+}
