@@ -22,7 +22,8 @@ CapturedLog::~CapturedLog() {
 std::string real_data(const std::string& name) {
   const char* folder = std::getenv("VXGRID_TEST_DATA");
   const std::filesystem::path path =
-      (folder ? std::filesystem::path(folder) : std::filesystem::path(VXGRID_SOURCE_DIR) / ".." / "shared" / "data") /
+      (folder ? std::filesystem::path(folder)
+              : std::filesystem::path(VXGRID_SOURCE_DIR) / ".." / "shared" / "data") /
       name;
   return std::filesystem::exists(path) ? path.string() : std::string();
 }

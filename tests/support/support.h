@@ -21,9 +21,9 @@ class CapturedLog {
 /// their folder; without it ../shared/data beside the source tree is tried. Use SKIP_WITHOUT_DATA first.
 std::string real_data(const std::string& name);
 
-#define SKIP_WITHOUT_DATA(name)                                                             \
-  do {                                                                                      \
-    if (real_data(name).empty())                                                            \
+#define SKIP_WITHOUT_DATA(name)                                                                  \
+  do {                                                                                           \
+    if (real_data(name).empty())                                                                 \
       GTEST_SKIP() << "skipped: real data file " << (name) << " is not here (VXGRID_TEST_DATA)"; \
   } while (false)
 
