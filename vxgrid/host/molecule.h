@@ -119,6 +119,8 @@ class VXGRID_API VXBondBase : public VXBase {
   const void* GetDataType() const override;
   bool IsDataType(const void* type) const override;
 
+  /// Stays while other bonds go, as that of an atom does.
+  unsigned int GetIdx() const { return idx_; }
   VXAtomBase* GetBgn() const;
   VXAtomBase* GetEnd() const;
   unsigned int GetOrder() const { return order_; }
@@ -129,6 +131,7 @@ class VXGRID_API VXBondBase : public VXBase {
   VXBondBase() = default;
 
   MolData* owner_ = nullptr;
+  unsigned int idx_ = 0;
   unsigned int order_ = 1;
   unsigned int ends_[2] = {0, 0};      // indices of the begin and the end atom
   unsigned int next_[2] = {~0u, ~0u};  // next bond of the begin and of the end atom
@@ -200,6 +203,9 @@ class VXGRID_API VXMolBase : public VXBase {
   VXMolBase(const VXMolBase& other, bool conformers);
 
  private:
+  friend VXGRID_API bool VXSubsetMol(VXMolBase& dst, const VXMolBase& src,
+                                     const VXUnaryPredicate<VXAtomBase>& condition);
+
   std::unique_ptr<MolData> data_;
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -37,6 +38,8 @@ class VXGRID_API VXResidue {
 
   /// Compares the identity fields in `mask`, a sum of VXResidueField.
   bool IsSame(const VXResidue& other, unsigned int mask) const;
+  /// Of the identity fields.
+  std::size_t Hash() const;
 
  private:
   struct ShortText {
