@@ -1,0 +1,112 @@
+#include <vxgrid/xtal/unit_cell.h>
+
+#include <cmath>
+#include <limits>
+
+#include <support/support.h>
+
+using namespace VXCore::VXXtal;
+
+namespace {
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInf = std::numeric_limits<float>::infinity();
+
+double dot(const float* p, const float* q) {
+  return static_cast<double>(p[0]) * q[0] + static_cast<double>(p[1]) * q[1] +
+         static_cast<double>(p[2]) * q[2];
+}
+
+// The rows of frac2cart are the edges: their lengths, their angles and their box product are known, a lies
+// along x and b in the xy plane.
+TEST(UnitCell, MatricesHaveTheCellsGeometry) {
+  const float cells[][6] = {{10, 20, 30, 90, 90, 90},
+                            {71.45f, 71.45f, 104.204f, 90, 90, 120},
+                            {63.1f, 50.17f, 111.07f, 90, 96.19f, 90},
+                            {4.87f, 10.06f, 30.66f, 94.85f, 90.264f, 99.988f},
+                            {11, 23, 37, 50, 75, 62},
+                            {300, 2, 40, 130, 101, 80}};
+  for (const float* six : cells) {
+    SCOPED_TRACE(testing::PrintToString(std::vector<float>(six, six + 6)));
+    const VXUnitCell cell(six);
+    const float* f = cell.Frac2Cart();
+    const float *a = f, *b = f + 4, *c = f + 8;
+    const auto angle = [](const float* p, const float* q) {
+      return std::acos(dot(p, q) / std::sqrt(dot(p, p) * dot(q, q))) * 180 / M_PI;
+    };
+    for (int i = 0; i < 3; ++i) EXPECT_NEAR(std::sqrt(dot(f + 4 * i, f + 4 * i)) / six[i], 1, 2e-7);
+    EXPECT_NEAR(angle(b, c), six[3], 2e-4);
+    EXPECT_NEAR(angle(a, c), six[4], 2e-4);
+    EXPECT_NEAR(angle(a, b), six[5], 2e-4);
+    EXPECT_TRUE(a[1] == 0 && a[2] == 0 && b[2] == 0 && c[2] > 0);
+    EXPECT_NEAR(cell.GetVolume() / (static_cast<double>(a[0]) * b[1] * c[2]), 1, 3e-7);
+
+    // cart2frac is the inverse, both ways round; in units of the edges, as those differ by up to 150.
+    float product[16];
+    matmul(product, cell.cart2frac, cell.frac2cart);
+    for (int i = 0; i < 16; ++i) EXPECT_NEAR(product[i], i % 5 == 0, 2e-6) << i;
+    matmul(product, cell.frac2cart, cell.cart2frac);
+    for (int i = 0; i < 12; ++i)
+      EXPECT_NEAR(product[i] * six[i / 4] / six[std::min(i % 4, 2)], i % 5 == 0, 2e-4) << i;
+  }
+}
+
+TEST(UnitCell, RightAnglesKeepTheirRounding) {
+  const VXUnitCell cell(10, 20, 30, 90, 90, 90);
+  EXPECT_EQ(cell.GetVolume(), 6000.0f);
+  EXPECT_NE(cell.frac2cart[4], 0.0f) << "cos(90 degrees) in double, which nothing clears";
+  EXPECT_LT(std::fabs(cell.frac2cart[4]), 1e-12f);
+}
+
+TEST(UnitCell, InvalidCells) {
+  const float rows[][6] = {{10, 10, 10, 90, 90, 180}, {-1, 10, 10, 90, 90, 90}, {10, 0, 10, 90, 90, 90},
+                           {10, 10, 10, 0, 90, 90},   {10, 10, 10, 90, -5, 90}, {0, 0, 0, 0, 0, 0}};
+  for (const float* six : rows) {
+    const VXUnitCell cell(six);
+    EXPECT_FALSE(cell.isValid());
+    EXPECT_TRUE(std::all_of(cell.frac2cart, cell.frac2cart + 16, [](float v) { return v == 0; }));
+    EXPECT_TRUE(std::all_of(cell.cart2frac, cell.cart2frac + 16, [](float v) { return v == 0; }));
+    EXPECT_TRUE(cell.equalsCell(VXUnitCell(), 0)) << "all invalid cells are equal";
+    EXPECT_FALSE(cell.equalsCell(VXUnitCell(10, 10, 10, 90, 90, 90), 1e6f));
+  }
+  EXPECT_TRUE(VXUnitCell(kNaN, 10, 10, 90, 90, 90).isValid()) << "not-a-number is not rejected";
+  EXPECT_TRUE(std::isnan(VXUnitCell(10, 10, 10, 90, kNaN, 90).GetVolume()));
+  EXPECT_TRUE(std::isnan(VXUnitCell(10, 10, 10, 20, 20, 90).GetVolume())) << "angles that close no cell";
+}
+
+TEST(UnitCell, EqualsCellHasOneToleranceForAll) {
+  const VXUnitCell cell(10, 20, 30, 80, 85, 95);
+  for (int i = 0; i < 6; ++i) {
+    float six[] = {10, 20, 30, 80, 85, 95};
+    six[i] += 0.25f;
+    EXPECT_TRUE(cell.equalsCell(VXUnitCell(six), 0.25f));
+    EXPECT_FALSE(cell.equalsCell(VXUnitCell(six), 0.2f));
+  }
+  EXPECT_TRUE(cell.equalsCell(VXUnitCell(10, 20, 30, 80, 85, -95), 200)) << "an invalid other goes by number";
+}
+
+TEST(UnitCell, ProductsApplyTheSecondFactorFirst) {
+  const float turn[16] = {0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};  // x to y
+  const float shift[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 0, 0, 1};  // along x
+  float product[16], p[3] = {1, 0, 0};
+  matmul(product, shift, turn);
+  transform_coord(product, p);
+  EXPECT_THAT(p, testing::ElementsAre(5, 1, 0));
+  float out[16];
+  std::copy(shift, shift + 16, out);
+  matmul(out, out, turn);
+  EXPECT_TRUE(std::equal(out, out + 16, product)) << "the result in place of the first factor";
+  std::copy(turn, turn + 16, out);
+  matmul(out, shift, out);
+  EXPECT_TRUE(std::equal(out, out + 16, product)) << "and of the second";
+}
+
+TEST(UnitCell, FractionsWrapIntoTheCell) {
+  const float rows[][2] = {{-1, 0},         {-0.25f, 0.75f}, {0, 0},      {1, 0},    {2.5f, 0.5f},
+                           {-3.75f, 0.25f}, {-1e-12f, 0},    {-1e30f, 0}, {1e30f, 0}};
+  for (const auto& row : rows) EXPECT_EQ(wrap_fraction(row[0]), row[1]) << row[0];
+  EXPECT_TRUE(std::isnan(wrap_fraction(kInf)) && std::isnan(wrap_fraction(-kInf)) &&
+              std::isnan(wrap_fraction(kNaN)));
+}
+
+}  // namespace
