@@ -14,9 +14,9 @@ class VXMCMolBase;
 
 namespace VXXtal {
 
-/// Attributes of a crystal on a molecule: six floats of the cell, the group's number (unsigned) and name
-/// (string), a flag per operator (std::vector<bool>), and the reference point of the images. Arrays are
-/// std::vector<float>.
+/// Tags of the attributes that carry a crystal: the cell (std::array<float, 6>), the group's number (unsigned
+/// int) and name (std::string), a flag per operator (std::vector<bool>), and the reference point of images
+/// (std::array<float, 3>).
 VXGRID_API unsigned int VXSymmCellTag();     ///< "VX_unit_cell"
 VXGRID_API unsigned int VXSymmSGTag();       ///< "VX_spacegroup"
 VXGRID_API unsigned int VXSymmSGNameTag();   ///< "VX_spacegroup_name"
@@ -44,8 +44,8 @@ class VXGRID_API VXXtalSymmetry {
  public:
   /// No images.
   VXXtalSymmetry();
-  /// The images whose box, or whose box corners, come within `radius` of `center` (Angstrom). False in
-  /// IsValid(), with one Warning, when the cell is so small that millions of images would have to be tried.
+  /// The images whose box comes within `radius` of `center` (Angstrom), by lattice translation and operator.
+  /// None, with one Warning, when the cell is so small that millions of images would have to be tried.
   VXXtalSymmetry(const VXMolBase& mol, float* center, float radius);
   /// One image per enabled operator, its reference point moved into the home cell. The flags are not used.
   VXXtalSymmetry(const VXMolBase& mol, bool, bool);
@@ -64,9 +64,11 @@ class VXGRID_API VXXtalSymmetry {
   bool Realize(const VXMolBase& mol, VXMCMolBase& mcmol) const;
 
   /// The images as atoms, added to `mol` or, with `copy`, to a new copy of it, which the caller owns. The
-  /// molecule's own atoms stay, so the identity image is a further copy of them. Every image adds atoms,
-  /// whatever `op` is: an index only says which image's coordinates are worked out, ~0u those of all. The
-  /// residues of added atoms carry the number of their image from 1. Null without images or atoms.
+  /// molecule's own atoms stay, so the identity image is a further copy of them. `op` is the index of the one
+  /// image whose coordinates are worked out, or ~0u for all of them; every image adds atoms in either case,
+  /// an index only leaves them where the last worked-out image was. The residues of added atoms carry the
+  /// number of their image, from 1. Null without images or atoms, and with one Warning for more than 2^25 new
+  /// atoms.
   VXMolBase* Realize(VXMolBase& mol, bool copy, unsigned int op) const;
 
   static bool GetSymmetry(const VXMolBase& mol, VXSymmetry& symmetry);
@@ -82,6 +84,7 @@ class VXGRID_API VXXtalSymmetry {
   static unsigned int CenterOfMassTag();  ///< "VX_symm_com"
 
  private:
+  void store(const float* matrix, bool is_identity, unsigned int op);
   bool init(const VXMolBase& mol, const float* center, float radius);
   bool init(const VXMolBase& mol, int i, int j, int k);
 
