@@ -194,15 +194,20 @@ bool VXHasCrystalSymmetryImpl(const VXMolBase& mol) {
   return !std::equal(six, six + 6, kDummyCell);
 }
 
-bool VXExpandCrystalSymmetryImpl(VXMolBase& mol, float radius, float* center) {
+bool VXFindCrystalImages(VXMolBase& mol, float radius, float* center, VXXtal::VXXtalSymmetry& images) {
   if (!VXHasCrystalSymmetryImpl(mol) || !VXXtal::VXSetXtalSymmetryFromPDBData(mol)) return false;
   float middle[3] = {}, extents[3];
   if (!center) {
     VXGetCenterAndExtents(mol, middle, extents);
     center = middle;
   }
-  const VXXtal::VXXtalSymmetry images(mol, center, radius);
-  return images.NumOps() > 0 && images.Realize(mol, false, ~0u) != nullptr;
+  images = VXXtal::VXXtalSymmetry(mol, center, radius);
+  return images.NumOps() > 0;
+}
+
+bool VXExpandCrystalSymmetryImpl(VXMolBase& mol, float radius, float* center) {
+  VXXtal::VXXtalSymmetry images;
+  return VXFindCrystalImages(mol, radius, center, images) && images.Realize(mol, false, ~0u) != nullptr;
 }
 
 }  // namespace VXCore

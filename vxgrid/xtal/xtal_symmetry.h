@@ -99,8 +99,11 @@ class VXGRID_API VXXtalSymmetry {
 /// Whether the molecule has usable symmetry: its attributes, or a CRYST1 record that is not the PDB's dummy
 /// cell (edges of 1, right angles).
 VXGRID_API bool VXHasCrystalSymmetryImpl(const VXMolBase& mol);
-/// Adds the images within `radius` of `center` (the molecule's centre when null) to the molecule, by its
-/// CRYST1 record. False without symmetry or images.
+/// The images within `radius` of `center` (the molecule's centre when null), by the molecule's CRYST1 record,
+/// whose symmetry becomes the molecule's attributes. False without symmetry or images.
+VXGRID_API bool VXFindCrystalImages(VXMolBase& mol, float radius, float* center,
+                                    VXXtal::VXXtalSymmetry& images);
+/// Adds those images to the molecule.
 VXGRID_API bool VXExpandCrystalSymmetryImpl(VXMolBase& mol, float radius, float* center);
 
 }  // namespace VXCore
