@@ -92,6 +92,8 @@ class VXGRID_API VXBase {
   VXBase() = default;
   VXBase(const VXBase& other);
   VXBase& operator=(const VXBase& other);
+  VXBase(VXBase&&) noexcept = default;
+  VXBase& operator=(VXBase&&) noexcept = default;
   virtual ~VXBase();
 
   /// Removes all attributes.
