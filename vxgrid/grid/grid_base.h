@@ -93,40 +93,53 @@ class VXGRID_API VXGridBase : public VXGridAbstractBase {
 
   /// The nearest sample of a coordinate; half-way between two it is the upper one. Coordinates outside the
   /// lattice, infinite ones too, give the first or the last sample, and not-a-number the first.
-  unsigned int GetXIdx(float x) const { return NearestIdx(x, x_mid_, x_min_, x_dim_); }
-  unsigned int GetYIdx(float y) const { return NearestIdx(y, y_mid_, y_min_, y_dim_); }
-  unsigned int GetZIdx(float z) const { return NearestIdx(z, z_mid_, z_min_, z_dim_); }
+  unsigned int GetXIdx(float x) const {
+    return NearestIdx(x, lattice_.x_mid, lattice_.x_min, lattice_.x_dim);
+  }
+  unsigned int GetYIdx(float y) const {
+    return NearestIdx(y, lattice_.y_mid, lattice_.y_min, lattice_.y_dim);
+  }
+  unsigned int GetZIdx(float z) const {
+    return NearestIdx(z, lattice_.z_mid, lattice_.z_min, lattice_.z_dim);
+  }
 
  protected:
-  VXGridBase();
+  VXGridBase() = default;
   VXGridBase(const VXGridBase&) = default;
   VXGridBase& operator=(const VXGridBase&) = default;
 
   /// Back to a default grid: attributes, title, geometry and flags; then Realloc.
   void Clear() override;
   /// Sets the whole geometry as given, for constructors, and marks midpoint and spacing as set. Does not
-  /// reallocate. Dimensions that SetDim would refuse become 1, with one Warning and false.
+  /// reallocate. Dimensions that SetDim would refuse become 1, with a Warning and false.
   bool InitGeometry(long x, long y, long z, const float* mid, float spacing);
-  /// Exchanges title, geometry and flags, but no attributes.
+  /// Makes the lattice one without samples; the owner of the values sees to them.
+  void SetEmpty();
+  /// Exchanges attributes, title and geometry.
   void SwapGeometry(VXGridBase& other) noexcept;
 
  private:
+  struct Lattice {
+    unsigned int x_dim = 1, y_dim = 1, z_dim = 1;
+    float x_mid = 0.0f, y_mid = 0.0f, z_mid = 0.0f;
+    float spacing = 1.0f;
+    float inverse_spacing = 1.0f;
+    bool x_mid_set = false, y_mid_set = false, z_mid_set = false, spacing_set = false;
+    float x_min = 0.0f, y_min = 0.0f, z_min = 0.0f;  // the first samples, for NearestIdx
+    unsigned int size = 1;
+
+    void Update();
+  };
+
   unsigned int NearestIdx(float c, float mid, float lower, unsigned int dim) const {
     if (!(c > lower)) return 0;
-    const float t = (c - mid) * inverse_spacing_ + static_cast<float>(dim) * 0.5f;
+    const float t = (c - mid) * lattice_.inverse_spacing + static_cast<float>(dim) * 0.5f;
     if (!(t > 0.0f) || dim == 0) return 0;
     return t < static_cast<float>(dim) ? static_cast<unsigned int>(t) : dim - 1;
   }
-  void UpdateBounds();
 
   std::string title_;
-  unsigned int x_dim_ = 1, y_dim_ = 1, z_dim_ = 1;
-  float x_mid_ = 0.0f, y_mid_ = 0.0f, z_mid_ = 0.0f;
-  float spacing_ = 1.0f;
-  float inverse_spacing_ = 1.0f;
-  bool x_mid_set_ = false, y_mid_set_ = false, z_mid_set_ = false, spacing_set_ = false;
-  float x_min_ = 0.0f, y_min_ = 0.0f, z_min_ = 0.0f;  // of the first samples, for NearestIdx
-  unsigned int size_ = 1;
+  Lattice lattice_;
 };
 
 /// The number of samples x * y * z, or 0, with a Warning, when x * y or the whole exceeds 2147483647: that is

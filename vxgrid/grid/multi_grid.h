@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include <vxgrid/grid/value_grid.h>
@@ -43,13 +44,24 @@ class VXGRID_API VXFixedMultiGrid : public VXGridBase {
   const T* GetValues() const { return values_; }
 
  protected:
-  /// The geometry and title of another grid, one field, values 0 or copied from `values`. No attributes.
-  VXFixedMultiGrid(const VXGridBase& geometry, const T* values);
+  /// One field with the geometry and title of another grid, but no attributes; its values are in `block` or,
+  /// when that is empty, in memory that is borrowed.
+  VXFixedMultiGrid(const VXGridBase& geometry, VXHost::VXLargeArray<T>&& block, T* borrowed);
+  /// Exchanges everything.
+  void Swap(VXFixedMultiGrid& other) noexcept;
+
+  /// Takes over a block of num_grids fields in place of the values.
+  void SetBlock(VXHost::VXLargeArray<T>&& block, unsigned int num_grids);
 
   unsigned int num_grids_ = 1;
   VXHost::VXLargeArray<T> block_;  // empty while the values are borrowed
   T* values_ = nullptr;
-  std::vector<std::unique_ptr<VXFixedGrid<T>>> grids_;
+
+ private:
+  using Views = std::vector<std::unique_ptr<VXFixedGrid<T>>>;
+  Views MakeViews(T* values, unsigned int num_grids) const;
+
+  Views grids_;
 };
 
 /// A multi-field grid whose geometry can be changed.
@@ -60,7 +72,7 @@ class VXGRID_API VXMultiGrid : public VXFixedMultiGrid<T> {
   VXMultiGrid(const VXMultiGrid& other);
   explicit VXMultiGrid(const VXFixedMultiGrid<T>& other);
   /// One field with the title and geometry of another grid, values 0 or copied from `values`. No attributes.
-  explicit VXMultiGrid(const VXGridBase& geometry, const T* values = nullptr);
+  VXMultiGrid(const VXGridBase& geometry, const T* values);
   /// Leaves a default grid behind.
   VXMultiGrid(VXMultiGrid&& other);
 
@@ -97,10 +109,9 @@ class VXGRID_API VXMultiGrid : public VXFixedMultiGrid<T> {
  private:
   friend class VXZemoGrid;
 
-  /// Uses memory that outlives this grid, or its next change of size, in place of its own. One field only.
-  void BorrowValues(T* values);
+  VXMultiGrid(const VXGridBase& geometry, VXHost::VXLargeArray<T>&& block, T* borrowed)
+      : VXFixedMultiGrid<T>(geometry, std::move(block), borrowed) {}
   void AssignFields(const VXFixedMultiGrid<T>& rhs, const char* source);
-  void Swap(VXMultiGrid& other);
 };
 
 extern template class VXFixedMultiGrid<float>;

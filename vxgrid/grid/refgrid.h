@@ -13,16 +13,16 @@ namespace VXCore {
 class VXGRID_API VXRefGridPtr {
  public:
   VXRefGridPtr() = default;
-  explicit VXRefGridPtr(VXScalarGrid* grid);
-  explicit VXRefGridPtr(const VXScalarGrid* grid);
-  explicit VXRefGridPtr(VXSkewGrid* grid);
-  explicit VXRefGridPtr(const VXSkewGrid* grid);
+  VXRefGridPtr(VXScalarGrid* grid);
+  VXRefGridPtr(const VXScalarGrid* grid);
+  VXRefGridPtr(VXSkewGrid* grid);
+  VXRefGridPtr(const VXSkewGrid* grid);
   /// Sets the non-const pointers alone, when the object is a scalar or a skew grid: IsValid is false, the
   /// const getters are empty, while the conversions and the non-const GetValues, SetTitle, SetType and Clear
   /// reach the grid. That is meant: such a handle is for writing.
-  explicit VXRefGridPtr(VXBase* object);
+  VXRefGridPtr(VXBase* object);
   /// Sets the const pointers alone.
-  explicit VXRefGridPtr(const VXBase* object);
+  VXRefGridPtr(const VXBase* object);
   VXRefGridPtr(const VXRefGridPtr&) = default;
   VXRefGridPtr& operator=(const VXRefGridPtr&) = default;
   virtual ~VXRefGridPtr();
@@ -54,13 +54,13 @@ class VXGRID_API VXRefGridPtr {
   virtual bool IsSpacingSet() const;
 
   /// Null where the handle was made from something else, or from a const grid in the non-const forms.
-  operator VXBase*() { return base_; }
+  operator VXBase*() const { return base_; }
   operator const VXBase*() const { return const_base_; }
-  operator VXGridAbstractBase*() { return base_; }
+  operator VXGridAbstractBase*() const { return base_; }
   operator const VXGridAbstractBase*() const { return const_base_; }
-  operator VXScalarGrid*() { return scalar_; }
+  operator VXScalarGrid*() const { return scalar_; }
   operator const VXScalarGrid*() const { return const_scalar_; }
-  operator VXSkewGrid*() { return skew_; }
+  operator VXSkewGrid*() const { return skew_; }
   operator const VXSkewGrid*() const { return const_skew_; }
 
  private:

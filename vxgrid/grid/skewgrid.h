@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include <vxgrid/grid/zemogrid.h>
@@ -18,7 +19,6 @@ class VXGRID_API VXSkewGridImpl {
   VXSkewGridImpl& operator=(VXSkewGridImpl&& rhs);
   VXSkewGridImpl& operator=(const VXScalarGrid& rhs);
   VXSkewGridImpl& operator=(const VXFixedGrid<float>& rhs);
-  ~VXSkewGridImpl();
 
   VXZemoGrid& GetImpl() { return *grid_; }
   const VXZemoGrid& GetImpl() const { return *grid_; }
@@ -82,9 +82,7 @@ class VXGRID_API VXSkewGridImpl {
   explicit operator bool() const { return static_cast<bool>(*grid_); }
 
  private:
-  VXZemoGrid& NeedGrid();
-
-  VXZemoGrid* grid_;
+  std::unique_ptr<VXZemoGrid> grid_;
 };
 
 /// The public grid of crystallographic maps: oblique axes, a unit cell, a space group. All its state lies in
@@ -101,7 +99,6 @@ class VXGRID_API VXSkewGrid : public VXGridAbstractBase {
   VXSkewGrid(const VXSkewGrid& other);
   /// Leaves a default grid behind.
   VXSkewGrid(VXSkewGrid&& other);
-  ~VXSkewGrid() override;
 
   VXSkewGrid& operator=(const VXSkewGrid& rhs);
   VXSkewGrid& operator=(VXSkewGrid&& rhs);
@@ -171,9 +168,7 @@ class VXGRID_API VXSkewGrid : public VXGridAbstractBase {
   const VXFixedGrid<float>& AsRegularGrid() const;
 
  private:
-  VXSkewGridImpl& NeedImpl();
-
-  VXSkewGridImpl* impl_;
+  std::unique_ptr<VXSkewGridImpl> impl_;
 };
 
 }  // namespace VXCore

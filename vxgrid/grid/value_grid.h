@@ -10,7 +10,7 @@ namespace VXCore {
 template <class T>
 VXHost::VXLargeArray<T> VXMakeValueBlock(std::size_t values, typename VXHost::VXLargeArray<T>::Fill fill) {
   VXHost::VXLargeArray<T> block(values + 1, fill);
-  block[values] = T();
+  if (fill != VXHost::VXLargeArray<T>::Zeroed) block[values] = T();
   return block;
 }
 
@@ -91,6 +91,8 @@ class VXGRID_API VXGrid : public VXFixedGrid<T> {
   /// Takes a ready-made block (VXMakeValueBlock) in place of the values, without a copy. False, and the block
   /// stays with the caller, when it does not hold GetSize() values and the guard.
   bool AdoptValues(VXHost::VXLargeArray<T>&& block);
+  /// Gives the values away; the lattice has no sample afterwards.
+  VXHost::VXLargeArray<T> ReleaseValues();
 
  protected:
   /// As operator=(rhs); but where values would be copied, `block`, which holds those of rhs, changes places

@@ -90,8 +90,8 @@ class VXGRID_API VXZemoGrid : public VXGridAbstractBase {
 
   /// The number, from 1, of the current field. The setters select a field that is there and add fields up to
   /// n when it is not; false for 0 or when the fields cannot be added.
-  unsigned int GetFloatsMultiple() const { return floats_multiple_; }
-  unsigned int GetIntegersMultiple() const { return integers_multiple_; }
+  unsigned int GetFloatsMultiple() const { return scalars_.floats_multiple; }
+  unsigned int GetIntegersMultiple() const { return scalars_.integers_multiple; }
   bool SetFloatsMultiple(unsigned int n);
   bool SetIntegersMultiple(unsigned int n);
   /// The view of the current field.
@@ -103,15 +103,15 @@ class VXGRID_API VXZemoGrid : public VXGridAbstractBase {
   /// Nine floats, row-major. False for null; the getter is false and writes nothing when not set.
   bool SetOrientation(const float* matrix);
   bool GetOrientation(float* matrix) const;
-  bool GetOrientationSet() const { return orientation_set_; }
+  bool GetOrientationSet() const { return scalars_.orientation_set; }
   bool SetOrientationSet(bool set);
 
   /// Whether the lattice wraps: bit 0 is x, bit 1 y, bit 2 z.
-  unsigned int GetReentrant() const { return reentrant_; }
-  bool GetXReentrant() const { return reentrant_ & 1; }
-  bool GetYReentrant() const { return reentrant_ & 2; }
-  bool GetZReentrant() const { return reentrant_ & 4; }
-  void SetReentrant(bool wraps) { reentrant_ = wraps ? 7 : 0; }
+  unsigned int GetReentrant() const { return scalars_.reentrant; }
+  bool GetXReentrant() const { return scalars_.reentrant & 1; }
+  bool GetYReentrant() const { return scalars_.reentrant & 2; }
+  bool GetZReentrant() const { return scalars_.reentrant & 4; }
+  void SetReentrant(bool wraps) { SetReentrantBit(7, wraps); }
   void SetXReentrant(bool wraps) { SetReentrantBit(1, wraps); }
   void SetYReentrant(bool wraps) { SetReentrantBit(2, wraps); }
   void SetZReentrant(bool wraps) { SetReentrantBit(4, wraps); }
@@ -132,16 +132,16 @@ class VXGRID_API VXZemoGrid : public VXGridAbstractBase {
   /// True when any of the six cell numbers is not 0.
   bool HasUnitCell() const;
 
-  unsigned int GetSpaceGroup() const { return space_group_; }
+  unsigned int GetSpaceGroup() const { return scalars_.space_group; }
   bool SetSpaceGroup(unsigned int number) {
-    space_group_ = number;
+    scalars_.space_group = number;
     return true;
   }
-  bool HasSpaceGroup() const { return space_group_ != 0; }
+  bool HasSpaceGroup() const { return scalars_.space_group != 0; }
 
-  unsigned int GetType() const { return type_; }
+  unsigned int GetType() const { return scalars_.type; }
   bool SetType(unsigned int type) {
-    type_ = type;
+    scalars_.type = type;
     return true;
   }
 
@@ -162,25 +162,25 @@ class VXGRID_API VXZemoGrid : public VXGridAbstractBase {
   bool SpatialCoordToPacking(float x, float y, float z, int& i, int& j, int& k) const;
 
  private:
+  struct Scalars {
+    std::array<float, 9> orientation{};
+    bool orientation_set = false;
+    unsigned int floats_multiple = 1;
+    unsigned int integers_multiple = 1;
+    unsigned int reentrant = 0;
+    float a = 0.0f, b = 0.0f, c = 0.0f;
+    float alpha = 0.0f, beta = 0.0f, gamma = 0.0f;
+    unsigned int unit_x = 0, unit_y = 0, unit_z = 0;
+    unsigned int space_group = 0;
+    unsigned int type = VXGridTypeGeneric;
+  };
+
   struct BorrowTag {};
   VXZemoGrid(const VXFixedGrid<float>& source, unsigned int type, BorrowTag);
+  VXZemoGrid& TakeFloatsOf(VXZemoGrid&& fresh);
+  void SetReentrantBit(unsigned int bit, bool wraps);
 
-  void SetReentrantBit(unsigned int bit, bool wraps) {
-    reentrant_ = wraps ? reentrant_ | bit : reentrant_ & ~bit;
-  }
-  void ResetScalars(unsigned int type);
-  void Swap(VXZemoGrid& other);
-
-  std::array<float, 9> orientation_{};
-  bool orientation_set_ = false;
-  unsigned int floats_multiple_ = 1;
-  unsigned int integers_multiple_ = 1;
-  unsigned int reentrant_ = 0;
-  float a_ = 0.0f, b_ = 0.0f, c_ = 0.0f;
-  float alpha_ = 0.0f, beta_ = 0.0f, gamma_ = 0.0f;
-  unsigned int unit_x_ = 0, unit_y_ = 0, unit_z_ = 0;
-  unsigned int space_group_ = 0;
-  unsigned int type_ = VXGridTypeGeneric;
+  Scalars scalars_;
   VXMultiGrid<float> floats_;
   VXMultiGrid<int> integers_;
 };
