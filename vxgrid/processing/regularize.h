@@ -30,9 +30,8 @@ VXGRID_API bool VXMakeRegularSubGrid(VXScalarGrid& out, const VXSkewGrid& in, co
 
 /// The regulariser: samples a lattice, seen through its orientation matrix, at every point of `out`.
 ///
-/// mode         0 clipped: trilinear inside the source, 0 outside; otherwise periodic, the period being dim -
-/// 1
-///              cells (the last plane is the image of the first)
+/// mode         0 clipped: trilinear inside the source, 0 outside; otherwise periodic, with a period of
+///              dim - 1 cells (the last plane is the image of the first)
 /// values       dims[0] dims[1] dims[2] floats, x fastest, about `mid`
 /// orientation  3 x 3, row-major: a point p of the source lattice stands at R (p - mid) + mid
 /// corners      the source's eight corners, 24 floats, or null: where `out` has no lattice yet (dimensions of
