@@ -1,0 +1,240 @@
+#include <vxgrid/realspace/fit_statistics.h>
+
+#include <cmath>
+#include <random>
+
+#include <vxgrid/host/mol_geometry.h>
+#include <vxgrid/host/tracer.h>
+#include <vxgrid/processing/regularize.h>
+#include <vxgrid/realspace/density.h>
+
+#include "model.h"
+#include "support/support.h"
+
+using namespace VXCore;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr double kRadius = 0.9;
+const float kOblique[9] = {1, -0.3f, 0.1f, 0, 0.9f, 0.07f, 0, 0, 1.2f};
+
+// Three residues with hydrogens, one of them of hydrogens only, one with atoms apart in the molecule.
+VXGraphMol small_model() {
+  VXGraphMol mol;
+  add_atom(mol, 6, -2.0f, 0.0f, 0.3f, 20, 1, 1);
+  add_atom(mol, 1, -2.7f, 0.5f, 0.3f, 20, 1, 1);
+  add_atom(mol, 7, 1.0f, 1.2f, -0.5f, 15, 1, 2);
+  add_atom(mol, 1, 1.0f, 2.1f, -0.5f, 15, 1, 3);
+  add_atom(mol, 8, -1.0f, 0.9f, 0.1f, 25, 0.7f, 1);
+  add_atom(mol, 16, 2.2f, 0.4f, 0.6f, 18, 1, 2);
+  return mol;
+}
+
+VXSkewGrid noise(unsigned int seed, const float* orientation = kOblique) {
+  VXSkewGrid grid = skew_grid(23, 25, 21, 0.6f, orientation, 0.2f, 0.4f, -0.1f);
+  std::mt19937 random(seed);
+  for (unsigned int i = 0; i < grid.GetSize(); ++i)
+    grid.GetValues()[i] = std::normal_distribution<float>(0.3f)(random);
+  return grid;
+}
+
+VXSkewGrid scaled(VXSkewGrid grid, float factor, float shift) {
+  for (unsigned int i = 0; i < grid.GetSize(); ++i)
+    grid.GetValues()[i] = factor * grid.GetValues()[i] + shift;
+  return grid;
+}
+
+// Both statistics as they are told: every atom against every point, then the sums.
+VXFitStatistics plain_statistics(const VXSkewGrid& obs, const VXSkewGrid& calc, const VXMolBase& mol) {
+  float center[3], extents[3];
+  VXGetCenterAndExtents(mol, center, extents);
+  for (float& extent : extents) extent += 4.0f;
+  VXScalarGrid g1, g2;
+  const float spacing = XYZToIJK(obs).GetSmallestSpacing();
+  VXMakeRegularSubGrid(g1, obs, center, extents, spacing, obs.GetReentrant() != 0);
+  VXMakeRegularSubGrid(g2, calc, center, extents, spacing, calc.GetReentrant() != 0);
+  double n = 0, sx = 0, sy = 0, sxx = 0, syy = 0, sxy = 0, plus = 0, minus = 0;
+  for (unsigned int i = 0; i < g1.GetSize(); ++i) {
+    const VXSkewGrid lattice(g1);
+    float p[3], q[3];
+    lattice.ElementToSpatialCoord(i, p[0], p[1], p[2]);
+    bool masked = false;
+    for (VXIter<VXAtomBase> atom = mol.GetAtoms(VXIsHeavy()); atom; ++atom) {
+      mol.GetCoords(&*atom, q);
+      masked |= std::hypot(p[0] - q[0], p[1] - q[1], p[2] - q[2]) <= kRadius;
+    }
+    if (!masked) continue;
+    const double x = g1[i], y = g2[i];
+    n += 1, sx += x, sy += y, sxx += x * x, syy += y * y, sxy += x * y;
+    plus += std::fabs(y + x), minus += std::fabs(y - x);
+  }
+  EXPECT_GT(n, 20) << "too few points to tell";
+  return {(n * sxy - sx * sy) / std::sqrt((sxx * n - sx * sx) * (syy * n - sy * sy)), minus / plus};
+}
+
+struct CountingTracer : VXTracerBase {
+  bool Progress(unsigned int current, unsigned int total) override {
+    EXPECT_EQ(current, calls++);
+    EXPECT_EQ(total, 3u);
+    return calls < stop_after;
+  }
+  unsigned int calls = 0, stop_after = 99;
+};
+
+}  // namespace
+
+TEST(FitStatistics, EqualThePlainSums) {
+  const VXGraphMol mol = small_model();
+  for (bool reentrant : {false, true}) {
+    VXSkewGrid obs = noise(1), calc = noise(2);
+    obs.SetReentrant(reentrant);
+    const VXFitStatistics want = plain_statistics(obs, calc, mol);
+    EXPECT_EQ(VXRSCC(obs, calc, mol, kRadius), want.rscc);
+    EXPECT_EQ(VXRSR(obs, calc, mol, kRadius), want.rsr);
+  }
+}
+
+TEST(FitStatistics, RelatedMapsHaveKnownValues) {
+  const VXGraphMol mol = small_model();
+  const VXSkewGrid obs = noise(1);
+  const struct {
+    const char* what;
+    float factor, shift;
+    double rscc, rsr;
+  } rows[] = {{"the same", 1, 0, 1, 0},
+              {"twice", 2, 0, 1, 1.0 / 3},
+              {"shifted", 3, 5, 1, NAN},
+              {"negative", -1, 0, -1, INFINITY}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    const VXSkewGrid calc = scaled(obs, row.factor, row.shift);
+    EXPECT_NEAR(VXRSCC(obs, calc, mol, kRadius), row.rscc, 1e-6);  // the maps are floats
+    const double rsr = VXRSR(obs, calc, mol, kRadius);
+    EXPECT_TRUE(std::isnan(row.rsr) || rsr == row.rsr || std::fabs(rsr - row.rsr) < 1e-6) << rsr;
+  }
+  // A model against its own density, in all forms; two equal models.
+  VXSkewGrid calc = obs;
+  ASSERT_TRUE(VXScatterToGrid(calc, mol));
+  EXPECT_NEAR(VXRSCC(calc, calc, mol, kRadius), 1.0, 1e-9);
+  EXPECT_GT(VXRSCC(calc, mol, kRadius), 0.97) << "the same density on another lattice, interpolated";
+  EXPECT_LT(VXRSR(calc, mol, kRadius), 0.1);
+  EXPECT_EQ(VXRSR(mol, mol, kRadius), 0.0);
+  EXPECT_NEAR(VXRSCC(mol, mol, kRadius), 1.0, 1e-9);
+}
+
+TEST(FitStatistics, FormsAgree) {
+  const VXGraphMol mol = small_model();
+  const float identity[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+  const VXSkewGrid obs = noise(3, identity), calc = noise(4, identity);
+  const VXScalarGrid obs_scalar(obs.AsRegularGrid()), calc_scalar(calc.AsRegularGrid());
+  const VXFitStatistics two = VXGetFitStatistics(obs, calc, mol, kRadius),
+                        one = VXGetFitStatistics(obs, mol, kRadius);
+  EXPECT_EQ(VXRSCC(obs, calc, mol, kRadius), two.rscc);
+  EXPECT_EQ(VXRSCC(obs_scalar, calc_scalar, mol, kRadius), two.rscc);
+  EXPECT_EQ(VXRSR(obs_scalar, calc_scalar, mol, kRadius), two.rsr);
+  EXPECT_EQ(VXRSCC(obs, mol, kRadius), one.rscc);
+  EXPECT_EQ(VXRSCC(obs_scalar, mol, kRadius), one.rscc);
+  EXPECT_EQ(VXRSR(obs, mol, kRadius), one.rsr);
+  EXPECT_EQ(VXRSR(obs_scalar, mol, kRadius), one.rsr);
+  VXGraphMol other = mol;
+  VXTranslate(other, std::vector<float>{0.3f, 0.2f, 0.0f}.data());
+  VXGraphMol copy = mol;
+  EXPECT_EQ(VXAnnotateRSCC(copy, other, kRadius), VXRSCC(mol, other, kRadius));
+  EXPECT_EQ(VXAnnotateRSCC(obs_scalar, calc_scalar, copy, kRadius), two.rscc);
+  EXPECT_EQ(VXAnnotateRSCC(obs_scalar, copy, kRadius), one.rscc);
+  EXPECT_EQ(VXAnnotateRSCC(obs, copy, kRadius), one.rscc);
+}
+
+TEST(FitStatistics, FailuresAreMinusOneWithAWarning) {
+  const char* mask = "Warning: Masking the molecule failed (only one element set)";
+  VXGraphMol far = small_model(), hydrogens, bare;
+  VXTranslate(far, std::vector<float>{500.0f, 0.0f, 0.0f}.data());
+  add_atom(hydrogens, 1, 0, 0, 0);
+  bare.AddAtom(6);
+  const VXSkewGrid obs = noise(1), flat = scaled(obs, 0, 2);
+  const struct {
+    const char* what;
+    const VXSkewGrid& obs;
+    const VXMolBase& mol;
+    double radius, rsr;
+    const char* says;
+  } rows[] = {
+      {"hydrogens only", obs, hydrogens, kRadius, -1, mask},
+      {"no atoms", obs, VXGraphMol(), kRadius, -1, mask},
+      {"radius not a number", obs, small_model(), NAN, -1, mask},
+      {"a flat map", flat, small_model(), kRadius, 0,
+       "Warning: RSCC: Empty grid (perhaps missing symmetry information for molecule\n"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    CapturedLog log;
+    EXPECT_EQ(VXRSCC(row.obs, row.obs, row.mol, row.radius), -1.0);
+    EXPECT_THAT(log.text(), HasSubstr(row.says));
+    EXPECT_EQ(VXRSR(row.obs, row.obs, row.mol, row.radius), row.rsr);
+  }
+  CapturedLog log;
+  EXPECT_EQ(VXRSCC(obs, obs, far, kRadius), -1.0);
+  EXPECT_EQ(VXRSCC(obs, bare, kRadius), -1.0);
+  EXPECT_THAT(log.text(), HasSubstr("does not have residues"));
+}
+
+TEST(FitStatistics, AnnotationsHoldTheMapsAlsoOfAFailure) {
+  const VXSkewGrid obs = noise(1), calc = noise(2);
+  for (bool fails : {false, true}) {
+    VXGraphMol mol = small_model();
+    if (fails) {
+      mol.Clear();
+      add_atom(mol, 1, 0, 0, 0);
+    }
+    CapturedLog log;
+    EXPECT_EQ(VXAnnotateRSCC(obs, calc, mol, kRadius) == -1.0, fails);
+    const auto& scatter = mol.GetData<VXScalarGrid>("scatter");
+    const auto& mask = mol.GetData<VXScalarGrid>("mask");
+    const auto& ed = mol.GetData<VXScalarGrid>("ed");
+    ASSERT_GT(ed.GetSize(), 500u);
+    ASSERT_EQ(mask.GetSize(), ed.GetSize());
+    ASSERT_EQ(scatter.GetSize(), ed.GetSize());
+    unsigned int inside = 0, outside_observed = 0;
+    for (unsigned int i = 0; i < mask.GetSize(); ++i) {
+      EXPECT_TRUE(mask[i] == 2.0f || (mask[i] == 0.0f && scatter[i] == 0.0f)) << i;
+      inside += mask[i] == 2.0f && scatter[i] != 0.0f;
+      outside_observed += mask[i] == 0.0f && ed[i] != 0.0f;
+    }
+    EXPECT_EQ(inside > 20, !fails);
+    EXPECT_GT(outside_observed, 500u);
+  }
+}
+
+TEST(ResidueFit, IsTheFitOfEachResidueAlone) {
+  VXGraphMol mol = small_model();
+  const VXSkewGrid obs = noise(1);
+  VXSkewGrid calc = obs;
+  ASSERT_TRUE(VXScatterToGrid(calc, mol));
+  CapturedLog log;
+  CountingTracer tracers[4];
+  const auto rows = VXGetResidueFit(obs, mol, kRadius, tracers[0]);
+  EXPECT_TRUE(VXResidueRSCC(obs, mol, kRadius, tracers[1]));
+  EXPECT_TRUE(VXResidueRSR(obs, calc, mol, kRadius, tracers[2]));
+  tracers[3].stop_after = 2;
+  EXPECT_EQ(VXGetResidueFit(obs, calc, mol, kRadius, tracers[3]).size(), 2u);
+  EXPECT_EQ(tracers[0].calls + tracers[1].calls + tracers[2].calls + tracers[3].calls, 3u + 3 + 3 + 2);
+
+  ASSERT_EQ(rows.size(), 3u);
+  for (const VXResidueFit& row : rows) {
+    SCOPED_TRACE(row.residue.GetNumber());
+    VXGraphMol alone;
+    VXSubsetMol(alone, mol, VXAtomIsInResidue(row.residue));
+    EXPECT_EQ(row.fit.rscc, VXRSCC(obs, calc, alone, kRadius));
+    EXPECT_EQ(row.fit.rsr, VXRSR(obs, calc, alone, kRadius));
+    EXPECT_EQ(row.fit.rscc == -1.0, row.residue.GetNumber() == 3) << "the one of hydrogens";
+    for (VXIter<VXAtomBase> atom = VXGetResidueAtoms(mol, row.residue); atom; ++atom) {
+      EXPECT_EQ(atom->GetData<float>("rscc"), static_cast<float>(row.fit.rscc));
+      EXPECT_EQ(atom->GetData<float>("rsr"), static_cast<float>(row.fit.rsr));
+    }
+  }
+  VXGraphMol bare;
+  bare.AddAtom(6);
+  EXPECT_TRUE(VXResidueRSCC(obs, calc, bare, kRadius, tracers[1]));
+  EXPECT_FALSE(VXIter<VXAtomBase>(bare.GetAtoms())->HasData("rscc"));
+}
