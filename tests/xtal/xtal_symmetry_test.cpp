@@ -126,15 +126,6 @@ TEST(XtalImages, SearchFindsWhatAPlainSearchFinds) {
     }
 }
 
-TEST(XtalImages, RadiusZeroNeedsTheCentreInsideTheBox) {
-  VXGraphMol mol = molecule(kPlaces);
-  VXXtalSymmetry::SetSymmetry(mol, VXSymmetry(1u, VXUnitCell(50, 50, 50, 90, 90, 90)), false);
-  float inside[3] = {4, 6, 8}, beside[3] = {1.9f, 6, 8};
-  EXPECT_EQ(VXXtalSymmetry(mol, inside, 0).NumOps(), 1u);
-  EXPECT_EQ(VXXtalSymmetry(mol, beside, 0).NumOps(), 0u);
-  EXPECT_EQ(VXXtalSymmetry(mol, beside, 0.2f).NumOps(), 1u);
-}
-
 TEST(XtalImages, ByLatticeTranslation) {
   VXGraphMol mol = molecule(kPlaces);
   const VXSymmetry symmetry(179u, VXUnitCell(40, 40, 60, 90, 90, 120));

@@ -291,7 +291,8 @@ void VXXtalSymmetry::store(const float* matrix, bool is_identity, unsigned int o
 bool VXXtalSymmetry::init(const VXMolBase& mol, const float* center, float radius) {
   VXSymmetry symmetry;
   Box box;
-  if (!VXGetXtalSymmetry(mol, symmetry) || symmetry.GetOpCount() == 0 || !box_of(mol, box)) return false;
+  if (!center || !VXGetXtalSymmetry(mol, symmetry) || symmetry.GetOpCount() == 0 || !box_of(mol, box))
+    return false;
 
   std::vector<bool> enabled;
   symmetry.GetEnabled(enabled);
