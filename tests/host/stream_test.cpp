@@ -70,6 +70,7 @@ TEST(Stream, ReadsTheSameFromEveryKindOfInput) {
     EXPECT_EQ(in->read(text, ~0ul), content.size() - 200009);
     EXPECT_EQ(text, content.substr(200009));
     EXPECT_TRUE(in->eof());
+    EXPECT_FALSE(in->damaged());
     EXPECT_EQ(in->max_bytes_left(), 0u);
     EXPECT_EQ(in->getbyte(), -1);
     EXPECT_FALSE(in->getline(line));
@@ -146,6 +147,7 @@ TEST(Stream, DamagedGzGivesWhatComesBefore) {
     EXPECT_GT(text.size(), 1000u);
     EXPECT_LT(text.size(), content.size());
     EXPECT_EQ(text.substr(0, 1000), content.substr(0, 1000));
+    EXPECT_TRUE(in.damaged());
   }
 }
 

@@ -26,6 +26,8 @@ class InputSource {
   virtual unsigned long long seek(unsigned long long position) = 0;
   /// No more bytes than this follow.
   virtual unsigned long long max_left() const = 0;
+  /// The content came to an end that is not its own.
+  virtual bool damaged() const { return false; }
 };
 
 /// Bytes on their way out. Each call is false when they do not get there.
@@ -123,12 +125,13 @@ class GzSource : public InputSource {
   unsigned long long max_left() const override {
     return ended_ ? 0 : (raw_->max_left() + z_.avail_in) * 1032 + 65536;
   }
+  bool damaged() const override { return damaged_; }
 
  private:
   void start() {
     z_ = {};
     ended_ = inflateInit2(&z_, 15 + 16) != Z_OK;  // 15 bits of window, gzip frame
-    member_done_ = false;
+    member_done_ = damaged_ = false;
     at_ = 0;
   }
   // Fills the output as far as one input block goes.
@@ -136,7 +139,10 @@ class GzSource : public InputSource {
     if (z_.avail_in == 0) {
       z_.next_in = in_;
       z_.avail_in = static_cast<uInt>(raw_->read(in_, sizeof in_));
-      if (z_.avail_in == 0) ended_ = true;
+      if (z_.avail_in == 0) {
+        ended_ = true;
+        damaged_ = !member_done_;
+      }
     }
     if (ended_) return;
     if (member_done_) {
@@ -148,13 +154,14 @@ class GzSource : public InputSource {
     if (status == Z_STREAM_END)
       member_done_ = true;
     else if (status != Z_OK && !(status == Z_BUF_ERROR && z_.avail_in == 0))
-      ended_ = true;
+      ended_ = damaged_ = true;
   }
 
   std::unique_ptr<InputSource> raw_;
   z_stream z_{};
   bool ended_ = false;
   bool member_done_ = false;
+  bool damaged_ = false;
   unsigned long long at_ = 0;
   unsigned char in_[32768];
 };
@@ -393,6 +400,8 @@ bool vxistream::seek(unsigned long long position) {
 unsigned long long vxistream::tell() const {
   return end_position_ - static_cast<unsigned long long>(end_ - next_);
 }
+
+bool vxistream::damaged() const { return source_ && source_->damaged(); }
 
 unsigned long long vxistream::max_bytes_left() const {
   return static_cast<unsigned long long>(end_ - next_) + (source_ ? source_->max_left() : 0);

@@ -59,6 +59,9 @@ class VXGRID_API vxistream {
   /// cannot expand more than 1032-fold). What readers hold announced sizes against before they allocate.
   unsigned long long max_bytes_left() const;
 
+  /// True when compressed content broke off or did not match its checksum; known once its end is reached.
+  bool damaged() const;
+
  protected:
   void set_source(std::unique_ptr<InputSource> source);
 
