@@ -1,0 +1,62 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <vxgrid/host/pdb_data.h>
+#include <vxgrid/host/residue.h>
+
+namespace VXCore {
+
+/// What is wrong with a file, and in which line (from 1; 0 where that is not known). Stays within this
+/// library.
+class ParseFault : public std::runtime_error {
+ public:
+  ParseFault(const std::string& fault, long line = 0) : std::runtime_error(fault), line_(line) {}
+  long line() const { return line_; }
+
+ private:
+  long line_;
+};
+
+struct ParsedAtom {
+  unsigned int element = 0;
+  int charge = 0;
+  float xyz[3] = {0, 0, 0};
+  std::string name;
+  VXResidue residue;
+};
+
+struct ParsedBond {
+  unsigned int begin, end, order;
+};
+
+/// A coordinate file as read, before it becomes a molecule.
+struct ParsedMolecule {
+  std::vector<ParsedAtom> atoms;
+  std::vector<ParsedBond> bonds;  // by position in atoms
+  std::vector<VXPDBDataPair> records;
+  std::string title;
+  bool has_residues = false;
+};
+
+/// Leaves one of the alternate conformations of each residue.
+void keep_best_alternates(ParsedMolecule& parsed);
+
+/// Makes one bond of those that join the same atoms, of the highest order among them; a bond of an atom with
+/// itself goes.
+void merge_bonds(ParsedMolecule& parsed);
+
+/// The readers take the whole text of a file and throw ParseFault, or whatever the libraries behind them
+/// throw.
+ParsedMolecule parse_pdb(std::string_view text);
+ParsedMolecule parse_mmcif(std::string_view text);
+ParsedMolecule parse_sdf(std::string_view text);
+ParsedMolecule parse_mol2(std::string_view text);
+
+/// Takes the next line off the text, without its line end.
+std::string_view next_line(std::string_view& text);
+
+}  // namespace VXCore
