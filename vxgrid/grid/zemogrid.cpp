@@ -338,20 +338,29 @@ bool VXZemoGrid::ElementToSpatialCoord(unsigned int element, float& x, float& y,
   return inside;
 }
 
+// The three products along a row are the same in every row, so they stand in a table; the order of the sums
+// is that of Orient.
 bool VXZemoGrid::SpatialCoords(std::vector<float>& out) const {
   const OrientedLattice lattice(*this);
-  const auto [x_dim, y_dim, z_dim] = lattice.dim;
+  const auto& [x_dim, y_dim, z_dim] = lattice.dim;
   if (GetSize() == 0) return false;
+  const auto& m = lattice.m;
+  const Vec3 mid = lattice.mid;
+  std::vector<float> along_x(std::size_t{3} * x_dim), row(std::size_t{3} * x_dim);
+  for (unsigned int x = 0; x < x_dim; ++x) {
+    const float dx = lattice.Coord(0, static_cast<float>(x), mid.x) - mid.x;
+    for (int axis = 0; axis < 3; ++axis) along_x[3 * x + axis] = m[3 * axis] * dx;
+  }
   out.clear();
   out.reserve(std::size_t{3} * GetSize());
-  std::vector<float> row(std::size_t{3} * x_dim);
   for (unsigned int z = 0; z < z_dim; ++z)
     for (unsigned int y = 0; y < y_dim; ++y) {
-      for (unsigned int x = 0; x < x_dim; ++x) {
-        const Vec3 p = lattice.Point(static_cast<float>(x), static_cast<float>(y), static_cast<float>(z));
-        row[3 * x] = p.x;
-        row[3 * x + 1] = p.y;
-        row[3 * x + 2] = p.z;
+      const float dy = lattice.Coord(1, static_cast<float>(y), mid.y) - mid.y;
+      const float dz = lattice.Coord(2, static_cast<float>(z), mid.z) - mid.z;
+      for (unsigned int i = 0; i < 3 * x_dim; i += 3) {
+        row[i] = along_x[i] + m[1] * dy + m[2] * dz + mid.x;
+        row[i + 1] = along_x[i + 1] + m[4] * dy + m[5] * dz + mid.y;
+        row[i + 2] = along_x[i + 2] + m[7] * dy + m[8] * dz + mid.z;
       }
       out.insert(out.end(), row.begin(), row.end());
     }
