@@ -91,10 +91,10 @@ class VXGRID_API VXReflection : public VXBase {
   void Clear() override;
   const void* GetDataType() const override;
   bool IsDataType(const void* type) const override;
-  VXBase* CreateCopy() const override;
+  VXReflection* CreateCopy() const override;
 
   unsigned int GetCount() const;
-  /// Resizes every column that is there; new elements are 0.
+  /// Resizes every column that is there; new elements are for the caller to fill.
   bool SetCount(unsigned int count);
   bool SetTitle(const char* title);
   bool SetTitle(const std::string& title);

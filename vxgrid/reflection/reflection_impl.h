@@ -108,7 +108,7 @@ class VXGRID_API VXReflectionImpl {
   /// the mate is written for h = 0 alone, and what falls outside the arrays is left out.
   void FillGrid(float* re, float* im, int nx, int ny, int nz, int maptype) const;
 
- private:
+  /// The four operations of a column, on its field of this record: those of the named families.
   template <class T>
   bool SetValues(T*& column, const T* values, unsigned int count);
   template <class T>
@@ -117,6 +117,8 @@ class VXGRID_API VXReflectionImpl {
   bool SetValue(T* column, T value, unsigned int index);
   template <class T>
   bool GetValue(const T* column, T& value, unsigned int index) const;
+
+ private:
   bool FindElement(unsigned int& index) const;
 };
 

@@ -1,0 +1,231 @@
+#include <vxgrid/reflection/reflection.h>
+
+#include <cmath>
+#include <limits>
+
+#include <support/support.h>
+#include <vxgrid/grid/scalargrid.h>
+#include <vxgrid/grid/skewgrid.h>
+#include <vxgrid/reflection/reflection_impl.h>
+
+using namespace VXCore;
+using testing::ElementsAre;
+
+namespace {
+
+// h falls, so that sorted order is the reverse of storage order.
+VXReflection three_reflections() {
+  VXReflection set;
+  const int h[] = {2, 1, 1}, k[] = {0, 0, 0}, l[] = {0, 5, -5};
+  const float fobs[] = {10, 20, 30};
+  set.SetCount(3);
+  EXPECT_TRUE(set.SetHKL(h, k, l, 3));
+  EXPECT_TRUE(set.SetColumn(VXReflectionColumn::Fobs, fobs, 3));
+  return set;
+}
+
+TEST(Reflection, MapTypeTexts) {
+  const struct {
+    const char* text;
+    unsigned int code;
+    const char* printed;
+  } rows[] = {{"Fo", 0, "Fo"},
+              {"2Fo-Fc", 2, "2Fo-Fc"},
+              {"2Fo-Fc(SigmaA)", 6, "2Fo-Fc(SigmaA)"},
+              {"Fo-Fc(SigmaA)", 7, "Fo-Fc (SigmaA)"},
+              {"Fo-Fc (SigmaA)", 13, "None"},  // what is printed for 7 does not go back in
+              {"Fo*FOM", 9, "Fo*FOM"},
+              {"Fdelwt", 11, "Fdelwt"},
+              {"fwt", 13, "None"},
+              {"", 13, "None"}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(VXMTZMapTypeFromString(row.text), row.code) << row.text;
+    EXPECT_EQ(VXMTZMapTypeToString(row.code), row.printed) << row.text;
+  }
+  EXPECT_EQ(VXMTZMapTypeToString(12), "");
+  EXPECT_EQ(VXMTZMapTypeToString(99), "");
+}
+
+TEST(Reflection, ColumnsByCode) {
+  VXReflection set = three_reflections();
+  const float floats[] = {1, 2, 3};
+  const int ints[] = {4, 5, 6};
+  for (unsigned int code = 0; code <= 13; ++code) {
+    SCOPED_TRACE(code);
+    const bool is_int = code == VXReflectionColumn::Centric || code == VXReflectionColumn::RFree;
+    EXPECT_EQ(set.SetColumn(code, floats, 3), !is_int && code < 13);
+    EXPECT_EQ(set.SetColumn(code, ints, 3), is_int);
+    float f[3];
+    int i[3];
+    EXPECT_EQ(set.GetColumn(code, f), !is_int && code < 13);
+    EXPECT_EQ(set.GetColumn(code, i), is_int);
+    EXPECT_EQ(set.SetElement(code, static_cast<float>(code), 1), !is_int && code < 13);
+    EXPECT_EQ(set.SetElement(code, static_cast<int>(code), 1), is_int);
+  }
+  // Each code has a column of its own.
+  for (unsigned int code = 0; code < 13; ++code) {
+    float f = 0;
+    int i = 0;
+    EXPECT_TRUE(set.GetElement(code, f, 1) || set.GetElement(code, i, 1));
+    EXPECT_EQ(f + static_cast<float>(i), static_cast<float>(code));
+  }
+  EXPECT_EQ(set.GetImpl()->fom[1], VXReflectionColumn::FOM);
+}
+
+TEST(Reflection, SettersRefuse) {
+  VXReflection set = three_reflections();
+  const float values[] = {1, 2, 3, 4};
+  const float* none = nullptr;
+  float out[3];
+  EXPECT_FALSE(set.SetColumn(VXReflectionColumn::Fobs, values, 4)) << "wrong count";
+  EXPECT_FALSE(set.GetColumn(VXReflectionColumn::Fobs, static_cast<float*>(nullptr)));
+  ASSERT_TRUE(set.GetColumn(VXReflectionColumn::Fobs, out)) << "the old column stays";
+  EXPECT_THAT(out, ElementsAre(10, 20, 30));
+  EXPECT_FALSE(set.SetColumn(VXReflectionColumn::Fobs, none, 3));
+  EXPECT_FALSE(set.GetColumn(VXReflectionColumn::Fobs, out)) << "null takes the column away";
+  EXPECT_FALSE(set.SetABCD(values, values, nullptr, values, 3));
+  EXPECT_FALSE(set.GetABCD(out, out, out, out));
+}
+
+TEST(Reflection, SortedOrderIsThatOfElementAccessAlone) {
+  VXReflection set = three_reflections();
+  float value, values[3];
+  ASSERT_TRUE(set.GetElement(VXReflectionColumn::Fobs, value, 0));
+  EXPECT_EQ(value, 10);
+  ASSERT_TRUE(set.Sort());
+  const float sorted[] = {30, 20, 10};  // (1,0,-5) (1,0,5) (2,0,0)
+  for (unsigned int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(set.GetElement(VXReflectionColumn::Fobs, value, i));
+    EXPECT_EQ(value, sorted[i]);
+  }
+  ASSERT_TRUE(set.GetColumn(VXReflectionColumn::Fobs, values));
+  EXPECT_THAT(values, ElementsAre(10, 20, 30));
+  EXPECT_FALSE(VXReflection().Sort());
+
+  // A smaller set keeps the order, which now leads outside: refused, not read.
+  set.SetCount(1);
+  EXPECT_FALSE(set.GetElement(VXReflectionColumn::Fobs, value, 0));
+  ASSERT_TRUE(set.Sort());
+  EXPECT_TRUE(set.GetElement(VXReflectionColumn::Fobs, value, 0));
+}
+
+// The index equal to the count passes: it reaches a spare element, also of columns that came with another
+// count than the set's.
+TEST(Reflection, SpareElement) {
+  VXReflection set = three_reflections();
+  const int one[] = {7};
+  int h, k, l;
+  float value = 1;
+  EXPECT_TRUE(set.GetElement(VXReflectionColumn::Fobs, value, 3));
+  EXPECT_EQ(value, 0);
+  EXPECT_TRUE(set.SetElement(VXReflectionColumn::Fobs, 5.0f, 3));
+  EXPECT_FALSE(set.SetElement(VXReflectionColumn::Fobs, 5.0f, 4));
+  EXPECT_TRUE(set.SetHKL(one, one, one, 1)) << "counts of indices are not compared";
+  EXPECT_TRUE(set.GetHKLElement(h, k, l, 3));
+  set.Sort();
+  EXPECT_TRUE(set.GetHKLElement(h, k, l, 3));
+  VXReflection copy(set);
+  EXPECT_TRUE(copy.GetHKLElement(h, k, l, 3));
+}
+
+TEST(Reflection, CopiesAreTheirOwn) {
+  VXReflection set = three_reflections();
+  set.SetTitle("lysozyme");
+  set.SetRESO(0.001, 0.25);
+  set.SetSymmetry(VXXtal::VXSymmetry(19u, VXXtal::VXUnitCell(10, 20, 30, 90, 90, 90)));
+  VXReflection copy;
+  copy = set;
+  set.SetElement(VXReflectionColumn::Fobs, 99.0f, 0);
+  set.Clear();
+  EXPECT_EQ(set.GetCount(), 0u);
+  EXPECT_EQ(set.GetTitle(), "");
+  EXPECT_FALSE(set.GetSymmetry());
+  EXPECT_EQ(set.GetResolution(), 0.0);
+  float values[3];
+  ASSERT_TRUE(copy.GetColumn(VXReflectionColumn::Fobs, values));
+  EXPECT_THAT(values, ElementsAre(10, 20, 30));
+  EXPECT_EQ(copy.GetTitle(), "lysozyme");
+  EXPECT_EQ(copy.GetSymmetry().GetNumber(), 19u);
+  EXPECT_EQ(copy.GetResolution(), 2.0);
+  EXPECT_EQ(copy.GetData<double>("reslo"), 0.001);
+}
+
+// Amplitude and phase of every map type, from columns whose values tell them apart.
+TEST(Reflection, CoefficientsOfTheMapTypes) {
+  VXReflectionImpl set;
+  set.SetCount(1);
+  const auto put = [&set](auto setter, float v) { ASSERT_TRUE((set.*setter)(&v, 1)); };
+  using R = VXReflectionImpl;
+  put(&R::SetFobs, 100), put(&R::SetFcalc, 30), put(&R::SetFOM, 0.5f), put(&R::SetFwt, 7),
+      put(&R::SetFdelwt, 8);
+  put(&R::SetPhase, 10), put(&R::SetPhaseCalc, 20), put(&R::SetPhiwt, 30), put(&R::SetPhidelwt, 40);
+  const float a = 1, b = 2, c = 3, d = 4;
+  ASSERT_TRUE(set.SetABCD(&a, &b, &c, &d, 1));
+  const float expected[][2] = {{100, 10}, {30, 20},    {170, 20}, {70, 20}, {240, 20}, {410, 20}, {1, 10},
+                               {2, 10},   {10000, 10}, {50, 10},  {7, 30},  {8, 40},   {100, 10}, {100, 10}};
+  for (int type = 0; type < 14; ++type) {
+    SCOPED_TRACE(type);
+    float amp, phase, re, im;
+    EXPECT_TRUE(set.GetAmpPhase(amp, phase, 0, type));
+    EXPECT_EQ(amp, expected[type][0]);
+    EXPECT_EQ(phase, expected[type][1]);
+    ASSERT_TRUE(set.GetAB(re, im, 0, type));
+    EXPECT_NEAR(re, amp * std::cos(phase * M_PI / 180), amp * 1e-6);
+    EXPECT_NEAR(im, amp * std::sin(phase * M_PI / 180), amp * 1e-6);
+    EXPECT_EQ(set.ValidateMaptype(type), type < 12);
+  }
+  float re = 5, im = 6;
+  set.SetFwtElement(std::numeric_limits<float>::quiet_NaN(), 0);
+  EXPECT_FALSE(set.GetAB(re, im, 0, 10));
+  EXPECT_FALSE(set.GetAB(re, im, 2, 0)) << "beyond the set";
+  EXPECT_EQ(re + im, 11) << "unchanged";
+}
+
+TEST(Reflection, ValidateMaptypeSaysWhatFcMisses) {
+  VXReflectionImpl set;
+  set.SetCount(1);
+  const float value = 1;
+  const struct {
+    bool fcalc, phase_calc;
+    const char* log;
+  } rows[] = {{false, false, "Error: fcalc missing.\nError: phase calc missing.\n"},
+              {false, true, "Error: fcalc missing.\n"},
+              {true, false, "Error: phase calc missing.\n"},
+              {true, true, ""}};
+  for (const auto& row : rows) {
+    CapturedLog log;
+    set.SetFcalc(row.fcalc ? &value : nullptr, 1);
+    set.SetPhaseCalc(row.phase_calc ? &value : nullptr, 1);
+    EXPECT_EQ(set.ValidateMaptype(1), row.fcalc && row.phase_calc);
+    EXPECT_FALSE(set.ValidateMaptype(2)) << "silently";
+    EXPECT_EQ(log.text(), row.log);
+  }
+}
+
+TEST(Reflection, DifferenceMaps) {
+  const struct {
+    const char* what;
+    float low, high;
+    unsigned int type;
+    bool difference;
+  } rows[] = {{"deep", -0.7f, 1, 0, true},
+              {"shallow", -0.6f, 1, 0, false},
+              {"all zero: 0 / 0", 0, 0, 0, false},
+              {"a density by its type", -9, 1, 3, false},
+              {"a difference by its type", 0, 1, 4, true}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    VXScalarGrid grid;
+    grid.SetDim(2, 3, 4);
+    grid.GetValues()[5] = row.low;
+    grid.GetValues()[7] = row.high;
+    grid.SetType(row.type);
+    EXPECT_EQ(VXGridIsDifferenceMap(grid), row.difference);
+    EXPECT_EQ(VXGridIsDifferenceMap(VXSkewGrid(grid)), row.difference);
+  }
+  VXScalarGrid empty;
+  empty.SetDim(0, 3, 4);
+  EXPECT_TRUE(VXGridIsDifferenceMap(empty));
+}
+
+}  // namespace
