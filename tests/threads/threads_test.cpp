@@ -1,0 +1,112 @@
+#include <array>
+#include <functional>
+#include <sstream>
+#include <thread>
+
+#include <vxgrid/formats/ccp4.h>
+#include <vxgrid/grid/ascii_grid.h>
+#include <vxgrid/grid/refgrid.h>
+#include <vxgrid/processing/make_grid.h>
+#include <vxgrid/processing/regularize.h>
+
+#include "grid/grid_support.h"
+#include "support/support.h"
+
+// Distinct objects belong to distinct threads: the same work, alone and beside others, gives the same bytes.
+// ThreadSanitizer sees what the bytes do not show.
+
+using namespace VXCore;
+
+namespace {
+
+constexpr int kThreads = 4;
+constexpr int kRounds = 20;
+
+/// Runs job(0), job(1) ... at the same time, after they were run one by one.
+void expect_same_beside_others(const std::function<std::string(int)>& job) {
+  std::array<std::string, kThreads> alone, beside;
+  for (int i = 0; i < kThreads; ++i) alone[i] = job(i);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) threads.emplace_back([&, i] { beside[i] = job(i); });
+  for (auto& thread : threads) thread.join();
+  for (int i = 0; i < kThreads; ++i) EXPECT_TRUE(alone[i] == beside[i]) << "thread " << i;
+}
+
+/// Grids of every kind: made, copied, resampled, written and read.
+TEST(Threads, Grids) {
+  expect_same_beside_others([](int i) {
+    VXHost::vxosstream out;
+    for (int round = 0; round < kRounds; ++round) {
+      VXSkewGrid skew(numbered_grid(6 + i, 7, 8 + round % 3, 0.5f));
+      skew.SetUnitCell(9.0f, 10.0f, 11.0f, 80.0f, 95.0f, 100.0f + static_cast<float>(i), 12, 14, 16);
+      skew.SetSpaceGroup(1);
+      VXScalarGrid regular;
+      VXMakeRegularGrid(regular, skew, 0.75f);
+      VXSkewGrid copy;
+      copy = skew;
+      copy = regular;
+      VXWriteCCP4Grid(out, skew.GetImpl().GetImpl());
+      VXHost::vxosstream text;
+      VXWriteAsciiGrid(text, regular);
+      VXHost::vxisstream again(text.str());
+      VXZemoGrid read;
+      VXReadAsciiGrid(again, read);
+      VXWriteAsciiGrid(out, read);
+    }
+    return out.str();
+  });
+}
+
+template <int kNumber>
+struct Kind {
+  int value = kNumber;
+};
+
+/// Tags and type ids that several threads ask for first, beside ones of their own.
+TEST(Threads, TagsAndTypes) {
+  std::array<unsigned int, kThreads> shared_tag;
+  std::array<const void*, kThreads> shared_type;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i)
+    threads.emplace_back([&, i] {
+      shared_tag[i] = VXGetTag("threads: shared");
+      shared_type[i] = VXGetDataType<Kind<0>>();
+      VXScalarGrid grid;
+      for (int n = 0; n < 200; ++n) {
+        const std::string name = "threads: " + std::to_string(i * 1000 + n);
+        grid.SetData(name, n);
+        if (VXGetTag(VXGetTag(name)) != name || grid.GetData<int>(name) != n) shared_tag[i] = 0;
+      }
+      if (VXGetDataType<Kind<1>>() == VXGetDataType<Kind<2>>()) shared_type[i] = nullptr;
+      VXSkewGrid other;
+      VXCopyBaseData(other, grid);
+    });
+  for (auto& thread : threads) thread.join();
+  EXPECT_NE(shared_tag[0], 0u);
+  for (int i = 1; i < kThreads; ++i) {
+    EXPECT_EQ(shared_tag[i], shared_tag[0]);
+    EXPECT_EQ(shared_type[i], shared_type[0]);
+  }
+}
+
+/// Lines from several threads come out whole, none is lost.
+TEST(Threads, Reports) {
+  CapturedLog log;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i)
+    threads.emplace_back([i] {
+      for (int n = 0; n < 100; ++n) VXThrow.Warning("thread %d says %d", i, n);
+    });
+  for (auto& thread : threads) thread.join();
+  std::istringstream lines(log.text());
+  std::array<int, kThreads> next{};
+  for (std::string line; std::getline(lines, line);) {
+    int i = -1, n = -1;
+    ASSERT_EQ(std::sscanf(line.c_str(), "Warning: thread %d says %d", &i, &n), 2) << line;
+    ASSERT_TRUE(i >= 0 && i < kThreads);
+    EXPECT_EQ(n, next[i]++);
+  }
+  for (const int count : next) EXPECT_EQ(count, 100);
+}
+
+}  // namespace
