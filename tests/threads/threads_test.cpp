@@ -6,8 +6,12 @@
 #include <vxgrid/formats/ccp4.h>
 #include <vxgrid/grid/ascii_grid.h>
 #include <vxgrid/grid/refgrid.h>
-#include <vxgrid/processing/make_grid.h>
+#include <vxgrid/host/molecule.h>
 #include <vxgrid/processing/regularize.h>
+#include <vxgrid/realspace/density.h>
+#include <vxgrid/realspace/fit_statistics.h>
+#include <vxgrid/reflection/mtz.h>
+#include <vxgrid/reflection/reflection.h>
 
 #include "grid/grid_support.h"
 #include "support/support.h"
@@ -29,7 +33,8 @@ void expect_same_beside_others(const std::function<std::string(int)>& job) {
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads; ++i) threads.emplace_back([&, i] { beside[i] = job(i); });
   for (auto& thread : threads) thread.join();
-  for (int i = 0; i < kThreads; ++i) EXPECT_TRUE(alone[i] == beside[i]) << "thread " << i;
+  for (int i = 0; i < kThreads; ++i)
+    EXPECT_TRUE(!alone[i].empty() && alone[i] == beside[i]) << "thread " << i;
 }
 
 /// Grids of every kind: made, copied, resampled, written and read.
@@ -54,6 +59,26 @@ TEST(Threads, Grids) {
       VXWriteAsciiGrid(out, read);
     }
     return out.str();
+  });
+}
+
+/// The whole road from reflections to fit scores, transforms and symmetry included.
+TEST(Threads, MapsAndFits) {
+  expect_same_beside_others([](int i) {
+    VXSkewGrid map;
+    if (!VXReadMTZ(source_file("examples/data/4hg7.mtz"), map,
+                   i % 2 ? VXMTZMapType::Fwt : VXMTZMapType::Fdelwt))
+      return std::string();
+    VXGraphMol model;
+    for (int n = 0; n < 12; ++n) {
+      const float place[3] = {1.5f * static_cast<float>(n), static_cast<float>(i), 4.0f};
+      model.SetCoords(model.AddAtom(6 + n % 3), place);
+    }
+    VXSetScatterDefaults(model, 20.0, 1.0, 0);
+    const VXFitStatistics fit = VXGetFitStatistics(map, model, 1.5);
+    EXPECT_TRUE(fit.rscc > -1.0 && fit.rsr > -1.0);
+    return std::string(reinterpret_cast<const char*>(map.GetValues()), map.GetSize() * sizeof(float)) +
+           std::to_string(fit.rscc) + " " + std::to_string(fit.rsr);
   });
 }
 
