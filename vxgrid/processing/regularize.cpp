@@ -62,14 +62,17 @@ bool for_each_row(const GridStruct& out, Row row) {
 // Trilinear inside the source; points outside keep the 0 that they hold.
 void resample_clipped(const Source& source, const GridStruct& out) {
   const lattice::Turn to_source = unturn(source);
-  const lattice::ClippedLattice lattice(source.lattice, 0.0f, lattice::ClippedLattice::kClearOfLastCell);
+  const lattice::ClippedLattice from(source.lattice, 0.0f, lattice::ClippedLattice::kClearOfLastCell);
   const float x_low = lattice::Span(out.xmid, out.xdim, out.spacing).low;
   for_each_row(out, [&](float y, float z, float* values) {
     const lattice::Turn::Row row = to_source.row(y, z);
     float x = x_low;
     for (int i = 0; i < out.xdim; ++i, x += out.spacing) {
       const __m128 point = to_source(x, row);
-      if (lattice.holds(point)) values[i] = lattice.trilinear_at(source.lattice.floats, point);
+      if (!from.holds(point)) continue;
+      __m128 t;
+      const float* const corner = source.lattice.floats + from.index(from.cell(point, t));
+      values[i] = lattice::trilinear(corner, from.row(), from.plane(), t);
     }
     return true;
   });

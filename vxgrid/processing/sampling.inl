@@ -106,12 +106,6 @@ class ClippedLattice {
 
   std::ptrdiff_t index(__m128i cell) const { return index_(cell); }
 
-  float trilinear_at(const float* values, __m128 point) const {
-    __m128 t;
-    const __m128i c = cell(point, t);
-    return trilinear(values + index_(c), row_, plane_, t);
-  }
-
  private:
   CellIndex index_;
   std::ptrdiff_t row_, plane_;
@@ -123,6 +117,7 @@ class ClippedLattice {
 // Weights of the quadratic B-spline on one axis, and their derivatives by t, for the points at -1, 0 and 1
 // step from the nearest one; t in (-0.5, 0.5] is counted from that.
 struct SplineWeights {
+  SplineWeights() = default;
   explicit SplineWeights(float t)
       : w{(t * t - t) * 0.5f + 0.125f, 0.75f - t * t, 0}, d{t - 0.5f, -2.0f * t, t + 0.5f} {
     w[2] = w[0] + t;
@@ -132,10 +127,11 @@ struct SplineWeights {
 
 // The three neighbours of a point on one axis: the nearest one and, as index offsets, those beside it.
 struct SplineAxis {
-  // Moves on to the next point for t > 0.5.
+  SplineAxis() = default;
+  // The nearest point is the next one for t > 0.5. Beside a face, which rounding alone can reach, a neighbour
+  // of weight 0 is the face itself.
   SplineAxis(int i, float t, int dim, std::ptrdiff_t stride)
       : nearest(t > 0.5f ? i + 1 : i),
-        // Beside a face, which rounding alone can reach, a neighbour of weight 0 is the face itself.
         offset{nearest > 0 ? -stride : 0, 0, nearest + 1 < dim ? stride : 0},
         weights(t > 0.5f ? t - 1.0f : t) {}
   std::ptrdiff_t nearest;
