@@ -66,9 +66,9 @@ void regular_gemmi(benchmark::State& state) {
     for (int z = 0; z < kOut; ++z)
       for (int y = 0; y < kOut; ++y)
         for (int x = 0; x < kOut; ++x) {
-          const gemmi::Position at(in.skew.GetXMid() - half + x * kSpacing - in.origin[0],
-                                   in.skew.GetYMid() - half + y * kSpacing - in.origin[1],
-                                   in.skew.GetZMid() - half + z * kSpacing - in.origin[2]);
+          const gemmi::Position at(in.skew.GetXMid() - half + x * double{kSpacing} - in.origin[0],
+                                   in.skew.GetYMid() - half + y * double{kSpacing} - in.origin[1],
+                                   in.skew.GetZMid() - half + z * double{kSpacing} - in.origin[2]);
           *to++ = in.peer.interpolate_value(at);
         }
     benchmark::ClobberMemory();
