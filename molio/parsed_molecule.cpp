@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <cmath>
 #include <map>
 #include <numeric>
 #include <tuple>
@@ -47,6 +49,15 @@ class Letters {
   std::array<bool, 256> seen_{};
   std::map<std::string, unsigned char> by_name_;
 };
+
+/// False when the text is not one number and nothing else.
+template <class Number>
+bool convert(std::string_view text, Number& value) {
+  const char* first = text.data() + (!text.empty() && text[0] == '+');
+  const char* last = text.data() + text.size();
+  const auto [end, error] = std::from_chars(first, last, value);
+  return error == std::errc() && end == last;
+}
 
 /// Takes out the atoms that are not to stay, and the bonds that they had.
 void remove_atoms(ParsedMolecule& parsed, const std::vector<char>& stays) {
@@ -113,6 +124,25 @@ std::string_view next_line(std::string_view& text) {
   text.remove_prefix(std::min(end + 1, text.size()));
   if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
   return line;
+}
+
+std::string_view trimmed(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(" \t");
+  return first == text.npos ? std::string_view()
+                            : text.substr(first, text.find_last_not_of(" \t") + 1 - first);
+}
+
+float finite_number(std::string_view text, const char* what, long line) {
+  float value = 0;
+  if (convert(text, value) && std::isfinite(value)) return value;
+  throw ParseFault(std::string(what) + " \"" + std::string(text) + "\" is not a finite number", line);
+}
+
+int whole_number(std::string_view text, const char* what, long line) {
+  int value = 0;
+  if (convert(text, value)) return value;
+  throw ParseFault(std::string(what) + " \"" + std::string(text) + "\" is not a whole number below 2^31",
+                   line);
 }
 
 }  // namespace VXCore

@@ -58,5 +58,10 @@ ParsedMolecule parse_mol2(std::string_view text);
 
 /// Takes the next line off the text, without its line end.
 std::string_view next_line(std::string_view& text);
+std::string_view trimmed(std::string_view text);
+
+/// The number that the whole text says; what else it is goes into the fault ("coordinate "2.5x" is not ...").
+float finite_number(std::string_view text, const char* what, long line);
+int whole_number(std::string_view text, const char* what, long line);
 
 }  // namespace VXCore

@@ -3,8 +3,7 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cmath>
+#include <cctype>
 #include <cstring>
 #include <unordered_map>
 
@@ -32,16 +31,12 @@ class Card {
   bool is(const char* record) const { return std::strncmp(at(0), record, 6) == 0; }
   std::size_t length() const { return length_; }
 
-  /// A finite number, or `blank` for an empty field.
+  /// A finite number; an empty field is `blank`, or a fault where there is no such value.
+  float number(int column, int length, const char* what) const {
+    return finite_number(field(column, length), what, number_);
+  }
   float number(int column, int length, const char* what, float blank) const {
-    const std::string text = field(column, length);
-    if (text.empty()) return blank;
-    const char* first = text.data() + (text[0] == '+' ? 1 : 0);
-    float value = 0;
-    const auto [end, error] = std::from_chars(first, text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value))
-      fail(std::string(what) + " \"" + text + "\" is not a finite number");
-    return value;
+    return field(column, length).empty() ? blank : number(column, length, what);
   }
   [[noreturn]] void fail(const std::string& fault) const { throw ParseFault(fault, number_); }
 
@@ -79,10 +74,7 @@ ParsedAtom parse_atom(const Card& card) {
   atom.element = static_cast<unsigned int>(gemmi::Element(element(card)).atomic_number());
   atom.charge = formal_charge(card);
   atom.name = card.field(12, 4);
-  for (int i = 0; i < 3; ++i) {
-    atom.xyz[i] = card.number(30 + 8 * i, 8, "coordinate", std::nanf(""));
-    if (std::isnan(atom.xyz[i])) card.fail("a coordinate is missing");
-  }
+  for (int i = 0; i < 3; ++i) atom.xyz[i] = card.number(30 + 8 * i, 8, "coordinate");
   VXResidue& residue = atom.residue;
   const gemmi::SeqId seq = gemmi::pdb_impl::read_seq_id(card.at(22));
   residue.SetName(card.field(17, 3));

@@ -1,43 +1,24 @@
-// SDF and MOL2 files, read by RDKit. It is given the parts of the first molecule that matter here, and no
-// number of atoms or bonds that the text has no lines for: it makes room for what is announced.
+// SDF (V2000 and V3000) and MOL2 files: the atoms and bonds of the first molecule. No count is trusted:
+// memory follows the lines that are there.
 
-#include <charconv>
-#include <cmath>
-#include <cstdint>
-#include <memory>
-#include <sstream>
+#include <algorithm>
 #include <string>
-#include <vector>
+#include <unordered_map>
 
-#include <GraphMol/FileParsers/FileParsers.h>
-#include <GraphMol/RDKitBase.h>
+#include <vxgrid/host/radii.h>
 
 #include "parsed_molecule.h"
 
 namespace VXCore {
 namespace {
 
-using Lines = std::vector<std::string_view>;
-
 bool starts_with(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
 }
 
-/// The lines of a text, up to one that starts with `end` if that is given.
-Lines lines_of(std::string_view text, std::string_view end = {}) {
-  Lines lines;
-  while (!text.empty()) {
-    const std::string_view line = next_line(text);
-    if (!end.empty() && starts_with(line, end)) break;
-    lines.push_back(line);
-  }
-  return lines;
-}
-
-std::string_view trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t");
-  if (first == text.npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t") + 1 - first);
+/// The characters from `column` (counted from 0) of a line that may be shorter.
+std::string_view field(std::string_view line, std::size_t column, std::size_t length) {
+  return column < line.size() ? trimmed(line.substr(column, length)) : std::string_view();
 }
 
 std::vector<std::string_view> words(std::string_view text) {
@@ -49,150 +30,205 @@ std::vector<std::string_view> words(std::string_view text) {
   return found;
 }
 
-/// A count of atoms or bonds that the lines of the file can hold.
-std::size_t count(std::string_view text, std::size_t lines, long number) {
-  std::size_t n = 0;
-  text = trimmed(text);
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), n);
-  if (text.empty() || error != std::errc() || end != text.data() + text.size())
-    throw ParseFault("the count \"" + std::string(text) + "\" is not a number", number);
-  if (n > lines)
-    throw ParseFault(std::to_string(n) + " atoms or bonds announced, the file is shorter", number);
+/// Lines of a text with their numbers; asking for one too many is a fault.
+class LineReader {
+ public:
+  explicit LineReader(std::string_view text) : text_(text) {}
+  bool at_end() const { return text_.empty(); }
+  std::string_view next() {
+    if (text_.empty()) throw ParseFault("the molecule is cut short", number_);
+    ++number_;
+    return next_line(text_);
+  }
+  long number() const { return number_; }
+
+ private:
+  std::string_view text_;
+  long number_ = 0;
+};
+
+int count(std::string_view text, const char* what, long line) {
+  const int n = whole_number(text, what, line);
+  if (n < 0) throw ParseFault(std::string(what) + " is " + std::to_string(n), line);
   return n;
 }
 
-void append(std::string& block, std::string_view line) { block.append(line).push_back('\n'); }
-
-/// Header, counts, atoms, bonds, and of the properties charges, isotopes and radicals.
-std::string v2000_block(const Lines& lines) {
-  const std::string_view counts = lines[3];
-  if (counts.size() < 6) throw ParseFault("the line of counts is too short", 4);
-  const std::size_t atoms = count(counts.substr(0, 3), lines.size(), 4);
-  const std::size_t bonds = count(counts.substr(3, 3), lines.size(), 4);
-  const std::size_t end = 4 + atoms + bonds;
-  if (lines.size() < end)
-    throw ParseFault(std::to_string(atoms) + " atoms and " + std::to_string(bonds) +
-                         " bonds announced, the file is shorter",
-                     4);
-  std::string block;
-  for (std::size_t i = 0; i < end; ++i) append(block, lines[i]);
-  for (std::size_t i = end; i < lines.size() && !starts_with(lines[i], "M  END"); ++i)
-    if (starts_with(lines[i], "M  CHG") || starts_with(lines[i], "M  ISO") || starts_with(lines[i], "M  RAD"))
-      append(block, lines[i]);
-  return block + "M  END\n";
+void check_counts(const ParsedMolecule& parsed, int atoms, int bonds, int found_bonds, long line) {
+  const int found_atoms = static_cast<int>(parsed.atoms.size());
+  if (found_atoms != atoms || found_bonds != bonds)
+    throw ParseFault(std::to_string(atoms) + " atoms and " + std::to_string(bonds) + " bonds announced, " +
+                         std::to_string(found_atoms) + " and " + std::to_string(found_bonds) + " found",
+                     line);
 }
 
-/// The table of atoms and bonds alone, with lines that are continued (a final "-") made one.
-std::string v3000_block(const Lines& lines) {
-  std::string block;
-  for (int i = 0; i < 4; ++i) append(block, lines[i]);
-  std::string skipped;  // the block that is passed over, "END SGROUP" where it ends
-  for (std::size_t i = 4; i < lines.size() && !starts_with(lines[i], "M  END"); ++i) {
-    if (!starts_with(lines[i], "M  V30 ")) continue;
-    const long number = static_cast<long>(i + 1);
-    std::string line(lines[i].substr(7));
-    while (!line.empty() && line.back() == '-') {
-      line.pop_back();
-      if (i + 1 < lines.size() && starts_with(lines[i + 1], "M  V30 ")) line += lines[++i].substr(7);
-    }
-    const std::vector<std::string_view> word = words(line);
-    const std::string first(word.empty() ? std::string_view() : word[0]);
-    const std::string second(word.size() < 2 ? std::string_view() : word[1]);
-    if (!skipped.empty()) {
-      if (first + ' ' + second == skipped) skipped.clear();
-    } else if (first == "BEGIN" && second != "CTAB" && second != "ATOM" && second != "BOND") {
-      skipped = "END " + second;
-    } else if (first == "COUNTS") {
-      if (word.size() < 3) throw ParseFault("the line of counts is too short", number);
-      const std::size_t atoms = count(word[1], lines.size(), number),
-                        bonds = count(word[2], lines.size(), number);
-      append(block, "M  V30 COUNTS " + std::to_string(atoms) + ' ' + std::to_string(bonds) + " 0 0 0");
-    } else {
-      append(block, "M  V30 " + line);
-    }
-  }
-  return block + "M  END\n";
+unsigned int bond_order(std::string_view type) {
+  return type == "2" ? 2 : type == "3" ? 3 : 1;  // the rest are aromatic, amide and query bonds
 }
 
-/// The parts MOLECULE, ATOM and BOND of the first molecule.
-std::string mol2_block(std::string_view text) {
-  constexpr std::string_view kSection = "@<TRIPOS>";
-  const Lines lines = lines_of(text);
-  std::string block, part;
-  std::size_t in_part = 0;
-  for (std::size_t i = 0; i < lines.size(); ++i, ++in_part) {
-    if (starts_with(lines[i], kSection)) {
-      if (!block.empty() && starts_with(lines[i], "@<TRIPOS>MOLECULE")) break;
-      part = trimmed(lines[i].substr(kSection.size()));
-      in_part = 0;
-    }
-    if (part != "MOLECULE" && part != "ATOM" && part != "BOND") continue;
-    if (part == "MOLECULE" && in_part == 2)
-      for (const std::string_view n : words(lines[i])) count(n, lines.size(), static_cast<long>(i + 1));
-    append(block, lines[i]);
-  }
-  if (block.empty()) throw ParseFault("there is no @<TRIPOS>MOLECULE in it");
-  return block;
+void add_bond(ParsedMolecule& parsed, int begin, int end, std::string_view type, long line) {
+  const int n = static_cast<int>(parsed.atoms.size());
+  if (begin < 1 || end < 1 || begin > n || end > n)
+    throw ParseFault("a bond between atoms " + std::to_string(begin) + " and " + std::to_string(end) +
+                         " of " + std::to_string(n),
+                     line);
+  parsed.bonds.push_back(
+      {static_cast<unsigned int>(begin - 1), static_cast<unsigned int>(end - 1), bond_order(type)});
 }
 
-unsigned int bond_order(RDKit::Bond::BondType type) {
-  switch (type) {
-    case RDKit::Bond::DOUBLE:
-      return 2;
-    case RDKit::Bond::TRIPLE:
-      return 3;
-    case RDKit::Bond::QUADRUPLE:
-      return 4;
-    default:
-      return 1;
+ParsedAtom sdf_atom(std::string_view symbol, const std::string_view* xyz, long line) {
+  ParsedAtom atom;
+  atom.element = symbol == "T" ? 1 : VXGetAtomicNum(symbol);
+  for (int i = 0; i < 3; ++i) atom.xyz[i] = finite_number(xyz[i], "coordinate", line);
+  return atom;
+}
+
+/// "M  CHG  n  atom charge  atom charge ..." in fields of four; they take the place of the charges in the
+/// lines of the atoms.
+void set_charges(ParsedMolecule& parsed, std::string_view line, long number, bool is_first) {
+  if (is_first)
+    for (ParsedAtom& atom : parsed.atoms) atom.charge = 0;
+  for (std::size_t column = 9; column + 4 < line.size(); column += 8) {
+    const int at = whole_number(field(line, column, 4), "atom of a charge", number);
+    if (at < 1 || at > static_cast<int>(parsed.atoms.size()))
+      throw ParseFault(
+          "a charge on atom " + std::to_string(at) + " of " + std::to_string(parsed.atoms.size()), number);
+    parsed.atoms[static_cast<std::size_t>(at - 1)].charge =
+        whole_number(field(line, column + 4, 4), "charge", number);
   }
 }
 
-ParsedMolecule converted(const std::unique_ptr<RDKit::RWMol>& from) {
-  ParsedMolecule parsed;
-  if (!from || from->getNumAtoms() == 0) return parsed;
-  if (from->getNumConformers() == 0) throw ParseFault("there are no coordinates in it");
-  const RDKit::Conformer& conformer = from->getConformer();
-  if (from->hasProp(RDKit::common_properties::_Name))
-    parsed.title = from->getProp<std::string>(RDKit::common_properties::_Name);
-  parsed.atoms.reserve(from->getNumAtoms());
-  for (const RDKit::Atom* a : from->atoms()) {
-    ParsedAtom atom;
-    atom.element = static_cast<unsigned int>(a->getAtomicNum());
-    atom.charge = a->getFormalCharge();
-    const RDGeom::Point3D& at = conformer.getAtomPos(a->getIdx());
-    const double xyz[3] = {at.x, at.y, at.z};
-    for (int i = 0; i < 3; ++i) {
-      atom.xyz[i] = static_cast<float>(xyz[i]);
-      if (!std::isfinite(atom.xyz[i]))
-        throw ParseFault("a coordinate of atom " + std::to_string(a->getIdx() + 1) +
-                         " is not a finite number");
-    }
-    parsed.atoms.push_back(atom);
+void read_v2000(LineReader& in, std::string_view counts, ParsedMolecule& parsed) {
+  // In the line of an atom, charges are coded; 4 marks a radical.
+  constexpr int kCharges[] = {0, 3, 2, 1, 0, -1, -2, -3};
+  const int atoms = count(field(counts, 0, 3), "number of atoms", in.number());
+  const int bonds = count(field(counts, 3, 3), "number of bonds", in.number());
+  for (int i = 0; i < atoms; ++i) {
+    const std::string_view line = in.next();
+    const std::string_view xyz[] = {field(line, 0, 10), field(line, 10, 10), field(line, 20, 10)};
+    parsed.atoms.push_back(sdf_atom(field(line, 31, 3), xyz, in.number()));
+    const std::string_view charge = field(line, 36, 3);
+    if (charge.size() == 1 && charge[0] >= '0' && charge[0] <= '7')
+      parsed.atoms.back().charge = kCharges[charge[0] - '0'];
   }
-  for (const RDKit::Bond* b : from->bonds())
-    parsed.bonds.push_back({b->getBeginAtomIdx(), b->getEndAtomIdx(), bond_order(b->getBondType())});
-  return parsed;
+  for (int i = 0; i < bonds; ++i) {
+    const std::string_view line = in.next();
+    add_bond(parsed, whole_number(field(line, 0, 3), "atom of a bond", in.number()),
+             whole_number(field(line, 3, 3), "atom of a bond", in.number()), field(line, 6, 3), in.number());
+  }
+  bool is_first = true;
+  while (!in.at_end()) {
+    const std::string_view line = in.next();
+    if (starts_with(line, "M  END") || starts_with(line, "$$$$")) return;
+    if (!starts_with(line, "M  CHG")) continue;
+    set_charges(parsed, line, in.number(), is_first);
+    is_first = false;
+  }
 }
+
+/// A line after "M  V30 ", with those that continue it (a "-" at the end).
+std::string v3000_line(LineReader& in) {
+  std::string line;
+  for (bool continued = true; continued;) {
+    std::string_view part = in.next();
+    if (starts_with(part, "M  END")) return "END CTAB";
+    if (!starts_with(part, "M  V30 ")) continue;
+    part.remove_prefix(7);
+    continued = !part.empty() && part.back() == '-';
+    line += part.substr(0, part.size() - continued);
+  }
+  return line;
+}
+
+void read_v3000(LineReader& in, ParsedMolecule& parsed) {
+  std::unordered_map<int, int> place;  // from 1, by the number that the file gives an atom
+  const auto number = [&in](std::string_view text, const char* what) {
+    return whole_number(text, what, in.number());
+  };
+  const auto find = [&place](int atom) { return place.count(atom) ? place[atom] : 0; };
+  std::string part;
+  int atoms = 0, bonds = 0;
+  for (std::string line = v3000_line(in);; line = v3000_line(in)) {
+    std::vector<std::string_view> word = words(line);
+    if (word.size() < 2) continue;
+    if (word[0] == "END" && word[1] == "CTAB") break;
+    if (word[0] == "COUNTS" && word.size() > 2) {
+      atoms = count(word[1], "number of atoms", in.number());
+      bonds = count(word[2], "number of bonds", in.number());
+    } else if (word[0] == "BEGIN") {
+      part = word[1];
+    } else if (word[0] == "END") {
+      part.clear();
+    } else if (part == "ATOM") {
+      // A list of elements, "NOT [C,N]", is a query atom.
+      if (word[1] == "NOT") word.erase(word.begin() + 1);
+      if (word.size() < 5) throw ParseFault("the line of an atom is too short", in.number());
+      parsed.atoms.push_back(sdf_atom(word[1], &word[2], in.number()));
+      place.emplace(number(word[0], "number of an atom"), static_cast<int>(parsed.atoms.size()));
+      for (const std::string_view option : word)
+        if (starts_with(option, "CHG=")) parsed.atoms.back().charge = number(option.substr(4), "charge");
+    } else if (part == "BOND") {
+      if (word.size() < 4) throw ParseFault("the line of a bond is too short", in.number());
+      add_bond(parsed, find(number(word[2], "atom of a bond")), find(number(word[3], "atom of a bond")),
+               word[1], in.number());
+    }
+  }
+  check_counts(parsed, atoms, bonds, static_cast<int>(parsed.bonds.size()), in.number());
+}
+
+/// The element of a type such as "C.ar" or "Zn"; none for "Du", "LP", "Hal" and so on.
+unsigned int mol2_element(std::string_view type) { return VXGetAtomicNum(type.substr(0, type.find('.'))); }
 
 }  // namespace
 
 ParsedMolecule parse_sdf(std::string_view text) {
-  const Lines lines = lines_of(text, "$$$$");
-  if (lines.size() < 4) throw ParseFault("the file ends before its line of counts");
-  const bool is_v3000 = lines[3].find("V3000") != std::string_view::npos;
-  std::istringstream in(is_v3000 ? v3000_block(lines) : v2000_block(lines));
-  unsigned int line = 0;
-  return converted(std::unique_ptr<RDKit::RWMol>(RDKit::MolDataStreamToMol(in, line, false, false, false)));
+  LineReader in(text);
+  ParsedMolecule parsed;
+  parsed.title = trimmed(in.next());
+  in.next();
+  in.next();
+  const std::string_view counts = in.next();
+  if (counts.find("V3000") != counts.npos)
+    read_v3000(in, parsed);
+  else
+    read_v2000(in, counts, parsed);
+  return parsed;
 }
 
-// The format has no formal charges; those that RDKit derives hold for molecules with all their hydrogens
-// only.
 ParsedMolecule parse_mol2(std::string_view text) {
-  std::istringstream in(mol2_block(text));
-  ParsedMolecule parsed = converted(
-      std::unique_ptr<RDKit::RWMol>(RDKit::Mol2DataStreamToMol(in, false, false, RDKit::CORINA, false)));
-  for (ParsedAtom& atom : parsed.atoms) atom.charge = 0;
+  LineReader in(text);
+  ParsedMolecule parsed;
+  std::string part;
+  int line_of_part = 0, atoms = -1, bonds = 0, found_bonds = 0;
+  while (!in.at_end()) {
+    const std::string_view line = in.next();
+    if (starts_with(line, "@<TRIPOS>")) {
+      if (line == "@<TRIPOS>MOLECULE" && !part.empty()) break;
+      part = trimmed(line.substr(9));
+      line_of_part = 0;
+      continue;
+    }
+    if (starts_with(line, "#")) continue;
+    const std::vector<std::string_view> word = words(line);
+    ++line_of_part;
+    if (part == "MOLECULE" && line_of_part == 1) {
+      parsed.title = trimmed(line);
+    } else if (part == "MOLECULE" && line_of_part == 2 && !word.empty()) {
+      atoms = count(word[0], "number of atoms", in.number());
+      if (word.size() > 1) bonds = count(word[1], "number of bonds", in.number());
+    } else if (part == "ATOM" && !word.empty()) {
+      if (word.size() < 6) throw ParseFault("the line of an atom is too short", in.number());
+      parsed.atoms.push_back(sdf_atom({}, &word[2], in.number()));
+      parsed.atoms.back().element = mol2_element(word[5]);
+    } else if (part == "BOND" && !word.empty()) {
+      if (word.size() < 4) throw ParseFault("the line of a bond is too short", in.number());
+      ++found_bonds;
+      if (word[3] == "nc") continue;  // not connected
+      add_bond(parsed, whole_number(word[1], "atom of a bond", in.number()),
+               whole_number(word[2], "atom of a bond", in.number()), word[3], in.number());
+    }
+  }
+  if (atoms < 0) throw ParseFault("there is no @<TRIPOS>MOLECULE with a number of atoms");
+  check_counts(parsed, atoms, bonds, found_bonds, in.number());
   return parsed;
 }
 
