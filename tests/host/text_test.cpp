@@ -29,7 +29,7 @@ TEST(Text, StringToNumberTakesTheWholeText) {
     double value;
   } good[] = {
       {"1", 1},           {"-1.5", -1.5},          {"+2.5e-3", 2.5e-3}, {".5", 0.5},         {"5.", 5},
-      {" 7\t", 7},        {"1e5  ", 1e5},          {"inf", inf},        {"-Infinity", -inf}, {"1e-400", 0},
+      {" 7\t", 7},        {"1e5  ", 1e5},          {"inf", inf},        {"-Infinity", -inf}, {"1e-5000", 0},
       {"-1e-50", -1e-50}, {"1.000000e-45", 1e-45}, {"0.1", 0.1},        {"00012", 12},
   };
   for (const auto& row : good) {
@@ -42,7 +42,7 @@ TEST(Text, StringToNumberTakesTheWholeText) {
     EXPECT_EQ(f, static_cast<float>(row.value));
   }
   for (const char* text : {"", " ", "+", "-", ".", "e5", "1 2", "1x", "0x10", "1,5", "+-1", "++1", "1e",
-                           "word", "1\n", "1e999999", "--1"}) {
+                           "word", "1\n", "1e9999999999", "--1"}) {
     SCOPED_TRACE(text);
     double d = -99;
     EXPECT_FALSE(VXStringToNumber(text, d));

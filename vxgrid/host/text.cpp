@@ -17,22 +17,34 @@ std::string_view number_part(std::string_view text) {
   return text;
 }
 
+// Whether the leading digit of a number that is not 0 stands behind the point, exponent included.
+bool is_below_one(std::string_view text) {
+  const std::string_view digits = text.substr(0, text.find_first_of("eE"));
+  std::string_view exponent_text = text.substr(digits.size());
+  exponent_text.remove_prefix(std::min<std::size_t>(exponent_text.size(), 1));
+  exponent_text = number_part(exponent_text);
+  const auto first = static_cast<long>(digits.find_first_of("123456789"));
+  const auto point = static_cast<long>(std::min(digits.find('.'), digits.size()));
+  int exponent = 0;
+  const char* const end = exponent_text.data() + exponent_text.size();
+  if (std::from_chars(exponent_text.data(), end, exponent).ec == std::errc::result_out_of_range)
+    return exponent_text[0] == '-';
+  return point - first + exponent < 0;
+}
+
 template <class T>
 bool real_number(std::string_view text, T& number) {
   text = number_part(text);
   const char* const end = text.data() + text.size();
   T value;
-  auto [stop, error] = std::from_chars(text.data(), end, value);
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
   if (stop != end) return false;
-  if (error == std::errc::result_out_of_range) {
-    long double wide;
-    if (std::from_chars(text.data(), end, wide).ec != std::errc{} ||
-        std::fabs(wide) > std::numeric_limits<T>::max())
-      return false;
-    value = static_cast<T>(wide);
-    error = {};
+  if (error == std::errc::result_out_of_range) {  // rounds to 0 or to infinity
+    if (!is_below_one(text)) return false;
+    value = text[0] == '-' ? -T{0} : T{0};
+  } else if (error != std::errc{}) {
+    return false;
   }
-  if (error != std::errc{}) return false;
   number = value;
   return true;
 }
