@@ -25,7 +25,7 @@ TEST(Base, AttributesByTagAndName) {
   CapturedLog log;
   EXPECT_FALSE(a.SetData<float>("n", 2.0f));
   EXPECT_EQ(a.GetData<float>("n"), 0.0f);
-  EXPECT_THAT(log.text(), HasSubstr("Attribute \"n\" holds another type"));
+  EXPECT_THAT(log.text(), HasSubstr("Attribute \"n\" holds another type than the float asked for"));
   EXPECT_TRUE(a.GetData<bool>("n"));
 
   a.AddData<bool>("n", false);

@@ -1,6 +1,9 @@
 #include <vxgrid/host/base.h>
 
+#include <cxxabi.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <deque>
 #include <mutex>
 #include <typeindex>
@@ -86,8 +89,10 @@ void VXBaseImpl::DeleteData(unsigned int tag) {
 }
 
 bool VXBaseImpl::CheckTypeWarning(const VXBaseData& data, const std::type_info& wanted) {
+  const std::unique_ptr<char, decltype(&std::free)> readable(
+      abi::__cxa_demangle(wanted.name(), nullptr, nullptr, nullptr), &std::free);
   VXThrow.Warning("Attribute \"%s\" holds another type than the %s asked for; it stays as it is.",
-                  VXGetTag(data.GetTag()).c_str(), wanted.name());
+                  VXGetTag(data.GetTag()).c_str(), readable ? readable.get() : wanted.name());
   return false;
 }
 
