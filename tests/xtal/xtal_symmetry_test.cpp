@@ -248,6 +248,7 @@ TEST(Cryst1, Reads) {
               {"numbers and a blank", numbers + " ", true, "", 0},
               {"no number for Z", numbers + " P 65 2 2      x", true, "P 65 2 2  ", 0},
               {"four digits of Z", numbers + " P 65 2 2   12345", true, "P 65 2 2  ", 1234},
+              {"no columns", "71.45 +71.45\t104.204 90 90 +120", true, "", 0},
               {"five numbers", "71.450 71.450 104.204 90.00 90.00 P 65", false, "", 0},
               {"nothing", "", false, "", 0}};
   for (const auto& row : rows) {

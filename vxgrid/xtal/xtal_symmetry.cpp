@@ -99,7 +99,9 @@ bool VXExtractCRYST1(const VXMolBase& mol, float* six, std::string& name, unsign
   const char* at = text.data();
   const char* const end = at + text.size();
   for (int i = 0; i < 6; ++i) {  // numbers with or without blanks before them, not columns
-    const auto [rest, error] = std::from_chars(skip_blanks(at, end), end, six[i]);
+    at = skip_blanks(at, end);
+    if (at != end && *at == '+') ++at;
+    const auto [rest, error] = std::from_chars(at, end, six[i]);
     if (error != std::errc()) return false;
     at = rest;
   }
