@@ -1,0 +1,64 @@
+#include <CLI/App.hpp>
+
+#include <vxgrid/grid/grid_format.h>
+#include <vxgrid/grid/scalargrid.h>
+#include <vxgrid/host/text.h>
+#include <vxgrid/processing/regularize.h>
+
+#include "input.h"
+#include "verbs.h"
+
+using namespace VXCore;
+
+namespace {
+
+struct Options {
+  std::string input, output;
+};
+
+unsigned format_of(const std::string& file) {
+  return VXGetGridFileType(VXGetFileExtension(file.c_str()).c_str());
+}
+
+void run(const Options& options, const Settings& settings) {
+  const VXSkewGrid grid = read_map(options.input, settings);
+  const VXGridAbstractBase* written = &grid;
+  VXScalarGrid regular;
+  if (format_of(options.output) == VXGridFormatCCP4 || grid.IsRegular()) {
+    write_map(options.output, grid);
+  } else {
+    // Only CCP4 maps hold oblique axes and three step lengths.
+    const LibraryLog log;
+    if (!VXMakeRegularGrid(regular, grid, 0.0f))
+      throw Failure(options.input, log.reason(options.input, "cannot be brought onto a regular grid"));
+    note(settings, options.input + ": brought onto a regular grid, which is all that the format of " +
+                       options.output + " holds");
+    write_map(options.output, regular);
+    written = &regular;
+  }
+
+  const unsigned dims[] = {written->GetXDim(), written->GetYDim(), written->GetZDim()};
+  const char* format = VXGetGridFormatString(format_of(options.output));
+  if (settings.json) {
+    Json json;
+    json.open_object();
+    json.field("file", options.output);
+    json.field("format", format);
+    json.list("dimensions", dims);
+    json.close_object();
+    json.print();
+  } else {
+    std::printf("%s: %s, %u x %u x %u points\n", options.output.c_str(), format, dims[0], dims[1], dims[2]);
+  }
+}
+
+}  // namespace
+
+void add_convert(CLI::App& app, Settings& settings) {
+  auto options = std::make_shared<Options>();
+  CLI::App* verb = add_verb(app, settings, "convert", "turn one map format into another",
+                            "convert density.ccp4 density.agd");
+  verb->add_option("IN", options->input, "map to read: .map, .ccp4, .ccp, .agd, also .gz")->required();
+  verb->add_option("OUT", options->output, "map to write; its extension gives the format")->required();
+  verb->callback([options, &settings] { run(*options, settings); });
+}

@@ -1,0 +1,303 @@
+#include "input.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+
+#include <CLI/App.hpp>
+
+#include <molio/read_molecule.h>
+#include <vxgrid/formats/gridio.h>
+#include <vxgrid/grid/grid_format.h>
+#include <vxgrid/host/text.h>
+#include <vxgrid/reflection/fft_backend.h>
+#include <vxgrid/reflection/reflection.h>
+
+using namespace VXCore;
+using VXXtal::VXSymmetry;
+using VXXtal::VXUnitCell;
+
+namespace {
+
+constexpr const char* kMapTypes[] = {"Fwt",     "Fdelwt", "2Fo-Fc", "Fo-Fc",          "3Fo-2Fc",
+                                     "5Fo-3Fc", "Fo",     "Fc",     "2Fo-Fc(SigmaA)", "Fo-Fc(SigmaA)"};
+
+void require_readable(const std::string& file) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::file_status status = fs::status(file, error);
+  if (!fs::exists(status)) throw Failure(file, "there is no such file");
+  if (fs::is_directory(status)) throw Failure(file, "this is a directory");
+  if (access(file.c_str(), R_OK) != 0) throw Failure(file, std::strerror(errno));
+  if (fs::is_regular_file(status) && fs::file_size(file, error) == 0)
+    throw Failure(file, "the file is empty");
+}
+
+std::int32_t word(const std::string& bytes, size_t index, bool swap) {
+  std::uint32_t value;
+  std::memcpy(&value, bytes.data() + 4 * index, 4);
+  return static_cast<std::int32_t>(swap ? __builtin_bswap32(value) : value);
+}
+
+/// True when the text header of an MTZ file reaches its END record.
+bool has_whole_header(VXHost::vxistream& in, const std::string& head) {
+  const std::int32_t pointer = word(head, 1, head[9] == 17);
+  if (pointer < 21 || !in.seek(4ull * static_cast<unsigned>(pointer) - 4)) return false;
+  std::string record;
+  while (in.read(record, 80) == 80)
+    if (record.compare(0, 4, "END ") == 0) return true;
+  return record.compare(0, 3, "END") == 0;
+}
+
+/// The labels that a map type takes, in the roles that `columns` gives them.
+std::vector<std::string> labels_for(unsigned type, const VXMTZColumns& columns) {
+  using namespace VXMTZMapType;
+  switch (type) {
+    case Fwt:
+      return {columns.GetFwt(), columns.GetPhiwt()};
+    case Fdelwt:
+      return {columns.GetFdelwt(), columns.GetPhidelwt()};
+    case Fc:
+      return {columns.GetFc(), columns.GetPhic()};
+    case Fo:
+      return {columns.GetFobs(), columns.GetPhi().empty() ? columns.GetPhic() : columns.GetPhi()};
+    case TwoFoFcSigmaA:
+    case FoFcSigmaA:
+      return {columns.GetFobs(),
+              columns.GetFc(),
+              columns.GetPhic(),
+              columns.GetSigmaA(),
+              "HLA",
+              "HLB",
+              "HLC",
+              "HLD"};
+    default:
+      return {columns.GetFobs(), columns.GetFc(), columns.GetPhic()};
+  }
+}
+
+/// The usual labels of the file. F-obs is an observed amplitude, also where the library takes it for the
+/// calculated one.
+VXMTZColumns usual_columns(const VXMTZ& mtz) {
+  VXMTZColumns columns;
+  mtz.AutoGetColumns(columns);
+  if (columns.GetFc() == "F-obs") {
+    columns.SetFobs("F-obs");
+    columns.SetFc(mtz.FindColumn("F-model") ? "F-model" : "FC");
+  }
+  return columns;
+}
+
+void set_columns(VXMTZColumns& columns, unsigned type, const std::string& amplitude,
+                 const std::string& phase) {
+  using namespace VXMTZMapType;
+  switch (type) {
+    case Fwt:
+      columns.SetFwt(amplitude), columns.SetPhiwt(phase);
+      break;
+    case Fdelwt:
+      columns.SetFdelwt(amplitude), columns.SetPhidelwt(phase);
+      break;
+    case Fc:
+      columns.SetFc(amplitude), columns.SetPhic(phase);
+      break;
+    case Fo:
+      columns.SetFobs(amplitude), columns.SetPhi(phase);
+      break;
+    default:
+      columns.SetFobs(amplitude), columns.SetPhic(phase);
+      break;
+  }
+}
+
+bool have_all(const VXMTZ& mtz, const std::vector<std::string>& labels, std::string& missing) {
+  for (const std::string& label : labels)
+    if (!mtz.FindColumn(label)) {
+      missing = label;
+      return false;
+    }
+  return true;
+}
+
+std::string list_columns(const std::string& file) {
+  std::vector<std::string> words;
+  for (const MtzColumn& column : read_columns(file)) words.push_back(column.label + ":" + column.type);
+  return join(words, " ");
+}
+
+}  // namespace
+
+FileKind kind_of(const std::string& file) {
+  require_readable(file);
+  if (VXFileExtension(file, "mtz")) return FileKind::Mtz;
+  if (VXIsReadableGrid(file)) return FileKind::Map;
+  if (VXGetMoleculeFile(file) != VXMoleculeFile::Unknown) return FileKind::Model;
+  throw Failure(file,
+                "not a kind of file that is known by its extension: .mtz for reflections, .map .ccp4 .ccp "
+                ".agd for maps, .pdb .ent .cif .mmcif .sdf .mol .mol2 for models, each also with .gz");
+}
+
+void require_whole_ccp4(const std::string& file) {
+  constexpr size_t kHeader = 1024;
+  VXHost::vxifstream in(file);
+  std::string head;
+  in.read(head, kHeader);
+  if (head.size() < kHeader)
+    throw Failure(file, text("not a CCP4 map: its header has 1024 bytes, here are %zu", head.size()));
+
+  const bool swap = std::abs(static_cast<long long>(word(head, 0, false))) > 131072;
+  const int mode = word(head, 3, swap);
+  long long samples = 1;
+  for (size_t axis = 0; axis < 3; ++axis) {
+    const int count = word(head, axis, swap), on_axis = word(head, 16 + axis, swap);
+    if (count < 1 || on_axis < 1 || on_axis > 3 || mode < 0)
+      throw Failure(file, "not a CCP4 map: its header makes no sense");
+    samples = std::min(samples * count, 1LL << 40);
+  }
+  if (mode != 0 && mode != 2)
+    throw Failure(file,
+                  text("samples of mode %d; CCP4 maps of mode 2 (floats) and 0 (bytes) are read", mode));
+  const long long records = std::max(0, word(head, 23, swap)) / 80;
+  const long long end = static_cast<long long>(kHeader) + 80 * records + samples * (mode == 2 ? 4 : 1);
+  if (!in.seek(static_cast<unsigned long long>(end - 1)) || in.getbyte() < 0)
+    throw Failure(file, text("the map is cut off: its header announces %lld bytes", end));
+}
+
+VXSkewGrid read_map(const std::string& file, const Settings& settings) {
+  if (kind_of(file) != FileKind::Map) throw Failure(file, "not a map");
+  if (VXGetGridFileType(VXGetFileExtension(file.c_str()).c_str()) == VXGridFormatCCP4)
+    require_whole_ccp4(file);
+  const LibraryLog log;
+  VXSkewGrid grid;
+  if (!VXReadGrid(file, grid)) throw Failure(file, log.reason(file, "cannot be read as a map"));
+  log.pass_on(settings, file);
+  return grid;
+}
+
+VXGraphMol read_model(const std::string& file, const Settings& settings) {
+  if (kind_of(file) != FileKind::Model) throw Failure(file, "not a model");
+  const LibraryLog log;
+  VXGraphMol model;
+  if (!VXReadMolecule(file, model)) throw Failure(file, log.reason(file, "cannot be read as a model"));
+  log.pass_on(settings, file);
+  if (!model) throw Failure(file, "there are no atoms in this file");
+  return model;
+}
+
+template <class Grid>
+void write_map(const std::string& file, const Grid& grid) {
+  namespace fs = std::filesystem;
+  if (!VXIsWriteableGrid(file))
+    throw Failure(file,
+                  "no map is written under this extension; those of maps are .map, .ccp4, .ccp and .agd");
+  std::error_code error;
+  const bool was_there = fs::exists(file, error);
+  if (std::FILE* out = std::fopen(file.c_str(), "ab"))
+    std::fclose(out);
+  else
+    throw Failure(file, std::string("cannot be written: ") + std::strerror(errno));
+
+  const LibraryLog log;
+  errno = 0;
+  if (VXWriteGrid(file, grid)) return;
+  const std::string why = errno ? std::strerror(errno) : "the disc may be full";
+  if (!was_there) fs::remove(file, error);
+  throw Failure(file, log.reason(file, ("could not be written whole: " + why).c_str()));
+}
+template void write_map(const std::string&, const VXSkewGrid&);
+template void write_map(const std::string&, const VXScalarGrid&);
+
+void MapOptions::add_to(CLI::App* app) {
+  verb = app;
+  const std::vector<std::string> types(std::begin(kMapTypes), std::end(kMapTypes));
+  app->add_option("--type", type, "map type")
+      ->check(CLI::IsMember(types))
+      ->type_name("TYPE")
+      ->capture_default_str();
+  app->add_option("--columns", columns, "labels in the MTZ file, for others than the usual ones")
+      ->check([](const std::string& given) {
+        const size_t comma = given.find(',');
+        const bool two = comma != std::string::npos && comma > 0 && comma + 1 < given.size();
+        return two ? std::string() : "takes two labels, AMPLITUDE,PHASE";
+      })
+      ->type_name("AMPLITUDE,PHASE");
+  app->add_option("--fft", fft,
+                  "library of the Fourier transform: fftw2, pocketfft (faster, and the default)")
+      ->check(CLI::IsMember({"fftw2", "pocketfft"}))
+      ->type_name("NAME");
+}
+
+std::vector<MtzColumn> read_columns(const std::string& file) {
+  VXHost::vxifstream in(file);
+  std::string head;
+  in.read(head, 80);
+  if (head.compare(0, 4, "MTZ ") != 0)
+    throw Failure(file, "not an MTZ file: it does not start with \"MTZ \"");
+  if (head.size() < 80 || !has_whole_header(in, head))
+    throw Failure(file, "the header at the end of the file is cut off");
+
+  in.seek(0);
+  std::vector<std::string> labels;
+  std::vector<char> types;
+  if (!VXGetMTZFileColumnNamesAndTypes(in, labels, types)) throw Failure(file, "its header lists no columns");
+  std::vector<MtzColumn> columns;
+  for (size_t i = 0; i < labels.size(); ++i) columns.push_back({labels[i], types[i]});
+  return columns;
+}
+
+std::vector<MapChoice> possible_maps(const std::string& file) {
+  const LibraryLog log;
+  const VXMTZ mtz(file);
+  const VXMTZColumns columns = usual_columns(mtz);
+  std::vector<MapChoice> choices;
+  std::string missing;
+  for (const char* type : kMapTypes) {
+    std::vector<std::string> labels = labels_for(VXMTZMapTypeFromString(type), columns);
+    if (have_all(mtz, labels, missing)) choices.push_back({type, std::move(labels)});
+  }
+  return choices;
+}
+
+MtzMap make_map(const std::string& file, const MapOptions& options, const Settings& settings) {
+  if (kind_of(file) != FileKind::Mtz) throw Failure(file, "not an MTZ file");
+  read_columns(file);
+  VXSetFFTBackend(options.fft == "fftw2" ? VXFFTBackend::FFTW2 : VXFFTBackend::PocketFFT);
+
+  const LibraryLog log;
+  const VXMTZ mtz(file);
+  if (!mtz.IsValid()) throw Failure(file, log.reason(file, "cannot be opened as an MTZ file"));
+  const unsigned type = VXMTZMapTypeFromString(options.type);
+  VXMTZColumns columns = usual_columns(mtz);
+  if (const size_t comma = options.columns.find(','); comma != std::string::npos)
+    set_columns(columns, type, options.columns.substr(0, comma), options.columns.substr(comma + 1));
+
+  MtzMap map;
+  map.labels = labels_for(type, columns);
+  std::string missing;
+  if (!have_all(mtz, map.labels, missing))
+    throw Failure(file, text("no column %s for a map of type %s; name others with --columns AMPLITUDE,PHASE. "
+                             "There are (label:type): %s",
+                             missing.c_str(), options.type.c_str(), list_columns(file).c_str()));
+  if (type == VXMTZMapType::Fo) columns.SetPhi(map.labels[1]);
+  if (!mtz.MakeMap(map.grid, type, columns, false, false))
+    throw Failure(file, log.reason(file, "no map could be made of these reflections"));
+  log.pass_on(settings, file);
+  return map;
+}
+
+VXSymmetry map_symmetry(const VXSkewGrid& grid) {
+  if (grid.HasData("vx_symm")) return grid.GetData<VXSymmetry>("vx_symm");
+  if (!grid.HasSpaceGroup()) return {};
+  float six[6];
+  grid.GetUnitCell(six[0], six[1], six[2], six[3], six[4], six[5]);
+  const LibraryLog log;
+  const VXSymmetry symmetry(grid.GetSpaceGroup(), VXUnitCell(six));
+  return symmetry && !symmetry.HasWarnings() && symmetry.cell().isValid() ? symmetry : VXSymmetry();
+}
+
+std::string cell_text(const VXUnitCell& cell) {
+  return text("%.6g %.6g %.6g %.6g %.6g %.6g", cell.a, cell.b, cell.c, cell.alpha, cell.beta, cell.gamma);
+}

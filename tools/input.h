@@ -1,0 +1,75 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <vxgrid/grid/skewgrid.h>
+#include <vxgrid/host/molecule.h>
+#include <vxgrid/reflection/mtz.h>
+#include <vxgrid/xtal/symmetry.h>
+
+#include "report.h"
+
+namespace CLI {
+class App;
+}
+
+enum class FileKind { Map, Mtz, Model };
+
+/// What a file holds, by its extension (.gz left out). Failure when it is not there, not a file, empty, not
+/// readable or of no known kind.
+FileKind kind_of(const std::string& file);
+
+/// The library reads what is there of a CCP4 map; here one that is not whole, or not a CCP4 map, is a
+/// Failure.
+void require_whole_ccp4(const std::string& file);
+
+/// Reads a map and leaves what the library had to say about it as notes.
+VXCore::VXSkewGrid read_map(const std::string& file, const Settings& settings);
+
+/// Reads a model; Failure when there are no atoms in it.
+VXCore::VXGraphMol read_model(const std::string& file, const Settings& settings);
+
+/// Writes a grid in the format of the extension; what could not be written whole is taken away again.
+template <class Grid>
+void write_map(const std::string& file, const Grid& grid);
+
+/// Options of the verbs that make a map from reflections.
+struct MapOptions {
+  std::string type = "Fwt";
+  std::string columns;  // "AMPLITUDE,PHASE", or empty for the usual labels
+  std::string fft;      // "fftw2", "pocketfft", or empty for the faster one
+  CLI::App* verb = nullptr;
+
+  void add_to(CLI::App* app);
+};
+
+/// One column of an MTZ file, with its one-letter type.
+struct MtzColumn {
+  std::string label;
+  char type;
+};
+
+/// The columns of an MTZ file in file order; Failure when its header is not whole.
+std::vector<MtzColumn> read_columns(const std::string& file);
+
+/// The map types whose columns are there, with the labels that each one takes.
+struct MapChoice {
+  std::string type;
+  std::vector<std::string> labels;
+};
+std::vector<MapChoice> possible_maps(const std::string& file);
+
+struct MtzMap {
+  VXCore::VXSkewGrid grid;          // one cell, in units of its sigma
+  std::vector<std::string> labels;  // of the columns that it was made from
+};
+MtzMap make_map(const std::string& file, const MapOptions& options, const Settings& settings);
+
+/// The space group of a map, bound to its cell: the one it was made with, or the one its number gives. Empty
+/// when there is none, or when it does not fit the cell.
+VXCore::VXXtal::VXSymmetry map_symmetry(const VXCore::VXSkewGrid& grid);
+
+/// "71.45 71.45 104.204 90 90 120".
+std::string cell_text(const VXCore::VXXtal::VXUnitCell& cell);
