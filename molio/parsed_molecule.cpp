@@ -1,4 +1,4 @@
-#include "parsed_molecule.h"
+#include "parsed_molecule.inl"
 
 #include <algorithm>
 #include <array>

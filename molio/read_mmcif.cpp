@@ -12,7 +12,7 @@
 
 #include <vxgrid/host/text.h>
 
-#include "parsed_molecule.h"
+#include "parsed_molecule.inl"
 
 namespace VXCore {
 namespace {

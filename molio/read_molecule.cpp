@@ -10,7 +10,7 @@
 #include <vxgrid/host/stream.h>
 #include <vxgrid/host/text.h>
 
-#include "parsed_molecule.h"
+#include "parsed_molecule.inl"
 
 namespace VXCore {
 namespace {

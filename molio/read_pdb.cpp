@@ -10,7 +10,7 @@
 #include <gemmi/elem.hpp>
 #include <gemmi/pdb.hpp>
 
-#include "parsed_molecule.h"
+#include "parsed_molecule.inl"
 
 namespace VXCore {
 namespace {

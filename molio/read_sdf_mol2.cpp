@@ -7,7 +7,7 @@
 
 #include <vxgrid/host/radii.h>
 
-#include "parsed_molecule.h"
+#include "parsed_molecule.inl"
 
 namespace VXCore {
 namespace {

@@ -9,12 +9,12 @@
 #include <memory>
 #include <optional>
 
-#include <vxgrid/formats/map_frame.h>
-#include <vxgrid/formats/map_samples.h>
 #include <vxgrid/host/error_handler.h>
 #include <vxgrid/processing/grid_values.h>
 #include <vxgrid/processing/make_grid.h>
 #include <vxgrid/processing/regularize.h>
+#include <vxgrid/formats/map_frame.inl>
+#include <vxgrid/formats/map_samples.inl>
 
 namespace VXCore {
 namespace {

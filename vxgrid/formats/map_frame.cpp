@@ -1,4 +1,4 @@
-#include <vxgrid/formats/map_frame.h>
+#include <vxgrid/formats/map_frame.inl>
 
 #include <algorithm>
 #include <climits>

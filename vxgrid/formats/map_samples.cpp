@@ -1,4 +1,4 @@
-#include <vxgrid/formats/map_samples.h>
+#include <vxgrid/formats/map_samples.inl>
 
 #include <emmintrin.h>
 #include <xmmintrin.h>

@@ -1,4 +1,4 @@
-#include <vxgrid/host/mol_data.h>
+#include <vxgrid/host/mol_data.inl>
 
 #include <algorithm>
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include <vxgrid/host/mol_data.h>
 #include <vxgrid/host/radii.h>
+#include <vxgrid/host/mol_data.inl>
 
 namespace VXCore {
 namespace {

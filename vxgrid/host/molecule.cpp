@@ -4,7 +4,7 @@
 #include <utility>
 
 #include <vxgrid/host/conformers.h>
-#include <vxgrid/host/mol_data.h>
+#include <vxgrid/host/mol_data.inl>
 
 namespace VXCore {
 namespace {

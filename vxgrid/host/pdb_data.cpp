@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include <vxgrid/host/mol_data.h>
+#include <vxgrid/host/mol_data.inl>
 
 namespace VXCore {
 namespace {

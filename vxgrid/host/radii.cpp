@@ -4,7 +4,7 @@
 #include <cctype>
 #include <iterator>
 
-#include <vxgrid/host/mol_data.h>
+#include <vxgrid/host/mol_data.inl>
 
 namespace VXCore {
 namespace {

@@ -6,7 +6,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include <vxgrid/host/mol_data.h>
+#include <vxgrid/host/mol_data.inl>
 
 namespace VXCore {
 namespace {

@@ -9,9 +9,9 @@ class VXScalarGrid;
 class VXSkewGrid;
 class VXZemoGrid;
 
-/// Sizes a grid around a box of full widths `extents`: trunc((extent + 1e-5) / spacing + 1) points per axis, so
-/// that an extent of a whole number of steps puts the outer samples on the faces. False for a null pointer or
-/// spacing 0, and, dimensions as they were, when one passes 2^24 = 16777216 (with a Warning).
+/// Sizes a grid around a box of full widths `extents`: trunc((extent + 1e-5) / spacing + 1) points per axis,
+/// so that an extent of a whole number of steps puts the outer samples on the faces. False for a null pointer
+/// or spacing 0, and, dimensions as they were, when one passes 2^24 = 16777216 (with a Warning).
 VXGRID_API bool VXMakeGridFromCenterAndExtents(VXZemoGrid& grid, const float* center, const float* extents,
                                                float spacing);
 VXGRID_API bool VXMakeGridFromCenterAndExtents(VXScalarGrid& grid, const float* center, const float* extents,

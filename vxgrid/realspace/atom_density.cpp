@@ -1,4 +1,4 @@
-#include <vxgrid/realspace/atom_density.h>
+#include <vxgrid/realspace/atom_density.inl>
 
 #include <algorithm>
 #include <cmath>

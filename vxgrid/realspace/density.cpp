@@ -14,9 +14,9 @@
 #include <vxgrid/host/residue.h>
 #include <vxgrid/host/text.h>
 #include <vxgrid/processing/make_grid.h>
-#include <vxgrid/realspace/atom_density.h>
 #include <vxgrid/xtal/scatter_table.h>
 #include <vxgrid/xtal/xtal_symmetry.h>
+#include <vxgrid/realspace/atom_density.inl>
 
 namespace VXCore {
 
