@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "${1:-$(dirname "$0")/..}"
 
-find vxgrid -mindepth 2 \( -name '*.h' -o -name '*.cpp' \) -print0 | sort -z | xargs -0 -r awk '
+find vxgrid -mindepth 2 \( -name '*.h' -o -name '*.inl' -o -name '*.cpp' \) -print0 | sort -z | xargs -0 -r awk '
   BEGIN {
     count = split("host xtal grid processing formats gaussian molgrid reflection realspace exchange", order, " ")
     for (i = 1; i <= count; ++i) rank[order[i]] = i
