@@ -202,8 +202,8 @@ ParsedMolecule parse_mol2(std::string_view text) {
   while (!in.at_end()) {
     const std::string_view line = in.next();
     if (starts_with(line, "@<TRIPOS>")) {
-      if (line == "@<TRIPOS>MOLECULE" && !part.empty()) break;
       part = trimmed(line.substr(9));
+      if (part == "MOLECULE" && atoms >= 0) break;
       line_of_part = 0;
       continue;
     }

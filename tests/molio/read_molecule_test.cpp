@@ -121,7 +121,7 @@ const char kMol2[] =
     "# made by hand\n@<TRIPOS>MOLECULE\nformate\n4 3 1 0 0\nSMALL\nNO_CHARGES\n\n@<TRIPOS>ATOM\n"
     "1 C1 0.0 0.0 0.5 C.2 1 LIG 0.0\n2 O1 1.1 0.0 -0.5 O.2 1 LIG 0.0\n3 O2 -1.1 0.0 -0.5 O.3 1 LIG 0.0\n"
     "4 H1 0.0 0.0 1.6 H 1 LIG 0.0\n@<TRIPOS>BOND\n1 1 2 2\n2 1 3 1\n3 1 4 1\n@<TRIPOS>SUBSTRUCTURE\n"
-    "1 LIG 1\n@<TRIPOS>MOLECULE\nsecond\n";
+    "1 LIG 1\n@<TRIPOS>MOLECULE \nsecond\n9 9\n";
 
 /// The molecule in text of one line an atom and one a bond.
 std::string shown(const VXMolBase& mol) {
