@@ -22,7 +22,7 @@ constexpr double kDefaultBFactor = 20.0;
 constexpr double kDefaultOccupancy = 1.0;
 
 // Residues whose RSCC lies below these are marked on a terminal.
-constexpr float kDoubtful = 0.8f, kBad = 0.6f;
+constexpr double kDoubtful = 0.8, kBad = 0.6;
 constexpr const char* kYellow = "\033[33m";
 constexpr const char* kRed = "\033[31m";
 
@@ -33,15 +33,11 @@ struct Options {
   MapOptions map;
 };
 
-struct ResidueFit {
-  VXResidue residue;
-  float rscc, rsr;
-};
-
 struct Fit {
   std::string map_text;  // what the map was made of
-  double radius = 0, rscc = 0, rsr = 0;
-  std::vector<ResidueFit> residues;
+  double radius = 0;
+  VXFitStatistics whole;
+  std::vector<VXResidueFit> residues;
 };
 
 VXGraphMol read_scored_model(const std::string& file, const Settings& settings) {
@@ -131,20 +127,6 @@ void serve_or_refuse(VXSkewGrid& grid, const VXXtal::VXSymmetry& symmetry, const
                         coverage.atoms - coverage.inside, coverage.atoms, options.data.c_str()));
 }
 
-void score_residues(const VXSkewGrid& grid, VXGraphMol& model, const Settings& settings, Fit& fit) {
-  ProgressBar progress(settings);
-  VXSkewGrid calc(grid);
-  VXScatterToGrid(calc, model);
-  progress.set_part(0, 2);
-  VXResidueRSCC(grid, calc, model, fit.radius, progress);
-  progress.set_part(1, 2);
-  VXResidueRSR(grid, calc, model, fit.radius, progress);
-  for (const VXResidue& residue : VXGetResidues(model)) {
-    const VXIter<VXAtomBase> first = VXGetResidueAtoms(model, residue);
-    fit.residues.push_back({residue, first->GetData<float>("rscc"), first->GetData<float>("rsr")});
-  }
-}
-
 Fit compute(const Options& options, const Settings& settings) {
   Fit fit;
   VXGraphMol model = read_scored_model(options.model, settings);
@@ -155,17 +137,18 @@ Fit compute(const Options& options, const Settings& settings) {
   serve_or_refuse(grid, symmetry, model, fit.radius, options, settings);
 
   const LibraryLog log;
-  fit.rscc = VXRSCC(grid, model, fit.radius);
-  if (fit.rscc == -1.0) throw Failure(options.model, log.reason(options.model, "no score could be computed"));
-  fit.rsr = VXRSR(grid, model, fit.radius);
-  score_residues(grid, model, settings, fit);
+  fit.whole = VXGetFitStatistics(grid, model, fit.radius);
+  if (fit.whole.rscc == -1.0)
+    throw Failure(options.model, log.reason(options.model, "no score could be computed"));
+  ProgressBar progress(settings);
+  fit.residues = VXGetResidueFit(grid, model, fit.radius, progress);
   return fit;
 }
 
 /// -1 stands for a score that could not be computed.
-bool scored(float value) { return std::isfinite(value) && value != -1.0f; }
-float or_nan(float value) { return scored(value) ? value : std::nanf(""); }
-std::string score_text(float value) { return scored(value) ? text("%.3f", value) : "-"; }
+bool scored(double value) { return std::isfinite(value) && value != -1.0; }
+double or_nan(double value) { return scored(value) ? value : std::nan(""); }
+std::string score_text(double value) { return scored(value) ? text("%.3f", value) : "-"; }
 
 std::string insert_text(const VXResidue& residue) {
   return residue.GetInsertCode() == ' ' ? std::string() : std::string(1, residue.GetInsertCode());
@@ -174,18 +157,18 @@ std::string insert_text(const VXResidue& residue) {
 void print_json(const Fit& fit) {
   Json json;
   json.open_object();
-  json.field("rscc", fit.rscc);
-  json.field("rsr", fit.rsr);
+  json.field("rscc", fit.whole.rscc);
+  json.field("rsr", or_nan(fit.whole.rsr));
   json.field("radius", fit.radius);
   json.open_array("residues");
-  for (const ResidueFit& each : fit.residues) {
+  for (const VXResidueFit& each : fit.residues) {
     json.open_object();
     json.field("chain", each.residue.GetChainId());
     json.field("number", each.residue.GetNumber());
     json.field("insert", insert_text(each.residue));
     json.field("name", each.residue.GetName());
-    json.field("rscc", or_nan(each.rscc));
-    json.field("rsr", or_nan(each.rsr));
+    json.field("rscc", or_nan(each.fit.rscc));
+    json.field("rsr", or_nan(each.fit.rsr));
     json.close_object();
   }
   json.close_array();
@@ -195,14 +178,16 @@ void print_json(const Fit& fit) {
 
 void print_table(const Fit& fit, const Options& options) {
   std::printf("%s in %s (%s)\n", options.model.c_str(), options.data.c_str(), fit.map_text.c_str());
-  std::printf("RSCC %.3f  RSR %.3f  radius %.3f Å  residues %zu\n\n", fit.rscc, fit.rsr, fit.radius,
-              fit.residues.size());
+  std::printf("RSCC %.3f  RSR %.3f  radius %.3f Å  residues %zu\n\n", fit.whole.rscc, fit.whole.rsr,
+              fit.radius, fit.residues.size());
   Table table({"chain", ">number", "name", ">RSCC", ">RSR"});
-  for (const ResidueFit& each : fit.residues) {
-    const char* mark = !scored(each.rscc) || each.rscc < kBad ? kRed : each.rscc < kDoubtful ? kYellow : "";
+  for (const VXResidueFit& each : fit.residues) {
+    const char* mark = !scored(each.fit.rscc) || each.fit.rscc < kBad ? kRed
+                       : each.fit.rscc < kDoubtful                    ? kYellow
+                                                                      : "";
     table.add(
         {each.residue.GetChainId(), std::to_string(each.residue.GetNumber()) + insert_text(each.residue),
-         each.residue.GetName(), score_text(each.rscc), score_text(each.rsr)},
+         each.residue.GetName(), score_text(each.fit.rscc), score_text(each.fit.rsr)},
         mark);
   }
   table.print();
@@ -211,16 +196,17 @@ void print_table(const Fit& fit, const Options& options) {
 void run(const Options& options, const Settings& settings) {
   Fit fit = compute(options, settings);
   const auto failed = std::count_if(fit.residues.begin(), fit.residues.end(),
-                                    [](const ResidueFit& each) { return !scored(each.rscc); });
+                                    [](const VXResidueFit& each) { return !scored(each.fit.rscc); });
   if (failed > 0)
     note(settings,
          text("%s: %ld residues not scored: fewer than two grid points within the mask radius, or no density "
               "there; a larger --radius may help",
               options.model.c_str(), static_cast<long>(failed)));
   if (options.sort)
-    std::stable_sort(fit.residues.begin(), fit.residues.end(), [](const ResidueFit& a, const ResidueFit& b) {
-      return (scored(a.rscc) ? a.rscc : -1.0f) < (scored(b.rscc) ? b.rscc : -1.0f);
-    });
+    std::stable_sort(
+        fit.residues.begin(), fit.residues.end(), [](const VXResidueFit& a, const VXResidueFit& b) {
+          return (scored(a.fit.rscc) ? a.fit.rscc : -1.0) < (scored(b.fit.rscc) ? b.fit.rscc : -1.0);
+        });
   if (settings.json)
     print_json(fit);
   else

@@ -145,7 +145,7 @@ bool ProgressBar::Progress(unsigned int current, unsigned int total) {
   if (!wanted_ || total == 0 || now - start_ < 1.0 || now - last_ < 0.1) return true;
   last_ = now;
   shown_ = true;
-  const double done = (part_ + static_cast<double>(current) / total) / parts_;
+  const double done = static_cast<double>(current) / total;
   const std::string cells(static_cast<size_t>(kCells * done), '#');
   std::fprintf(stderr, "\r[%-*s] %3.0f %%", kCells, cells.c_str(), 100 * done);
   return true;

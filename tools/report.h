@@ -118,12 +118,10 @@ class ProgressBar : public VXCore::VXTracerBase {
  public:
   explicit ProgressBar(const Settings& settings);
   ~ProgressBar() override;
-  void set_part(unsigned part, unsigned parts) { part_ = part, parts_ = parts; }
   bool Progress(unsigned int current, unsigned int total) override;
 
  private:
   bool shown_ = false;
   bool wanted_;
   double start_, last_;
-  unsigned part_ = 0, parts_ = 1;
 };
