@@ -293,6 +293,8 @@ bool VXXtalSymmetry::init(const VXMolBase& mol, const float* center, float radiu
   Box box;
   if (!center || !VXGetXtalSymmetry(mol, symmetry) || symmetry.GetOpCount() == 0 || !box_of(mol, box))
     return false;
+  // A CRYST1 of zeros has no lattice: its matrices would heap every image at the origin.
+  if (!symmetry.cell().isValid()) return false;
 
   std::vector<bool> enabled;
   symmetry.GetEnabled(enabled);

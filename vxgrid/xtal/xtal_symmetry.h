@@ -45,7 +45,8 @@ class VXGRID_API VXXtalSymmetry {
   /// No images.
   VXXtalSymmetry();
   /// The images whose box comes within `radius` of `center` (Angstrom), by lattice translation and operator.
-  /// None, with one Warning, when the cell is so small that millions of images would have to be tried.
+  /// None for an invalid cell, and none, with one Warning, when the cell is so small that millions of images
+  /// would have to be tried.
   VXXtalSymmetry(const VXMolBase& mol, float* center, float radius);
   /// One image per enabled operator, its reference point moved into the home cell. The flags are not used.
   VXXtalSymmetry(const VXMolBase& mol, bool, bool);
