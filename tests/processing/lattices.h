@@ -8,44 +8,29 @@
 /// A record with values of its own.
 struct Lattice {
   Lattice(int x, int y, int z, float spacing, float xmid = 0, float ymid = 0, float zmid = 0)
-      : floats(static_cast<std::size_t>(x) * y * z), integers(floats.size()), grid{} {
-    grid.floats = floats.data();
-    grid.integers = integers.data();
-    grid.xmid = xmid;
-    grid.ymid = ymid;
-    grid.zmid = zmid;
-    grid.xdim = x;
-    grid.ydim = y;
-    grid.zdim = z;
-    grid.spacing = spacing;
-    grid.inverse_spacing = 1 / spacing;
-  }
+      : floats(static_cast<std::size_t>(x) * y * z),
+        integers(floats.size()),
+        grid{floats.data(), integers.data(), xmid, ymid, zmid, x, y, z, spacing, 1 / spacing, nullptr} {}
   Lattice(const Lattice&) = delete;
 
-  float x(int i) const {
-    return grid.xmid + (static_cast<float>(i) - static_cast<float>(grid.xdim - 1) / 2) * grid.spacing;
+  static float at(float mid, int dim, float spacing, int i) {
+    return mid + (static_cast<float>(i) - static_cast<float>(dim - 1) / 2) * spacing;
   }
-  float y(int i) const {
-    return grid.ymid + (static_cast<float>(i) - static_cast<float>(grid.ydim - 1) / 2) * grid.spacing;
-  }
-  float z(int i) const {
-    return grid.zmid + (static_cast<float>(i) - static_cast<float>(grid.zdim - 1) / 2) * grid.spacing;
-  }
+  float x(int i) const { return at(grid.xmid, grid.xdim, grid.spacing, i); }
+  float y(int i) const { return at(grid.ymid, grid.ydim, grid.spacing, i); }
+  float z(int i) const { return at(grid.zmid, grid.zdim, grid.spacing, i); }
 
+  /// A field of x, y and z.
   template <class Field>
   Lattice& fill(Field field) {
-    std::size_t n = 0;
-    for (int k = 0; k < grid.zdim; ++k)
-      for (int j = 0; j < grid.ydim; ++j)
-        for (int i = 0; i < grid.xdim; ++i) floats[n++] = field(x(i), y(j), z(k));
+    for (int i = 0; i < static_cast<int>(floats.size()); ++i)
+      floats[i] = field(x(i % grid.xdim), y(i / grid.xdim % grid.ydim), z(i / grid.xdim / grid.ydim));
     return *this;
   }
   /// 0, 1, 2, ...; the integers the same, negative.
   Lattice& number() {
-    for (std::size_t i = 0; i < floats.size(); ++i) {
-      floats[i] = static_cast<float>(i);
-      integers[i] = -static_cast<int>(i);
-    }
+    for (std::size_t i = 0; i < floats.size(); ++i)
+      integers[i] = -static_cast<int>(floats[i] = static_cast<float>(i));
     return *this;
   }
   Lattice& randomize(unsigned seed) {
@@ -60,11 +45,12 @@ struct Lattice {
   VXCore::GridStruct grid;
 };
 
-/// n random triples in a cube about 0.
-inline std::vector<float> random_points(int n, float half_width, unsigned seed) {
-  std::mt19937 random(seed);
-  std::uniform_real_distribution<float> value(-half_width, half_width);
-  std::vector<float> points(3 * static_cast<std::size_t>(n));
-  for (float& p : points) p = value(random);
-  return points;
+/// The trilinear value in cell c at t, the plain way.
+inline float plain_trilinear(const VXCore::GridStruct& g, const int* c, const float* t) {
+  const auto mix = [](float a, float b, float at) { return a + (b - a) * at; };
+  const auto edge = [&](int y, int z) {
+    const float* const v = g.floats + c[0] + g.xdim * (c[1] + y + g.ydim * (c[2] + z));
+    return mix(v[0], v[1], t[0]);
+  };
+  return mix(mix(edge(0, 0), edge(1, 0), t[1]), mix(edge(0, 1), edge(1, 1), t[1]), t[2]);
 }
