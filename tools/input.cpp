@@ -268,7 +268,8 @@ MtzMap make_map(const std::string& file, const MapOptions& options, const Settin
 
   const LibraryLog log;
   const VXMTZ mtz(file);
-  if (!mtz.IsValid()) throw Failure(file, log.reason(file, "cannot be opened as an MTZ file"));
+  if (!mtz.IsValid())
+    throw Failure(file, log.reason(file, "cannot be opened; names of MTZ files end in .mtz, in lower case"));
   const unsigned type = VXMTZMapTypeFromString(options.type);
   VXMTZColumns columns = usual_columns(mtz);
   if (const size_t comma = options.columns.find(','); comma != std::string::npos)

@@ -82,7 +82,8 @@ std::vector<std::string> LibraryLog::lines(const std::string& file) const {
     const size_t end = std::min(all.find('\n', from), all.size());
     std::string line = all.substr(from, end - from);
     from = end + 1;
-    for (const std::string& lead : {std::string("Warning: "), std::string("Error: "), file + ": "})
+    for (const std::string& lead : {std::string("Warning: "), std::string("Error: "), std::string("Error: "),
+                                    std::string("VXReadMolecule: "), file + ": ", file + ", "})
       if (line.compare(0, lead.size(), lead) == 0) line.erase(0, lead.size());
     if (!line.empty() && std::find(found.begin(), found.end(), line) == found.end()) found.push_back(line);
   }

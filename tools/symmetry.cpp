@@ -120,10 +120,10 @@ void add_symmetry(CLI::App& app, Settings& settings) {
                             "symmetry \"P 65 2 2\"");
   CLI::Option* group = verb->add_option("GROUP", options->group, "number (179) or name (P6522)");
   verb->add_flag("--tsv", options->tsv, "the whole table, tab-separated")->excludes(group);
-  verb->callback([options, &settings] {
+  verb->callback([options, group, &settings] {
     if (options->tsv)
       print_tsv();
-    else if (options->group.empty())
+    else if (group->empty())
       print_all(settings);
     else
       print_one(find_group(options->group), settings);
