@@ -52,8 +52,9 @@ std::vector<std::string> triplets(const SGRecord& group) {
 const SGRecord& find_group(const std::string& wanted) {
   const LibraryLog log;
   const VXXtal::VXUnitCell any(1, 1, 1, 90, 90, 90);
-  const bool number = wanted.size() < 10 && std::all_of(wanted.begin(), wanted.end(),
-                                                        [](unsigned char c) { return std::isdigit(c); });
+  const bool number =
+      !wanted.empty() && wanted.size() < 10 &&
+      std::all_of(wanted.begin(), wanted.end(), [](unsigned char c) { return std::isdigit(c); });
   const VXXtal::VXSymmetry symmetry = number
                                           ? VXXtal::VXSymmetry(static_cast<unsigned>(std::stoul(wanted)), any)
                                           : VXXtal::VXSymmetry(wanted, any);

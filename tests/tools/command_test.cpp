@@ -149,6 +149,7 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"unwritable output", "map " + mtz() + " -o /nowhere/a.map", "/nowhere/a.map", "cannot be written"},
       {"unknown output", "convert " + small + " a.txt", "a.txt", "extension"},
       {"unknown space group", "symmetry P7", "P7", "no space group"},
+      {"empty space group", "symmetry ''", "", "no space group"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
