@@ -21,7 +21,10 @@ import numpy as np
 SOURCE = pathlib.Path(__file__).resolve().parent.parent
 DATA = pathlib.Path(os.environ.get("VXGRID_TEST_DATA", SOURCE.parent / "shared" / "data"))
 COMMAND = sys.argv[1] if len(sys.argv) > 1 else SOURCE / "build" / "ci" / "tools" / "vxgrid"
-LABELS = {"Fwt": [("FWT", "PHWT"), ("2FOFCWT", "PH2FOFCWT")], "Fdelwt": [("DELFWT", "PHDELWT"), ("FOFCWT", "PHFOFCWT")]}
+LABELS = {
+    "Fwt": [("FWT", "PHWT"), ("2FOFCWT", "PH2FOFCWT")],
+    "Fdelwt": [("DELFWT", "PHDELWT"), ("FOFCWT", "PHFOFCWT")],
+}
 BOX_MODELS = ["3pqr.ccp4", "1mru.map", "thaumatin.map", "origin_100.ccp4"]
 
 
@@ -124,27 +127,40 @@ def atom_rows(maps):
     return rows
 
 
-def gemmi_mask_correlation(model_file, grid, d_min):
-    """Correlation of gemmi's map with gemmi's density of the model, cut at d_min, within 1.5 A of heavy atoms."""
+def cut_at(density, cell, d_min):
+    """A density without its Fourier coefficients beyond d_min."""
+    r = cell.reciprocal()
+    h, k, l = np.meshgrid(*(np.fft.fftfreq(n, 1 / n) for n in density.shape), indexing="ij")
+    cosines = np.cos(np.radians([r.alpha, r.beta, r.gamma]))
+    inv_d2 = ((h * r.a) ** 2 + (k * r.b) ** 2 + (l * r.c) ** 2 + 2 * k * l * r.b * r.c * cosines[0]
+              + 2 * h * l * r.a * r.c * cosines[1] + 2 * h * k * r.a * r.b * cosines[2])
+    coefficients = np.fft.fftn(density)
+    coefficients[inv_d2 > 1 / d_min**2] = 0
+    return np.fft.ifftn(coefficients).real
+
+
+def gemmi_mask_correlation(model_file, grid, d_min, radius=1.5, cut=True):
+    """Correlation of gemmi's map with gemmi's density of the model, within a radius of atoms other than hydrogen."""
     structure = gemmi.read_structure(str(model_file))
-    structure.remove_hydrogens()
     calculator = gemmi.DensityCalculatorX()
     calculator.d_min = d_min
     calculator.grid.copy_metadata_from(grid)
     calculator.grid.set_size(grid.nu, grid.nv, grid.nw)
     calculator.add_model_density_to_grid(structure[0])
     calculator.grid.symmetrize_sum()
+    structure.remove_hydrogens()
     mask = gemmi.Int8Grid()
     mask.copy_metadata_from(grid)
     mask.set_size(grid.nu, grid.nv, grid.nw)
-    masker = gemmi.SolventMasker(gemmi.AtomicRadiiSet.Constant, 1.5)
+    masker = gemmi.SolventMasker(gemmi.AtomicRadiiSet.Constant, radius)
     masker.rprobe, masker.rshrink = 0.0, 0.0
     masker.put_mask_on_int8_grid(mask, structure[0])
-    cut = gemmi.transform_map_to_f_phi(calculator.grid, half_l=True).prepare_asu_data(dmin=d_min)
-    calculated = cut.transform_f_phi_to_map(exact_size=[grid.nu, grid.nv, grid.nw])
+    calculated = np.array(calculator.grid, copy=False)
+    if cut:
+        calculated = cut_at(calculated, grid.unit_cell, d_min)
     values = np.array(grid, copy=False)
     inside = (np.array(mask, copy=False) == 0) & np.isfinite(values)
-    return correlation(values[inside], np.array(calculated, copy=False)[inside])
+    return correlation(values[inside], calculated[inside])
 
 
 def check_round_trip(path, scratch):
@@ -224,16 +240,21 @@ Largest deviation of our map (tricubic interpolation) from the direct Fourier su
             mtz = gemmi.read_mtz_file(str(DATA / "crystals" / f"{name}.mtz"))
             grid = mtz.transform_f_phi_to_map(*columns_of(mtz, "Fwt"), sample_rate=3)
             theirs = gemmi_mask_correlation(model, grid, mtz.resolution_high())
-            scores = [each["rscc"] for each in fit["residues"] if each["rscc"] is not None]
-            rows.append([name, f"{fit['radius']:.3f}", f"{fit['rscc']:.3f}", f"{fit['rsr']:.3f}", f"{theirs:.3f}",
-                         len(fit["residues"]), len(scores), f"{np.median(scores):.3f}", f"{min(scores):.3f}"])
-        head = ["crystal", "radius", "RSCC", "RSR", "gemmi CC", "residues", "scored", "median RSCC", "lowest"]
+            fine = mtz.transform_f_phi_to_map(*columns_of(mtz, "Fwt"), sample_rate=8)
+            like_ours = gemmi_mask_correlation(model, fine, mtz.resolution_high(), fit["radius"], cut=False)
+            scored = [each for each in fit["residues"] if each["rscc"] is not None]
+            scores = [each["rscc"] for each in scored if each["name"] != "HOH"]
+            rows.append([name, f"{fit['radius']:.3f}", f"{fit['rscc']:.3f}", f"{like_ours:.3f}", f"{theirs:.3f}",
+                         f"{fit['rsr']:.3f}", len(fit["residues"]), len(scored), f"{np.median(scores):.3f}", f"{min(scores):.3f}"])
+        head = ["crystal", "radius", "RSCC", "gemmi, same radius", "gemmi, 1.5 Å", "RSR", "residues", "scored",
+                "median but waters", "lowest but waters"]
         out.append(f"""## Model against map
 
-RSCC and RSR of the whole model with the default mask radius. gemmi's figure is the correlation of the same map with
-its own density of the model, cut at the resolution of the data, at all grid points within 1.5 Å of an atom other than
-hydrogen. Ours compares with the density of the atoms as it is, not cut, and within a narrower mask, so it is lower, the
-more so the lower the resolution is against the B factors.
+RSCC and RSR of the whole model with the default mask radius. gemmi's figures are correlations of its map of the same
+coefficients with its own density of the model, at all grid points within a radius of atoms other than hydrogen: "same
+radius" with ours, the density of the atoms as it is, on a grid of spacing d/8 (ours samples at 0.5 Å and cuts the
+density of an atom off at its widest Gaussian's 1/e, so small models differ most); "1.5 Å" with the density cut at the
+resolution of the data, which is the usual figure.
 
 {table(head, rows)}""")
 
@@ -248,7 +269,7 @@ more so the lower the resolution is against the B factors.
             rows.append([name, f"{fit['rscc']:.3f}", f"{fit['rsr']:.3f}", f"{theirs:.3f}", len(fit["residues"])])
         out.append(f"""The same on finished maps that hold a part of the cell, with `--radius 1.0`:
 
-{table(["map", "RSCC", "RSR", "gemmi CC", "residues"], rows)}""")
+{table(["map", "RSCC", "RSR", "gemmi, 1.5 Å", "residues"], rows)}""")
 
         rows, probes = [], probe_rows()
         for path in map_files + [maps_file for maps_file in sorted(scratch.glob("*_Fwt.map"))]:
