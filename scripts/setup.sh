@@ -6,7 +6,7 @@ set -euo pipefail
 # The one list of packages. CONTRIBUTING.md names what further work (fuzzing, benchmarks) wants beside it.
 build=(g++ cmake ninja-build pkg-config zlib1g-dev fftw2 fftw-dev gemmi-dev tao-pegtl-dev libcli11-dev
   rapidjson-dev)
-test=(libgtest-dev libgmock-dev libfftw3-dev clang-format git)
+test=(libgtest-dev libgmock-dev libfftw3-dev clang-format)
 
 wanted=("${build[@]}")
 for what in "$@"; do
