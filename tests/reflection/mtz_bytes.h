@@ -16,6 +16,7 @@ struct MtzFile {
   std::vector<float> values;  ///< row after row
   float cell[6] = {10, 20, 30, 90, 90, 90};
   unsigned int group = 1;
+  std::string group_name = "P 1";
   int real_format = 0x44, integer_format = 0x41;  ///< 17 for big-endian
   std::vector<std::string> more_records = {};     ///< after the others
 
@@ -38,7 +39,7 @@ struct MtzFile {
     std::snprintf(text, sizeof text, "CELL %.4f %.4f %.4f %.4f %.4f %.4f", cell[0], cell[1], cell[2], cell[3],
                   cell[4], cell[5]);
     put_record(out, text);
-    put_record(out, "SYMINF 1 1 P " + std::to_string(group) + " 'name' PG1");
+    put_record(out, "SYMINF 1 1 P " + std::to_string(group) + " '" + group_name + "' PG1");
     put_record(out, "RESO 0.001 0.25");
     for (const Column& column : columns)
       put_record(out, "COLUMN " + column.label + " " + column.type + " 0 1 1");

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <random>
 
 #include <support/support.h>
 #include <vxgrid/grid/scalargrid.h>
@@ -179,6 +180,27 @@ TEST(Reflection, CoefficientsOfTheMapTypes) {
   EXPECT_FALSE(set.GetAB(re, im, 0, 10));
   EXPECT_FALSE(set.GetAB(re, im, 2, 0)) << "beyond the set";
   EXPECT_EQ(re + im, 11) << "unchanged";
+}
+
+// Cosine and sine of any phase, near multiples of 90 degrees and far out too.
+TEST(Reflection, CoefficientsOfAnyPhase) {
+  constexpr unsigned int n = 5000;
+  std::vector<float> amp(n, 1),
+      phase = {0, 90, -90, 180, 270, 360, 45, 135, 1e-30f, 5e7f, -5.8e7f, 1e9f, 3e38f};
+  std::mt19937 random(4);
+  std::uniform_real_distribution<float> degrees(-1e5f, 1e5f);
+  while (phase.size() < n) phase.push_back(degrees(random));
+  VXReflectionImpl set;
+  set.SetCount(n);
+  set.SetFobs(amp.data(), n);
+  set.SetPhase(phase.data(), n);
+  for (unsigned int i = 0; i < n; ++i) {
+    float a, b;
+    ASSERT_TRUE(set.GetAB(a, b, i, VXMTZMapType::Fo));
+    const double radians = phase[i] * 0.017453292f;  // a product in float
+    ASSERT_FLOAT_EQ(a, static_cast<float>(std::cos(radians))) << phase[i];
+    ASSERT_FLOAT_EQ(b, static_cast<float>(std::sin(radians))) << phase[i];
+  }
 }
 
 TEST(Reflection, ValidateMaptypeSaysWhatFcMisses) {

@@ -1,7 +1,6 @@
 // Resolution of reflections, and their expansion by the symmetry of the crystal.
 
 #include <algorithm>
-#include <climits>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -9,6 +8,7 @@
 
 #include <vxgrid/reflection/reflection_impl.h>
 #include <vxgrid/reflection/column_block.inl>
+#include <vxgrid/reflection/wide.inl>
 
 namespace VXCore {
 
@@ -50,12 +50,18 @@ ReciprocalMetric reciprocal_metric(const VXXtal::VXUnitCell& cell) {
           2 * (r12 * r22 + r13 * r23),       2 * r13 * r33,         2 * r33 * r23};
 }
 
-// Truncation of a product of indices; what 32 bits cannot hold becomes INT_MIN.
+// Truncation of a product of indices; what 32 bits cannot hold, not-a-number too, becomes INT_MIN.
 inline int truncate(float value) {
-  return value >= -2147483648.0f && value < 2147483648.0f ? static_cast<int>(value) : INT_MIN;
+  constexpr float kLowest = -2147483648.0f;
+  value = value >= kLowest ? value : kLowest;
+  return static_cast<int>(value < -kLowest ? value : kLowest);
 }
 
-inline int opposite(int index) { return static_cast<int>(0u - static_cast<unsigned>(index)); }
+// The opposite index where `flip` is -1, the index itself where it is 0.
+inline int flipped(int index, int flip) {
+  const auto mask = static_cast<unsigned>(flip);
+  return static_cast<int>((static_cast<unsigned>(index) ^ mask) - mask);
+}
 
 // The operators that can give new mates, behind the identity: a rotation that stood before gives the indices
 // that stood before. The identity itself does not count, since it leaves its source in either half.
@@ -72,160 +78,196 @@ std::vector<const float*> distinct_rotations(const float* matrices, unsigned int
   return distinct;
 }
 
-// The symmetry mates of a block of reflections. Arrays hold one row of kBlock an operator, so that the lanes
-// of a loop are reflections; row 0 is the source.
+// One row of a block of mates: `n` reflections turned by one operator.
+struct Row {
+  int* h;
+  int* k;
+  int* l;
+  int* flip;   // -1 for a Friedel opposite, else 0
+  int* known;  // -1 for a mate that an earlier row holds, else 0
+};
+
+// Indices turned by an operator, in the half with l > 0, or l = 0 and h > 0, or l = h = 0 and k >= 0.
+VXGRID_WIDE void turn_indices(const float* matrix, const float* __restrict h, const float* __restrict k,
+                              const float* __restrict l, std::size_t n, Row row) {
+  float m[12];
+  std::copy_n(matrix, 12, m);
+  int* __restrict const to_h = row.h, * __restrict const to_k = row.k, * __restrict const to_l = row.l;
+  int* __restrict const flip = row.flip, * __restrict const known = row.known;
+  for (std::size_t i = 0; i < n; ++i) {
+    const int rh = truncate(m[0] * h[i] + m[1] * k[i] + m[2] * l[i]);
+    const int rk = truncate(m[4] * h[i] + m[5] * k[i] + m[6] * l[i]);
+    const int rl = truncate(m[8] * h[i] + m[9] * k[i] + m[10] * l[i]);
+    // In masks of all bits: rl < 0, or rl == 0 and (rh < 0, or rh == 0 and rk < 0).
+    const int f = (rl >> 31) | (-(rl == 0) & ((rh >> 31) | (-(rh == 0) & (rk >> 31))));
+    to_h[i] = flipped(rh, f);
+    to_k[i] = flipped(rk, f);
+    to_l[i] = flipped(rl, f);
+    flip[i] = f;
+    known[i] = 0;
+  }
+}
+
+VXGRID_WIDE void mark_known(Row other, std::size_t n, Row row) {
+  int* __restrict const known = row.known;
+  for (std::size_t i = 0; i < n; ++i)
+    known[i] |= -((other.h[i] == row.h[i]) & (other.k[i] == row.k[i]) & (other.l[i] == row.l[i]));
+}
+
+// Phase shifts of one operator, degrees.
+VXGRID_WIDE void phase_shifts(const float* m, const float* h, const float* k, const float* l, std::size_t n,
+                              float* shift) {
+  for (std::size_t i = 0; i < n; ++i) shift[i] = (m[13] * k[i] + m[12] * h[i] + m[14] * l[i]) * 360;
+}
+
+constexpr double kWholeNumbers = 4503599627370496.0;  // 2^52: what is added to it is rounded to a whole
+
+inline double shifted_phase(float phase, float shift, int flip) {
+  const float x = phase - shift;
+  return (flip ? -x : x) + 360000.0;
+}
+
+// Phases of the mates of one row, in [0, 360): fmod(v, 360) in operations that vectorise. For |v| < 2^52 the
+// quotient is right or one off, and all else is exact: its product with 360, and every difference, which is a
+// multiple of the last place of v that 53 bits hold. The rest, not-a-number too, goes the slow way.
+VXGRID_WIDE void turn_phases(const float* phase, const float* shift, const int* flip, std::size_t n,
+                             float* out) {
+  int large = 0;
+  for (std::size_t i = 0; i < n; ++i) {
+    const double v = shifted_phase(phase[i], shift[i], flip[i]);
+    const double size = std::fabs(v);
+    const double quotient = (size * (1 / 360.0) + kWholeNumbers) - kWholeNumbers;
+    double rest = size - quotient * 360.0;
+    rest = rest < 0 ? rest + 360.0 : rest;
+    rest = rest >= 360.0 ? rest - 360.0 : rest;
+    out[i] = static_cast<float>(std::copysign(rest, v));
+    large |= !(size < kWholeNumbers);
+  }
+  if (!large) return;
+  for (std::size_t i = 0; i < n; ++i) {
+    const double v = shifted_phase(phase[i], shift[i], flip[i]);
+    if (!(std::fabs(v) < kWholeNumbers)) out[i] = static_cast<float>(std::fmod(v, 360.0));
+  }
+}
+
+// The symmetry mates of a block of reflections, a row an operator, so that the lanes of each loop are
+// reflections. Row 0 is the source.
 class MateBlock {
  public:
   static constexpr std::size_t kBlock = 256;
 
-  MateBlock(const VXReflectionImpl& set, std::vector<const float*> ops)
+  MateBlock(VXReflectionImpl& set, std::vector<const float*> ops)
       : set_(set), ops_(std::move(ops)), h_(ops_.size() * kBlock), k_(h_), l_(h_), flip_(h_), known_(h_) {}
 
   // Finds the mates of reflections [first, first + n) and gives their number.
   std::size_t Find(std::size_t first, std::size_t n) {
     first_ = first;
     n_ = n;
-    std::copy_n(set_.h + first, n, h_.begin());
-    std::copy_n(set_.k + first, n, k_.begin());
-    std::copy_n(set_.l + first, n, l_.begin());
-    std::size_t mates = 0;
-    for (std::size_t op = 1; op < ops_.size(); ++op) {
-      const std::size_t row = op * kBlock;
-      Rotate(ops_[op], row);
-      std::fill_n(known_.begin() + row, n, 0);
-      for (std::size_t other = 0; other < row; other += kBlock) MarkKnown(other, row);
-      mates += n - std::count(known_.begin() + row, known_.begin() + row + n, -1);
+    std::copy_n(set_.h + first, n, h_.data());
+    std::copy_n(set_.k + first, n, k_.data());
+    std::copy_n(set_.l + first, n, l_.data());
+    for (std::size_t i = 0; i < n; ++i) {
+      source_h_[i] = static_cast<float>(h_[i]);
+      source_k_[i] = static_cast<float>(k_[i]);
+      source_l_[i] = static_cast<float>(l_[i]);
+      new_mates_[i] = 0;
     }
+    for (std::size_t op = 1; op < ops_.size(); ++op) {
+      const Row row = RowOf(op);
+      turn_indices(ops_[op], source_h_, source_k_, source_l_, n, row);
+      // Rows of known mates may be compared as well: what they hold stands in a still earlier row.
+      for (std::size_t other = 0; other < op; ++other) mark_known(RowOf(other), n, row);
+      for (std::size_t i = 0; i < n; ++i) new_mates_[i] += 1 + row.known[i];
+    }
+    std::size_t mates = 0;
+    for (std::size_t i = 0; i < n; ++i) mates += new_mates_[i];
     return mates;
   }
 
-  // Lists what Find found, reflection by reflection and in the order of the operators, and puts the indices
-  // of the mates at `to`.
-  void List(std::size_t to) {
-    source.clear();
-    shift.clear();
-    flip.clear();
+  // Puts what Find found into the columns of the set from place `to` on: reflection by reflection, and in the
+  // order of the operators.
+  void Put(std::size_t to) {
+    to_ = to;
+    std::uint32_t next = 0;
     for (std::size_t i = 0; i < n_; ++i) {
-      const auto h = static_cast<float>(h_[i]), k = static_cast<float>(k_[i]), l = static_cast<float>(l_[i]);
-      for (std::size_t op = 1; op < ops_.size(); ++op) {
-        const std::size_t at = op * kBlock + i;
-        if (known_[at]) continue;
-        const float* const m = ops_[op];
-        set_.h[to] = h_[at];
-        set_.k[to] = k_[at];
-        set_.l[to] = l_[at];
-        ++to;
-        source.push_back(static_cast<std::uint32_t>(first_ + i));
-        shift.push_back((m[13] * k + m[12] * h + m[14] * l) * 360);
-        flip.push_back(flip_[at]);
+      next_[i] = next;
+      next += new_mates_[i];
+    }
+    for (std::size_t op = 1; op < ops_.size(); ++op) {
+      const Row row = RowOf(op);
+      places_ = 0;
+      for (std::uint32_t i = 0; i < n_; ++i) {
+        if (row.known[i]) continue;
+        source_[places_] = i;
+        place_[places_++] = next_[i]++;
       }
+      if (places_) PutRow(op, row);
     }
   }
-
-  std::vector<std::uint32_t> source;  // of each mate, its place in the set
-  std::vector<float> shift;           // of its phase, degrees
-  std::vector<int> flip;              // not 0 for a Friedel opposite
 
  private:
-  // Indices turned by one operator, in the half with l > 0, or l = 0 and h > 0, or l = h = 0 and k >= 0.
-  void Rotate(const float* m, std::size_t row) {
-    for (std::size_t i = 0; i < n_; ++i) {
-      const auto h = static_cast<float>(h_[i]), k = static_cast<float>(k_[i]), l = static_cast<float>(l_[i]);
-      const int rh = truncate(m[0] * h + m[1] * k + m[2] * l);
-      const int rk = truncate(m[4] * h + m[5] * k + m[6] * l);
-      const int rl = truncate(m[8] * h + m[9] * k + m[10] * l);
-      const bool flipped = (rl < 0) | ((rl == 0) & ((rh < 0) | ((rh == 0) & (rk < 0))));
-      h_[row + i] = flipped ? opposite(rh) : rh;
-      k_[row + i] = flipped ? opposite(rk) : rk;
-      l_[row + i] = flipped ? opposite(rl) : rl;
-      flip_[row + i] = flipped;
+  Row RowOf(std::size_t op) {
+    const std::size_t at = op * kBlock;
+    return {h_.data() + at, k_.data() + at, l_.data() + at, flip_.data() + at, known_.data() + at};
+  }
+
+  // The new mates of one operator, column by column.
+  void PutRow(std::size_t op, const Row& row) {
+    VXReflectionImpl& s = set_;
+    Scatter(row.h, s.h);
+    Scatter(row.k, s.k);
+    Scatter(row.l, s.l);
+    phase_shifts(ops_[op], source_h_, source_k_, source_l_, n_, shift_);
+    for (float* column : {s.phase, s.phase_calc, s.phiwt, s.phidelwt}) {
+      if (!column) continue;
+      turn_phases(column + first_, shift_, row.flip, n_, turned_);
+      Scatter(turned_, column);
+    }
+    const bool has_abcd = s.hla && s.hlb && s.hlc && s.hld;
+    if (has_abcd) PutAbcd(row);
+    for (float* column : {s.fobs, s.fcalc, s.sigma, s.fom, s.stolsq, s.fwt, s.fdelwt})
+      if (column) Scatter(column + first_, column);
+    for (float* column : {s.hla, s.hlb, s.hlc, s.hld})
+      if (column && !has_abcd) Scatter(column + first_, column);
+    for (int* column : {s.centric, s.rfree})
+      if (column) Scatter(column + first_, column);
+  }
+
+  template <class T>
+  void Scatter(const T* from, T* column) {
+    T* const to = column + to_;
+    for (std::size_t j = 0; j < places_; ++j) to[place_[j]] = from[source_[j]];
+  }
+
+  // Hendrickson-Lattman coefficients: A and B turn with the phase, C and D with twice the phase.
+  void PutAbcd(const Row& row) {
+    VXReflectionImpl& s = set_;
+    for (std::size_t j = 0; j < places_; ++j) {
+      const std::size_t i = source_[j], from = first_ + i, to = to_ + place_[j];
+      const auto t = static_cast<float>(-shift_[i] * kDegreesToRadians);
+      const float c1 = std::cos(t), s1 = std::sin(t);
+      const auto c2 = static_cast<float>(std::cos(2.0 * t)), s2 = static_cast<float>(std::sin(2.0 * t));
+      const float sign = row.flip[i] ? -1.0f : 1.0f;
+      const float a = s.hla[from], b = s.hlb[from], c = s.hlc[from], d = s.hld[from];
+      s.hla[to] = c1 * a - s1 * b;
+      s.hlb[to] = (c1 * b + s1 * a) * sign;
+      s.hlc[to] = c2 * c - s2 * d;
+      s.hld[to] = (c2 * d + s2 * c) * sign;
     }
   }
 
-  // A mate that an earlier row holds already is no new one. Rows of known mates may be compared as well:
-  // what they hold stands in a still earlier row.
-  void MarkKnown(std::size_t other, std::size_t row) {
-    for (std::size_t i = 0; i < n_; ++i) {
-      const bool same =
-          (h_[other + i] == h_[row + i]) & (k_[other + i] == k_[row + i]) & (l_[other + i] == l_[row + i]);
-      known_[row + i] |= same ? -1 : 0;
-    }
-  }
-
-  const VXReflectionImpl& set_;
+  VXReflectionImpl& set_;
   const std::vector<const float*> ops_;
   std::size_t first_ = 0, n_ = 0;
-  std::vector<int> h_, k_, l_, flip_, known_;
+  std::vector<int> h_, k_, l_, flip_, known_;  // rows
+  float source_h_[kBlock], source_k_[kBlock], source_l_[kBlock];
+  std::uint32_t new_mates_[kBlock];  // of each reflection
+  std::size_t to_ = 0;               // where the mates of the block begin; places count from there
+  std::uint32_t next_[kBlock];       // place of the next mate of each reflection
+  std::uint32_t source_[kBlock], place_[kBlock];  // of the new mates of one row
+  std::size_t places_ = 0;                        // their number
+  float shift_[kBlock], turned_[kBlock];
 };
-
-// fmod(v, 360) for |v| < 2^52, in operations that vectorise: the quotient is right or one off, its product
-// with 360 is exact, and so is each difference, because every step is a multiple of the last place of v that
-// 53 bits hold. 14 times as fast as the library's fmod (bench/map_bench, expand).
-inline double modulo_360(double v) {
-  constexpr double kWholeNumbers = 4503599627370496.0;  // 2^52: what is added to it is rounded to a whole
-  const double size = std::fabs(v);
-  const double quotient = (size * (1 / 360.0) + kWholeNumbers) - kWholeNumbers;
-  double rest = size - quotient * 360.0;
-  rest = rest < 0 ? rest + 360.0 : rest;
-  rest = rest >= 360.0 ? rest - 360.0 : rest;
-  return std::copysign(rest, v);
-}
-
-// Phases of mates, in [0, 360).
-void shift_phases(const MateBlock& mates, const float* values, float* out) {
-  const std::size_t n = mates.source.size();
-  const auto turned = [&](std::size_t j) {
-    const float x = values[mates.source[j]] - mates.shift[j];
-    return (mates.flip[j] ? -x : x) + 360000.0;
-  };
-  bool all_small = true;  // false also for not-a-number
-  for (std::size_t j = 0; j < n; ++j) {
-    const double v = turned(j);
-    all_small &= std::fabs(v) < 4503599627370496.0;
-    out[j] = static_cast<float>(modulo_360(v));
-  }
-  if (all_small) return;
-  for (std::size_t j = 0; j < n; ++j)
-    if (!(std::fabs(turned(j)) < 4503599627370496.0))
-      out[j] = static_cast<float>(std::fmod(turned(j), 360.0));
-}
-
-template <class T>
-void copy_values(const MateBlock& mates, const T* values, T* out) {
-  for (std::size_t j = 0; j < mates.source.size(); ++j) out[j] = values[mates.source[j]];
-}
-
-// Hendrickson-Lattman coefficients of mates: A and B turn with the phase, C and D with twice the phase.
-void turn_abcd(const MateBlock& mates, VXReflectionImpl& set, std::size_t to) {
-  for (std::size_t j = 0; j < mates.source.size(); ++j, ++to) {
-    const std::size_t i = mates.source[j];
-    const auto t = static_cast<float>(-mates.shift[j] * kDegreesToRadians);
-    const float c1 = std::cos(t), s1 = std::sin(t);
-    const auto c2 = static_cast<float>(std::cos(2.0 * t)), s2 = static_cast<float>(std::sin(2.0 * t));
-    const float sign = mates.flip[j] ? -1.0f : 1.0f;
-    const float a = set.hla[i], b = set.hlb[i], c = set.hlc[i], d = set.hld[i];
-    set.hla[to] = c1 * a - s1 * b;
-    set.hlb[to] = (c1 * b + s1 * a) * sign;
-    set.hlc[to] = c2 * c - s2 * d;
-    set.hld[to] = (c2 * d + s2 * c) * sign;
-  }
-}
-
-// The columns of the mates of one block, from place `to` on: column by column, while the sources are in
-// cache.
-void fill_columns(const MateBlock& mates, VXReflectionImpl& set, std::size_t to) {
-  for (float* column : {set.phase, set.phase_calc, set.phiwt, set.phidelwt})
-    if (column) shift_phases(mates, column, column + to);
-  for (float* column : {set.fobs, set.fcalc, set.sigma, set.fom, set.stolsq, set.fwt, set.fdelwt})
-    if (column) copy_values(mates, column, column + to);
-  for (int* column : {set.centric, set.rfree})
-    if (column) copy_values(mates, column, column + to);
-  if (set.hla && set.hlb && set.hlc && set.hld)
-    turn_abcd(mates, set, to);
-  else
-    for (float* column : {set.hla, set.hlb, set.hlc, set.hld})
-      if (column) copy_values(mates, column, column + to);
-}
 
 }  // namespace
 
@@ -262,10 +304,9 @@ bool VXReflectionImpl::Expand() {
   if (!h || !k || !l) return false;
   std::size_t to = n;
   for (std::size_t first = 0; first < n; first += MateBlock::kBlock) {
-    mates.Find(first, block_size(first));
-    mates.List(to);
-    fill_columns(mates, *this, to);
-    to += mates.source.size();
+    const std::size_t found = mates.Find(first, block_size(first));
+    mates.Put(to);
+    to += found;
   }
   if (!phase && phase_calc) SetPhase(phase_calc, nref);
   return true;

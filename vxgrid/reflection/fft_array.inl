@@ -17,7 +17,7 @@ class FFTArray {
 
   double* data() { return data_; }
   /// FFTFunctions::complex_to_real on this array.
-  void ComplexToReal(int nx, int ny, int nz, int hmax, int kmax, int lmax);
+  void ComplexToReal(int nx, int ny, int nz, const int* l_limits);
 
  private:
   const FFTFunctions* functions_;

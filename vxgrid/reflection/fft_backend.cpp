@@ -59,8 +59,8 @@ FFTArray::~FFTArray() {
   if (data_) functions_->release(data_, bytes_);
 }
 
-void FFTArray::ComplexToReal(int nx, int ny, int nz, int hmax, int kmax, int lmax) {
-  functions_->complex_to_real(nx, ny, nz, hmax, kmax, lmax, data_);
+void FFTArray::ComplexToReal(int nx, int ny, int nz, const int* l_limits) {
+  functions_->complex_to_real(nx, ny, nz, l_limits, data_);
 }
 
 }  // namespace VXCore

@@ -28,7 +28,7 @@ void* allocate(std::size_t bytes) {
 
 void release(void* memory, std::size_t) { fftw_free(memory); }
 
-void complex_to_real(int nx, int ny, int nz, int, int, int, double* data) {
+void complex_to_real(int nx, int ny, int nz, const int*, double* data) {
   std::unique_lock<std::mutex> lock(plan_mutex);
   const rfftwnd_plan plan =
       rfftw3d_create_plan(nx, ny, nz, FFTW_COMPLEX_TO_REAL, FFTW_IN_PLACE | FFTW_USE_WISDOM);

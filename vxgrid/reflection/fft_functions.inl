@@ -10,9 +10,9 @@ struct FFTFunctions {
   /// Bytes of 0 from the library's allocator; null when memory is short.
   void* (*allocate)(std::size_t bytes);
   void (*release)(void* memory, std::size_t bytes);
-  /// Sum of c(h, k, l) exp(+2 pi i (hx/nx + ky/ny + lz/nz)), unnormalised. All coefficients with |h| >= hmax,
-  /// |k| >= kmax or l >= lmax are 0. Safe from any thread.
-  void (*complex_to_real)(int nx, int ny, int nz, int hmax, int kmax, int lmax, double* data);
+  /// Sum of c(h, k, l) exp(+2 pi i (hx/nx + ky/ny + lz/nz)), unnormalised. Coefficients (x, y, z) with
+  /// z >= l_limits[y] are 0. Safe from any thread.
+  void (*complex_to_real)(int nx, int ny, int nz, const int* l_limits, double* data);
 };
 
 /// pocketfft, of this library.

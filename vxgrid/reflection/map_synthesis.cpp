@@ -9,12 +9,16 @@
 #include <ctime>
 #include <new>
 #include <utility>
+#include <vector>
 
 #include <vxgrid/grid/skewgrid.h>
 #include <vxgrid/host/error_handler.h>
+#include <vxgrid/host/large_array.h>
+#include <vxgrid/host/platform.h>
 #include <vxgrid/reflection/fft_backend.h>
 #include <vxgrid/reflection/reflection_impl.h>
 #include <vxgrid/reflection/fft_array.inl>
+#include <vxgrid/reflection/map_coefficients.inl>
 
 namespace VXCore {
 
@@ -76,35 +80,45 @@ inline int wrap(long long index, int n) {
 template <class Put>
 void for_each_coefficient(const VXReflectionImpl& set, int maptype, Put&& put) {
   if (!set.h || !set.k || !set.l) return;
-  for (std::uint32_t i = 0; i < set.nref; ++i) {
-    float a, b;
-    if (!set.GetAB(a, b, i, maptype)) continue;
-    const long long h = set.h[i], k = set.k[i], l = set.l[i];
-    if (h < 0)
-      put(-h, -k, -l, a, -b);
-    else
-      put(h, k, l, a, b);
-  }
+  with_map_type(set, maptype, [&](auto amplitude, const float* phases, bool present) {
+    if (!present || !phases) return;
+    constexpr std::size_t kBlock = 256;
+    float amp[kBlock], a[kBlock], b[kBlock];
+    for (std::size_t first = 0; first < set.nref; first += kBlock) {
+      const std::size_t n = std::min(kBlock, set.nref - first);
+      for (std::size_t j = 0; j < n; ++j) amp[j] = amplitude(first + j);
+      polar_to_complex(amp, phases + first, n, a, b);
+      for (std::size_t j = 0; j < n; ++j) {
+        const std::size_t i = first + j;
+        if (VXHost::VXIsNaN(amp[j]) || VXHost::VXIsNaN(phases[i])) continue;
+        const long long h = set.h[i], k = set.k[i], l = set.l[i];
+        if (h < 0)
+          put(-h, -k, -l, a[j], -b[j]);
+        else
+          put(h, k, l, a[j], b[j]);
+      }
+    }
+  });
 }
 
-// Fills the half spectrum: element(a, b, where) stores one coefficient. A reflection goes to its own place
+// Fills the half spectrum: store(x, y, z, a, b) stores one coefficient. A reflection goes to its own place
 // and its Friedel mate to the opposite one, as far as the stored half of l holds them. In the plane h = 0,
 // where a reflection may stand at both places, its own coefficient comes last.
 template <class Store>
 void fill_spectrum(const VXReflectionImpl& set, const FFTMap& map, int maptype, Store&& store) {
-  const auto element = [&map](long long h, long long k, long long l) {
-    const int z = wrap(l, map.nz);
-    if (z >= map.cz) return static_cast<double*>(nullptr);
-    return map
-        .complex_data[(static_cast<std::size_t>(wrap(h, map.nx)) * map.cy + wrap(k, map.ny)) * map.cz + z];
-  };
   for_each_coefficient(set, maptype, [&](long long h, long long k, long long l, float a, float b) {
-    double* const own = element(h, k, l);
-    double* const mate = element(-h, -k, -l);
-    if (own) store(own, a, b);
-    if (mate) store(mate, a, -b);
-    if (h == 0 && own) store(own, a, b);
+    const int own_z = wrap(l, map.nz), mate_z = own_z ? map.nz - own_z : 0;
+    const auto put_own = [&] {
+      if (own_z < map.cz) store(wrap(h, map.nx), wrap(k, map.ny), own_z, a, b);
+    };
+    put_own();
+    if (mate_z < map.cz) store(wrap(-h, map.nx), wrap(-k, map.ny), mate_z, a, -b);
+    if (h == 0) put_own();
   });
+}
+
+double* element(const FFTMap& map, int x, int y, int z) {
+  return map.complex_data[(static_cast<std::size_t>(x) * map.cy + y) * map.cz + z];
 }
 
 // A whole spectrum in two float arrays, h fastest.
@@ -131,31 +145,6 @@ void fill_full_arrays(const VXReflectionImpl& set, const FullArrays& arrays, int
   });
 }
 
-// The grid of a map: the reals of the transform as floats with x fastest, and the first plane of each axis
-// once more behind the last. Blocks of kBlock points along x and along z turn the order of the axes, so that
-// cache lines are read and written whole.
-void reorder_and_extend(const FFTMap& map, float* out) {
-  constexpr int kBlock = 16;
-  const std::size_t row = static_cast<std::size_t>(map.nx) + 1,
-                    plane = row * (static_cast<std::size_t>(map.ny) + 1);
-  const std::size_t from_row = static_cast<std::size_t>(map.rz), from_plane = from_row * map.ry;
-  for (int z0 = 0; z0 < map.nz; z0 += kBlock) {
-    const int z_end = std::min(z0 + kBlock, map.nz);
-    for (int y = 0; y < map.ny; ++y) {
-      const double* const from = map.real_data + from_row * y;
-      float* const to = out + row * y;
-      for (int x0 = 0; x0 < map.nx; x0 += kBlock) {
-        const int x_end = std::min(x0 + kBlock, map.nx);
-        for (int z = z0; z < z_end; ++z)
-          for (int x = x0; x < x_end; ++x) to[plane * z + x] = static_cast<float>(from[from_plane * x + z]);
-      }
-      for (int z = z0; z < z_end; ++z) to[plane * z + map.nx] = to[plane * z];
-    }
-    for (int z = z0; z < z_end; ++z) std::copy_n(out + plane * z, row, out + plane * z + row * map.ny);
-  }
-  std::copy_n(out, plane, out + plane * map.nz);
-}
-
 // Seconds since a pair of clocks was read: of processor time, unless that counter has wrapped.
 class Stopwatch {
  public:
@@ -171,7 +160,7 @@ class Stopwatch {
 
 // The transform of a set into the values of a grid with repeated planes; no values when memory for them is
 // short. False, after an Error, without an array to work in.
-bool synthesise(const VXReflectionImpl& set, FFTMap& map, const Limits& limits, unsigned int maptype,
+bool synthesise(const VXReflectionImpl& set, FFTMap& map, unsigned int maptype,
                 VXHost::VXLargeArray<float>& values) {
   const Stopwatch watch;
   VXThrow.Debug(VXGetFFTBackend() == VXFFTBackend::FFTW2 ? "Using FFTW" : "Using pocketfft");
@@ -185,16 +174,18 @@ bool synthesise(const VXReflectionImpl& set, FFTMap& map, const Limits& limits, 
   // The library's sign is positive, a map's negative: the conjugates are transformed. Scaling them on the way
   // in saves a pass over the array.
   const double scale = map.scale;
-  fill_spectrum(set, map, static_cast<int>(maptype), [scale](double* element, float a, float b) {
-    element[0] = a * scale;
-    element[1] = -(b * scale);
+  std::vector<int> l_limits(size(map.ny));
+  fill_spectrum(set, map, static_cast<int>(maptype), [&](int x, int y, int z, float a, float b) {
+    double* const c = element(map, x, y, z);
+    c[0] = a * scale;
+    c[1] = -(b * scale);
+    l_limits[y] = std::max(l_limits[y], z + 1);
   });
-  const auto limit = [&limits](int axis) { return static_cast<int>(limits[axis]); };
-  array.ComplexToReal(map.nx, map.ny, map.nz, limit(0), limit(1), limit(2));
+  array.ComplexToReal(map.nx, map.ny, map.nz, l_limits.data());
   try {
     values = VXMakeValueBlock<float>(size(map.nx + 1) * size(map.ny + 1) * size(map.nz + 1),
                                      VXHost::VXLargeArray<float>::Uninitialised);
-    reorder_and_extend(map, values.data());
+    ReorderWithZeroPlanes(map, values.data());
   } catch (const std::bad_alloc&) {
   }
   VXThrow.Debug("Time elapsed for fft %f", watch.seconds());
@@ -214,9 +205,10 @@ void set_middle(VXSkewGrid& grid, int nx, int ny, int nz) {
 }  // namespace
 
 void VXReflectionImpl::FillGrid(FFTMap* map, int maptype) const {
-  fill_spectrum(*this, *map, maptype, [](double* element, float a, float b) {
-    element[0] = a;
-    element[1] = b;
+  fill_spectrum(*this, *map, maptype, [map](int x, int y, int z, float a, float b) {
+    double* const c = element(*map, x, y, z);
+    c[0] = a;
+    c[1] = b;
   });
 }
 
@@ -236,7 +228,7 @@ bool VXReflectionImpl::MakeMap(VXSkewGrid& grid, unsigned int maptype) const {
   if (!size_map(map, limits)) return false;
   map.scale = 1.0f / volume;
   VXHost::VXLargeArray<float> values;
-  if (!synthesise(*this, map, limits, maptype, values)) return false;
+  if (!synthesise(*this, map, maptype, values)) return false;
 
   grid.Clear();
   const auto points = [](int n) { return static_cast<unsigned int>(n); };
@@ -268,6 +260,30 @@ float* CopyZeroPlanes(int nx, int ny, int nz, int dx, int dy, int dz, float* src
       for (int x = 0; x < dx; x += nx) to = std::copy_n(row, std::min(nx, dx - x), to);
     }
   return out;
+}
+
+// Blocks of kBlock points along x and along z turn the order of the axes, so that cache lines are read and
+// written whole. The bits are those of the plain loops (MapSynthesis.ReorderGivesTheBitsOfThePlainLoops).
+void ReorderWithZeroPlanes(const FFTMap& map, float* out) {
+  constexpr int kBlock = 16;
+  const std::size_t row = static_cast<std::size_t>(map.nx) + 1,
+                    plane = row * (static_cast<std::size_t>(map.ny) + 1);
+  const std::size_t from_row = static_cast<std::size_t>(map.rz), from_plane = from_row * map.ry;
+  for (int z0 = 0; z0 < map.nz; z0 += kBlock) {
+    const int z_end = std::min(z0 + kBlock, map.nz);
+    for (int y = 0; y < map.ny; ++y) {
+      const double* const from = map.real_data + from_row * y;
+      float* const to = out + row * y;
+      for (int x0 = 0; x0 < map.nx; x0 += kBlock) {
+        const int x_end = std::min(x0 + kBlock, map.nx);
+        for (int z = z0; z < z_end; ++z)
+          for (int x = x0; x < x_end; ++x) to[plane * z + x] = static_cast<float>(from[from_plane * x + z]);
+      }
+      for (int z = z0; z < z_end; ++z) to[plane * z + map.nx] = to[plane * z];
+    }
+    for (int z = z0; z < z_end; ++z) std::copy_n(out + plane * z, row, out + plane * z + row * map.ny);
+  }
+  std::copy_n(out, plane, out + plane * map.nz);
 }
 
 }  // namespace VXCore

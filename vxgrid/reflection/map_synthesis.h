@@ -20,4 +20,9 @@ struct FFTMap {
 /// not positive or memory is short.
 VXGRID_API float* CopyZeroPlanes(int nx, int ny, int nz, int dx, int dy, int dz, float* src);
 
+/// The reals of a transform as the values of a grid: floats with x fastest, (nx + 1) * (ny + 1) * (nz + 1) of
+/// them, with the first plane of each axis once more behind the last. One pass in place of the change of
+/// order and CopyZeroPlanes.
+VXGRID_API void ReorderWithZeroPlanes(const FFTMap& map, float* out);
+
 }  // namespace VXCore

@@ -301,14 +301,24 @@ struct Statistics {
 };
 
 Statistics statistics(const VXSkewGrid& grid) {
+  constexpr std::size_t kLanes = 8;  // of the extremes, whose order is free
+  float low[kLanes], high[kLanes], sum = 0;
   Statistics s;
+  std::fill_n(low, kLanes, s.min);
+  std::fill_n(high, kLanes, s.max);
   const float* const values = grid.GetValues();
-  const unsigned int n = grid.GetSize();
-  float sum = 0;
-  for (unsigned int i = 0; i < n; ++i) {
-    s.min = values[i] < s.min ? values[i] : s.min;
-    s.max = values[i] > s.max ? values[i] : s.max;
-    sum += values[i];
+  const std::size_t n = grid.GetSize();
+  for (std::size_t i = 0; i < n; i += kLanes) {
+    const std::size_t lanes = std::min(kLanes, n - i);
+    for (std::size_t j = 0; j < lanes; ++j) {
+      low[j] = values[i + j] < low[j] ? values[i + j] : low[j];
+      high[j] = values[i + j] > high[j] ? values[i + j] : high[j];
+    }
+    for (std::size_t j = 0; j < lanes; ++j) sum += values[i + j];
+  }
+  for (std::size_t j = 0; j < kLanes; ++j) {
+    s.min = std::min(s.min, low[j]);
+    s.max = std::max(s.max, high[j]);
   }
   s.mean = sum / static_cast<float>(n);
   return s;

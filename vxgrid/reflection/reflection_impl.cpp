@@ -1,13 +1,8 @@
 #include <vxgrid/reflection/reflection_impl.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
-#include <limits>
 
-#include <vxgrid/host/error_handler.h>
-#include <vxgrid/host/platform.h>
-#include <vxgrid/reflection/reflection.h>
 #include <vxgrid/reflection/column_block.inl>
 
 namespace VXCore {
@@ -207,98 +202,6 @@ void VXReflectionImpl::copy_element(unsigned int dst, unsigned int src) {
   for_each_column(*this, *this, [&](auto*& column, auto*) {
     if (column && static_cast<const void*>(column) != order) column[dst] = column[src];
   });
-}
-
-bool VXReflectionImpl::ValidateMaptype(int maptype) const {
-  switch (maptype) {
-    case VXMTZMapType::Fo:
-    case VXMTZMapType::FoFo:
-      return fobs && phase;
-    case VXMTZMapType::Fc:
-      if (!fcalc) VXThrow.Error("fcalc missing.");
-      if (!phase_calc) VXThrow.Error("phase calc missing.");
-      return fcalc && phase_calc;
-    case VXMTZMapType::TwoFoFc:
-    case VXMTZMapType::FoFc:
-    case VXMTZMapType::ThreeFoTwoFc:
-    case VXMTZMapType::FiveFoThreeFc:
-      return fobs && fcalc && phase_calc;
-    case VXMTZMapType::TwoFoFcSigmaA:
-    case VXMTZMapType::FoFcSigmaA:
-      return hla && hlb && hlc && hld;
-    case VXMTZMapType::FoFOM:
-      return fobs && fom && phase;
-    case VXMTZMapType::Fwt:
-      return fwt && phiwt;
-    case VXMTZMapType::Fdelwt:
-      return fdelwt && phidelwt;
-    default:
-      return false;
-  }
-}
-
-bool VXReflectionImpl::GetAmpPhase(float& amp, float& phase_deg, unsigned int index, int maptype) const {
-  // A column that is not there, and an index beyond the set, read as not-a-number.
-  const auto at = [&](const float* column) {
-    return column && index <= nref ? column[index] : std::numeric_limits<float>::quiet_NaN();
-  };
-  const float* phases = phase;
-  switch (maptype) {
-    case VXMTZMapType::Fc:
-      amp = at(fcalc);
-      phases = phase_calc;
-      break;
-    case VXMTZMapType::TwoFoFc:
-      amp = at(fobs) + at(fobs) - at(fcalc);
-      phases = phase_calc;
-      break;
-    case VXMTZMapType::FoFc:
-      amp = at(fobs) - at(fcalc);
-      phases = phase_calc;
-      break;
-    case VXMTZMapType::ThreeFoTwoFc:
-      amp = static_cast<float>(3.0 * at(fobs) - 2.0 * at(fcalc));
-      phases = phase_calc;
-      break;
-    case VXMTZMapType::FiveFoThreeFc:
-      amp = static_cast<float>(5.0 * at(fobs) - 3.0 * at(fcalc));
-      phases = phase_calc;
-      break;
-    case VXMTZMapType::TwoFoFcSigmaA:
-      amp = at(hla);
-      break;
-    case VXMTZMapType::FoFcSigmaA:
-      amp = at(hlb);
-      break;
-    case VXMTZMapType::FoFo:
-      amp = at(fobs) * at(fobs);
-      break;
-    case VXMTZMapType::FoFOM:
-      amp = at(fom) * at(fobs);
-      break;
-    case VXMTZMapType::Fwt:
-      amp = at(fwt);
-      phases = phiwt;
-      break;
-    case VXMTZMapType::Fdelwt:
-      amp = at(fdelwt);
-      phases = phidelwt;
-      break;
-    default:
-      amp = at(fobs);
-  }
-  phase_deg = at(phases);
-  return true;
-}
-
-bool VXReflectionImpl::GetAB(float& a, float& b, unsigned int index, int maptype) const {
-  float amp, phase_deg;
-  GetAmpPhase(amp, phase_deg, index, maptype);
-  if (VXHost::VXIsNaN(amp) || VXHost::VXIsNaN(phase_deg)) return false;
-  const float phase_rad = phase_deg * 0.017453292f;
-  a = amp * std::cos(phase_rad);
-  b = amp * std::sin(phase_rad);
-  return true;
 }
 
 }  // namespace VXCore
