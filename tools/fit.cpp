@@ -182,9 +182,10 @@ void print_table(const Fit& fit, const Options& options) {
               fit.radius, fit.residues.size());
   Table table({"chain", ">number", "name", ">RSCC", ">RSR"});
   for (const VXResidueFit& each : fit.residues) {
-    const char* mark = !scored(each.fit.rscc) || each.fit.rscc < kBad ? kRed
-                       : each.fit.rscc < kDoubtful                    ? kYellow
-                                                                      : "";
+    const char* mark = !scored(each.fit.rscc)      ? ""
+                       : each.fit.rscc < kBad      ? kRed
+                       : each.fit.rscc < kDoubtful ? kYellow
+                                                   : "";
     table.add(
         {each.residue.GetChainId(), std::to_string(each.residue.GetNumber()) + insert_text(each.residue),
          each.residue.GetName(), score_text(each.fit.rscc), score_text(each.fit.rsr)},
@@ -205,7 +206,8 @@ void run(const Options& options, const Settings& settings) {
   if (options.sort)
     std::stable_sort(
         fit.residues.begin(), fit.residues.end(), [](const VXResidueFit& a, const VXResidueFit& b) {
-          return (scored(a.fit.rscc) ? a.fit.rscc : -1.0) < (scored(b.fit.rscc) ? b.fit.rscc : -1.0);
+          // What has no score stands last: it is not known to be bad.
+          return (scored(a.fit.rscc) ? a.fit.rscc : 2.0) < (scored(b.fit.rscc) ? b.fit.rscc : 2.0);
         });
   if (settings.json)
     print_json(fit);
