@@ -151,11 +151,7 @@ bool VXReadAsciiGrid(VXHost::vxistream& in, VXGrid<float>& grid) {
 bool VXReadAsciiGrid(VXHost::vxistream& in, VXZemoGrid& grid) {
   VXGrid<float> read;
   const bool done = VXReadAsciiGrid(in, read);
-  if (!VXGridSameGeometry(grid, read)) {
-    const unsigned int x = read.GetXDim(), y = read.GetYDim(), z = read.GetZDim();
-    if (grid.SetSpacing(read.GetSpacing()) && grid.SetDim(x, y, z))
-      grid.SetMid(read.GetXMid(), read.GetYMid(), read.GetZMid());
-  }
+  VXGridCopyGeometry(grid, read);
   VXMultiGrid<float>& floats = grid.GetFloats();
   if (VXGridSameGeometry(*floats.GetGrid(0), read)) {
     if (floats.GetNumGrids() == 1)
