@@ -101,24 +101,18 @@ VXZemoGrid::VXZemoGrid(const VXFixedMultiGrid<float>& floats, const VXFixedMulti
   SetUnitCellFromSpacing(floats.GetSpacing());
 }
 
-VXZemoGrid::VXZemoGrid(const VXFixedGrid<float>& source, unsigned int type, BorrowTag)
+VXZemoGrid::VXZemoGrid(const VXScalarGrid& source, BorrowTag)
     : floats_(source, VXHost::VXLargeArray<float>(), const_cast<float*>(source.GetValues())),
       integers_(source, nullptr) {
   VXBase::operator=(source);
   SetUnitCellFromSpacing(source.GetSpacing());
-  SetType(type);
+  SetType(source.GetType());
 }
 
-VXZemoGrid VXZemoGrid::Borrow(const VXScalarGrid& source) {
-  return VXZemoGrid(source, source.GetType(), BorrowTag());
-}
-
-VXZemoGrid VXZemoGrid::Borrow(const VXFixedGrid<float>& source) {
-  return VXZemoGrid(source, VXGridTypeGeneric, BorrowTag());
-}
+VXZemoGrid VXZemoGrid::Borrow(const VXScalarGrid& source) { return VXZemoGrid(source, BorrowTag()); }
 
 // Borrows first, so that nothing can fail any more when the block changes hands.
-VXZemoGrid::VXZemoGrid(VXScalarGrid&& source) : VXZemoGrid(source, source.GetType(), BorrowTag()) {
+VXZemoGrid::VXZemoGrid(VXScalarGrid&& source) : VXZemoGrid(source, BorrowTag()) {
   if (source.GetValues()) floats_.block_ = source.ReleaseValues();
 }
 

@@ -35,7 +35,7 @@ class VXGRID_API VXZemoGrid : public VXGridAbstractBase {
   /// The same for reading only, on the values of the source, which must stay; nothing is copied. A copy of
   /// such a grid has values of its own.
   static VXZemoGrid Borrow(const VXScalarGrid& source);
-  static VXZemoGrid Borrow(const VXFixedGrid<float>& source);
+  static VXZemoGrid Borrow(const VXScalarGrid&& source) = delete;
 
   VXZemoGrid& operator=(const VXZemoGrid& rhs);
   VXZemoGrid& operator=(VXZemoGrid&& rhs);
@@ -176,7 +176,7 @@ class VXGRID_API VXZemoGrid : public VXGridAbstractBase {
   };
 
   struct BorrowTag {};
-  VXZemoGrid(const VXFixedGrid<float>& source, unsigned int type, BorrowTag);
+  VXZemoGrid(const VXScalarGrid& source, BorrowTag);
   VXZemoGrid& TakeFloatsOf(VXZemoGrid&& fresh);
   void SetReentrantBit(unsigned int bit, bool wraps);
 
