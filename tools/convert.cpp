@@ -3,6 +3,7 @@
 #include <vxgrid/grid/grid_format.h>
 #include <vxgrid/grid/scalargrid.h>
 #include <vxgrid/host/text.h>
+#include <vxgrid/processing/make_grid.h>
 #include <vxgrid/processing/regularize.h>
 
 #include "input.h"
@@ -16,6 +17,17 @@ struct Options {
   std::string input, output;
 };
 
+/// Refuses a lattice whose spacing makes a regular grid out of proportion.
+void require_bearable_grid(const std::string& file, const VXSkewGrid& grid) {
+  float centre[3], extents[3] = {};
+  VXGetCenterAndExtents(grid, centre, extents);
+  double points = 1;
+  for (const float extent : extents) points *= (extent + 1e-5) / grid.GetSpacing() + 1;
+  if (points > 16.0 * grid.GetSize() + 1e6)
+    throw Failure(file, text("its %u points would become %.3g on a regular grid of its spacing, %g Å",
+                             grid.GetSize(), points, grid.GetSpacing()));
+}
+
 unsigned format_of(const std::string& file) {
   return VXGetGridFileType(VXGetFileExtension(file.c_str()).c_str());
 }
@@ -28,6 +40,7 @@ void run(const Options& options, const Settings& settings) {
     write_map(options.output, grid);
   } else {
     // Only CCP4 maps hold oblique axes and three step lengths.
+    require_bearable_grid(options.input, grid);
     const LibraryLog log;
     if (!VXMakeRegularGrid(regular, grid, 0.0f))
       throw Failure(options.input, log.reason(options.input, "cannot be brought onto a regular grid"));

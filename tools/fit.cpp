@@ -5,6 +5,7 @@
 
 #include <vxgrid/host/residue.h>
 #include <vxgrid/processing/grid_values.h>
+#include <vxgrid/processing/make_grid.h>
 #include <vxgrid/realspace/density.h>
 #include <vxgrid/realspace/fit_statistics.h>
 #include <vxgrid/xtal/xtal_symmetry.h>
@@ -14,12 +15,19 @@
 #include "verbs.h"
 
 using namespace VXCore;
+using VXXtal::VXSymmetry;
 
 namespace {
 
 // Filled in for atoms whose file gives 0 (Å² and a fraction).
 constexpr double kDefaultBFactor = 20.0;
 constexpr double kDefaultOccupancy = 1.0;
+
+// An atom of this B factor (Å²) reaches over 16 Å; nothing in a crystal has a larger one.
+constexpr double kLargestBFactor = 10000.0;
+
+// More atoms of crystal mates than this are not looked for.
+constexpr double kMostMates = 3e8;
 
 // Residues whose RSCC lies below these are marked on a terminal.
 constexpr double kDoubtful = 0.8, kBad = 0.6;
@@ -40,6 +48,9 @@ struct Fit {
   std::vector<VXResidueFit> residues;
 };
 
+/// -1 stands for a score that could not be computed.
+bool scored(double value) { return std::isfinite(value) && value != -1.0; }
+
 VXGraphMol read_scored_model(const std::string& file, const Settings& settings) {
   VXGraphMol model = read_model(file, settings);
   if (!VXHasResidues(model))
@@ -47,8 +58,13 @@ VXGraphMol read_scored_model(const std::string& file, const Settings& settings) 
                   "no residue data (B factors, occupancies) in this file; a PDB or mmCIF file has them");
   unsigned no_b = 0, no_occupancy = 0;
   for (const VXAtomBase& atom : VXIter<VXAtomBase>(model.GetAtoms())) {
-    no_b += VXAtomGetResidue(&atom).GetBFactor() == 0;
-    no_occupancy += VXAtomGetResidue(&atom).GetOccupancy() == 0;
+    const VXResidue& residue = VXAtomGetResidue(&atom);
+    if (!(residue.GetBFactor() >= 0 && residue.GetBFactor() <= kLargestBFactor))
+      throw Failure(file, text("the B factor %g of an atom of residue %s %d lies outside 0 to %g Å²",
+                               residue.GetBFactor(), residue.GetChainId().c_str(), residue.GetNumber(),
+                               kLargestBFactor));
+    no_b += residue.GetBFactor() == 0;
+    no_occupancy += residue.GetOccupancy() == 0;
   }
   VXSetScatterDefaults(model, kDefaultBFactor, kDefaultOccupancy, 12);
   if (no_b)
@@ -92,39 +108,62 @@ double mask_radius(const Options& options, const VXSkewGrid& grid, const VXGraph
   return VXGetEDSRadius(resolution);
 }
 
-/// Sees to it that the crystal mates of the model are there: from its own CRYST1, else from the map.
-void give_symmetry(VXSkewGrid& grid, const VXXtal::VXSymmetry& of_map, VXGraphMol& model,
-                   const Options& options, const Settings& settings) {
+/// The symmetry that the model is scored with: its own CRYST1 where that has the cell of the map, else the
+/// map's.
+VXSymmetry agree_on_symmetry(const VXSkewGrid& grid, VXGraphMol& model, const Options& options,
+                             const Settings& settings) {
   const LibraryLog log;
-  VXXtal::VXSymmetry of_model;
-  const bool has = VXHasCrystalSymmetryImpl(model) && VXXtal::VXSetXtalSymmetryFromPDBData(model) &&
-                   VXXtal::VXGetXtalSymmetry(model, of_model);
-  if (has) {
-    if (of_map && !of_map.cell().equalsCell(of_model.cell(), 0.02f * of_map.cell().a))
-      note(settings, text("the cells differ: %s in %s, %s in %s", cell_text(of_model.cell()).c_str(),
-                          options.model.c_str(), cell_text(of_map.cell()).c_str(), options.data.c_str()));
-  } else if (of_map) {
-    grid.SetData("vx_symm", of_map);
-    note(settings, text("%s: no usable CRYST1 record; group %u %s of %s is taken", options.model.c_str(),
-                        of_map.GetNumber(), of_map.GetName().c_str(), options.data.c_str()));
+  const VXSymmetry of_map = map_symmetry(grid);
+  VXSymmetry of_model;
+  if (VXHasCrystalSymmetryImpl(model) && VXXtal::VXSetXtalSymmetryFromPDBData(model))
+    VXXtal::VXGetXtalSymmetry(model, of_model);
+  if (of_model && (!of_map || of_map.cell().equalsCell(of_model.cell(), 0.02f * of_map.cell().a)))
+    return of_model;
+  if (of_map) {
+    const std::string why =
+        of_model ? "the cell " + cell_text(of_model.cell()) + " of its CRYST1 record is another"
+                 : "no usable CRYST1 record";
+    note(settings, text("%s: %s; group %u %s and cell %s of %s are taken", options.model.c_str(), why.c_str(),
+                        of_map.GetNumber(), of_map.GetName().c_str(), cell_text(of_map.cell()).c_str(),
+                        options.data.c_str()));
+    VXXtal::VXXtalSymmetry::SetSymmetry(model, of_map, false);
+    VXXtal::VXSetPDBDataFromXtalSymmetry(model);
   } else if (grid.HasSpaceGroup()) {
     throw Failure(options.model,
                   text("no usable CRYST1 record, and group %u of %s does not fit its cell: give the "
                        "model a CRYST1 record (P 1 when there is no symmetry)",
                        grid.GetSpaceGroup(), options.data.c_str()));
   }
+  return of_map;
 }
 
-void serve_or_refuse(VXSkewGrid& grid, const VXXtal::VXSymmetry& symmetry, const VXGraphMol& model,
-                     double radius, const Options& options, const Settings& settings) {
+void serve_or_refuse(VXSkewGrid& grid, const VXGraphMol& model, double radius, const Options& options,
+                     const Settings& settings) {
   const float margin = static_cast<float>(std::max(4.0, radius + 1));
-  const Coverage coverage = serve_model(grid, symmetry, model, margin);
-  if (coverage.inside == 0)
+  const std::optional<Coverage> coverage = serve_model(grid, map_symmetry(grid), model, margin);
+  if (!coverage)
+    throw Failure(options.model, "its atoms lie too far from each other to cut a box out of the map");
+  if (coverage->inside == 0)
     throw Failure(options.model, text("far away from the map: none of its %u atoms lies inside %s",
-                                      coverage.atoms, options.data.c_str()));
-  if (coverage.inside < coverage.atoms)
+                                      coverage->atoms, options.data.c_str()));
+  if (coverage->inside < coverage->atoms)
     note(settings, text("%s: %u of %u atoms lie outside %s, where the map counts as 0", options.model.c_str(),
-                        coverage.atoms - coverage.inside, coverage.atoms, options.data.c_str()));
+                        coverage->atoms - coverage->inside, coverage->atoms, options.data.c_str()));
+}
+
+/// Refuses a cell so small that the mates about the model would be too many.
+void require_bearable_cell(const VXSkewGrid& grid, const VXSymmetry& symmetry, const VXGraphMol& model,
+                           const Options& options) {
+  if (!symmetry) return;
+  float centre[3], extents[3];
+  VXGetCenterAndExtents(grid, centre, extents);
+  const double reach = 2.0 * std::max({extents[0], extents[1], extents[2]});
+  double mates = static_cast<double>(model.NumAtoms()) * symmetry.GetOpCount();
+  const float* m = symmetry.cell().Cart2Frac();
+  for (int axis = 0; axis < 3; ++axis) mates *= 1 + reach * std::hypot(m[axis], m[4 + axis], m[8 + axis]);
+  if (!(mates <= kMostMates))
+    throw Failure(options.model,
+                  "the cell " + cell_text(symmetry.cell()) + " is too small for a model of this size");
 }
 
 Fit compute(const Options& options, const Settings& settings) {
@@ -132,21 +171,20 @@ Fit compute(const Options& options, const Settings& settings) {
   VXGraphMol model = read_scored_model(options.model, settings);
   VXSkewGrid grid = read_data(options, settings, fit.map_text);
   fit.radius = mask_radius(options, grid, model, fit.map_text);
-  const VXXtal::VXSymmetry symmetry = map_symmetry(grid);
-  give_symmetry(grid, symmetry, model, options, settings);
-  serve_or_refuse(grid, symmetry, model, fit.radius, options, settings);
+  const VXSymmetry symmetry = agree_on_symmetry(grid, model, options, settings);
+  serve_or_refuse(grid, model, fit.radius, options, settings);
+  require_bearable_cell(grid, symmetry, model, options);
 
   const LibraryLog log;
   fit.whole = VXGetFitStatistics(grid, model, fit.radius);
-  if (fit.whole.rscc == -1.0)
-    throw Failure(options.model, log.reason(options.model, "no score could be computed"));
   ProgressBar progress(settings);
   fit.residues = VXGetResidueFit(grid, model, fit.radius, progress);
+  if (std::none_of(fit.residues.begin(), fit.residues.end(),
+                   [](const VXResidueFit& each) { return scored(each.fit.rscc); }))
+    throw Failure(options.model, log.reason(options.model, "no residue could be scored"));
   return fit;
 }
 
-/// -1 stands for a score that could not be computed.
-bool scored(double value) { return std::isfinite(value) && value != -1.0; }
 double or_nan(double value) { return scored(value) ? value : std::nan(""); }
 std::string score_text(double value) { return scored(value) ? text("%.3f", value) : "-"; }
 
@@ -157,7 +195,7 @@ std::string insert_text(const VXResidue& residue) {
 void print_json(const Fit& fit) {
   Json json;
   json.open_object();
-  json.field("rscc", fit.whole.rscc);
+  json.field("rscc", or_nan(fit.whole.rscc));
   json.field("rsr", or_nan(fit.whole.rsr));
   json.field("radius", fit.radius);
   json.open_array("residues");

@@ -60,9 +60,9 @@ class Report {
     if (cell.isValid())
       list("cell", std::vector<float>{cell.a, cell.b, cell.c, cell.alpha, cell.beta, cell.gamma});
   }
-  void group(unsigned number, const std::string& name) {
+  void group(int number, const std::string& name) {
     if (!json_) {
-      line("group", text("%u %s", number, name.c_str()));
+      line("group", text("%d %s", number, name.c_str()));
       return;
     }
     json_->open_object("group");
@@ -155,8 +155,7 @@ void report_ccp4(const std::string& file, Json* json, const Settings& settings) 
   report.list("sampling", sampling);
   report.list("axes", axes);
   report.cell(cell);
-  report.group(static_cast<unsigned>(map.ISPG),
-               map.ISPG > 0 ? group_name(static_cast<unsigned>(map.ISPG)) : "none");
+  report.group(map.ISPG, map.ISPG > 0 ? group_name(static_cast<unsigned>(map.ISPG)) : "none");
   if (sampling[0] > 0 && sampling[1] > 0 && sampling[2] > 0)
     report.list("spacing",
                 std::vector<float>{map.a / static_cast<float>(map.NX), map.b / static_cast<float>(map.NY),
@@ -186,7 +185,7 @@ void report_mtz(const std::string& file, Json* json) {
 
   Report report(file, "mtz", json);
   report.cell(symmetry.cell());
-  if (symmetry) report.group(symmetry.GetNumber(), symmetry.GetName());
+  if (symmetry) report.group(static_cast<int>(symmetry.GetNumber()), symmetry.GetName());
   report.field("reflections", set.GetCount());
   const std::vector<MapChoice> maps = possible_maps(file);
   if (!json) {
@@ -245,7 +244,7 @@ void report_model(const std::string& file, Json* json, const Settings& settings)
   if (VXXtal::VXExtractCRYST1(model, six, name, z)) {
     report.cell(VXUnitCell(six));
     if (const VXSymmetry symmetry(name, VXUnitCell(six)); symmetry)
-      report.group(symmetry.GetNumber(), symmetry.GetName());
+      report.group(static_cast<int>(symmetry.GetNumber()), symmetry.GetName());
   }
   double resolution = 0;
   if (VXGetResolution(resolution, model)) report.field("resolution", resolution);

@@ -161,7 +161,8 @@ Coverage atoms_in_grid(const VXSkewGrid& grid, const VXGraphMol& model) {
 
 }  // namespace
 
-Coverage serve_model(VXSkewGrid& grid, const VXSymmetry& symmetry, const VXGraphMol& model, float margin) {
+std::optional<Coverage> serve_model(VXSkewGrid& grid, const VXSymmetry& symmetry, const VXGraphMol& model,
+                                    float margin) {
   unsigned nx = 0, ny = 0, nz = 0;
   grid.GetImpl().GetUnitSpacing(nx, ny, nz);
   if (!symmetry || nx == 0 || ny == 0 || nz == 0) {
@@ -175,6 +176,7 @@ Coverage serve_model(VXSkewGrid& grid, const VXSymmetry& symmetry, const VXGraph
   const std::vector<StepOperator> operators = step_operators(symmetry, steps);
   const auto positions = atoms_in_steps(model, cell, steps);
   const Lattice box = box_around(positions, cell, steps, margin);
+  if (box.size() == 0) return std::nullopt;
 
   std::vector<float> values(static_cast<size_t>(box.size()));
   std::vector<bool> known(values.size());
@@ -191,7 +193,6 @@ Coverage serve_model(VXSkewGrid& grid, const VXSymmetry& symmetry, const VXGraph
         }
 
   Coverage coverage{model.NumAtoms(), 0};
-  if (values.empty()) return coverage;
   for (const auto& position : positions) {
     Index at;
     for (size_t axis = 0; axis < 3; ++axis) at[axis] = std::lround(position[axis]) - box.start[axis];

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include <vxgrid/grid/skewgrid.h>
 #include <vxgrid/host/molecule.h>
 #include <vxgrid/xtal/symmetry.h>
@@ -17,6 +19,6 @@ struct Coverage {
 /// cell does; where the map has none it gets 0. All atoms of the model then lie on the grid: their densities
 /// come out alike, wherever in the cell they are. Without symmetry the map stays and no longer wraps around.
 ///
-/// Not more than 2^27 points: a box beyond that leaves no atom inside.
-Coverage serve_model(VXCore::VXSkewGrid& grid, const VXCore::VXXtal::VXSymmetry& symmetry,
-                     const VXCore::VXGraphMol& model, float margin);
+/// Nothing, with the map as it was, for a box of more than 2^27 points.
+std::optional<Coverage> serve_model(VXCore::VXSkewGrid& grid, const VXCore::VXXtal::VXSymmetry& symmetry,
+                                    const VXCore::VXGraphMol& model, float margin);

@@ -109,6 +109,9 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
   std::string mode_1 = map, senseless = map;
   set_word(mode_1, 3, 1);
   set_word(senseless, 16, 7);
+  std::string steps = map, negative_b = read_bytes(model());
+  set_word(steps, 7, 100000);
+  negative_b.replace(negative_b.find("\nATOM") + 1 + 60, 6, "-20.00");
   const std::string no_header = written("no_header.mtz", whole_mtz.substr(0, whole_mtz.size() / 2));
   const std::string half_header = written("half_header.mtz", whole_mtz.substr(0, whole_mtz.size() - 2400));
   const std::string text_mtz = written("text.mtz", "this is text\n"), empty = written("empty.map", "");
@@ -146,6 +149,10 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"resolution not known", "fit " + no_cryst1 + " " + small, small, "--radius"},
       {"model away from the map", "fit " + no_cryst1 + " " + small + " --radius 1", no_cryst1, "far away"},
       {"no symmetry", "fit " + no_cryst1 + " " + bad_group + " --radius 1", no_cryst1, "CRYST1"},
+      {"negative B factor", "fit " + written("b.pdb", negative_b) + " " + mtz(), scratch_file("b.pdb"),
+       "-20"},
+      {"absurd sampling", "convert " + written("steps.map", steps) + " a.agd", scratch_file("steps.map"),
+       "would"},
       {"unwritable output", "map " + mtz() + " -o /nowhere/a.map", "/nowhere/a.map", "cannot be written"},
       {"unknown output", "convert " + small + " a.txt", "a.txt", "extension"},
       {"unknown space group", "symmetry P7", "P7", "no space group"},
