@@ -162,6 +162,7 @@ TEST(FitStatistics, FailuresAreMinusOneWithAWarning) {
   } rows[] = {
       {"hydrogens only", obs, hydrogens, kRadius, -1, mask},
       {"no atoms", obs, VXGraphMol(), kRadius, -1, mask},
+      {"beside the map", obs, far, kRadius, -1, mask},
       {"radius not a number", obs, small_model(), NAN, -1, mask},
       {"a flat map", flat, small_model(), kRadius, 0,
        "Warning: RSCC: Empty grid (perhaps missing symmetry information for molecule\n"},
@@ -173,8 +174,13 @@ TEST(FitStatistics, FailuresAreMinusOneWithAWarning) {
     EXPECT_THAT(log.text(), HasSubstr(row.says));
     EXPECT_EQ(VXRSR(row.obs, row.obs, row.mol, row.radius), row.rsr);
   }
+  // The map from the model changes nothing for a model without a mask.
+  for (const VXGraphMol* mol : {&far, &hydrogens}) {
+    CapturedLog log;
+    EXPECT_EQ(VXRSR(obs, *mol, kRadius), -1.0);
+    EXPECT_THAT(log.text(), HasSubstr(mask));
+  }
   CapturedLog log;
-  EXPECT_EQ(VXRSCC(obs, obs, far, kRadius), -1.0);
   EXPECT_EQ(VXRSCC(obs, bare, kRadius), -1.0);
   EXPECT_THAT(log.text(), HasSubstr("does not have residues"));
 }

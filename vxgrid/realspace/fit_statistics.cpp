@@ -120,14 +120,30 @@ VXFitStatistics compare(const VXScalarGrid& obs, VXScalarGrid& calc, const std::
   return statistics_of(sums, wanted);
 }
 
-/// The common lattice of two skew grids and a place, and the statistics on it.
+/// Whether a place lies beside a map that does not repeat. One step is left for the box of an oriented grid,
+/// which is that far from its samples.
+bool is_beside(const VXSkewGrid& map, const Place& place) {
+  if (map.GetReentrant() != 0) return false;
+  float center[3] = {}, extents[3] = {};
+  VXGetCenterAndExtents(map, center, extents);
+  for (int axis = 0; axis < 3; ++axis) {
+    const float reach = (extents[axis] + place.extents[axis]) / 2.0f + map.GetSpacing();
+    if (std::fabs(center[axis] - place.center[axis]) > reach) return true;
+  }
+  return false;
+}
+
+/// The common lattice of two skew grids and a place, and the statistics on it. The mask of a model beside the
+/// observed map is empty.
 VXFitStatistics fit(const VXSkewGrid& obs, const VXSkewGrid& calc, bool calc_wraps, const Place& place,
                     double radius, unsigned int wanted, VXMolBase* annotated = nullptr) {
   const float spacing = XYZToIJK(obs).GetSmallestSpacing();
   VXScalarGrid obs_box, calc_box;
   VXMakeRegularSubGrid(obs_box, obs, place.center, place.extents, spacing, obs.GetReentrant() != 0);
   VXMakeRegularSubGrid(calc_box, calc, place.center, place.extents, spacing, calc_wraps);
-  return compare(obs_box, calc_box, place.mask_xyz, radius, wanted, annotated);
+  const bool beside = is_beside(obs, place);
+  return compare(obs_box, calc_box, beside ? std::vector<float>() : place.mask_xyz, radius, wanted,
+                 annotated);
 }
 
 VXFitStatistics fit(const VXSkewGrid& obs, const VXSkewGrid& calc, const VXMolBase& mol, double radius,
@@ -142,7 +158,10 @@ VXFitStatistics fit(const VXSkewGrid& obs, const VXMolBase& mol, double radius, 
   // Of the observed map only the attributes matter here: they may hold the symmetry.
   VXSkewGrid calc;
   VXCopyBaseData(calc, obs);
-  if (!VXMakeGaussianScatterGrid(calc, heavy, 0.5)) return {};
+  if (!VXMakeGaussianScatterGrid(calc, heavy, 0.5)) {
+    if (heavy) return {};
+    calc = obs;  // hydrogens only: the empty mask is what fails, and any map will do
+  }
   return fit(obs, calc, false, place_of(mol, heavy), radius, wanted, annotated);
 }
 

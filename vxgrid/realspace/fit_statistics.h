@@ -17,8 +17,9 @@ class VXTracerBase;
 //   RSCC = the linear correlation coefficient of obs and calc        1 for a perfect fit; scales do not
 //
 // Both maps are resampled on one regular grid around the model, 4.0 Å larger than its atoms. Without a
-// calculated map it is computed from the model. A result of -1.0 means failure, with one Warning: fewer than
-// two points inside the mask, or for RSCC no variation in one of the maps. VXGetEDSRadius gives the usual
+// calculated map it is computed from the model. A result of -1.0 means failure, with a Warning: fewer than
+// two points inside the mask (a model beside the observed map, or of hydrogens only, has none), for RSCC no
+// variation in one of the maps, or no residue data to compute a map from. VXGetEDSRadius gives the usual
 // radius.
 
 VXGRID_API double VXRSR(const VXSkewGrid& obs, const VXSkewGrid& calc, const VXMolBase& mol, double radius);
