@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstring>
 
+#include <xmmintrin.h>
+
 namespace VXCore {
 
 namespace {
@@ -95,6 +97,13 @@ VXGRID_WIDE void densities(const AtomTerms& atom, const FastTerm* terms, const f
   }
 }
 
+/// One bit for each lane that is set.
+inline unsigned int bits_of(const RowMask& mask) {
+  const Mask low = __builtin_shufflevector(mask, mask, 0, 1, 2, 3);
+  const Mask high = __builtin_shufflevector(mask, mask, 4, 5, 6, 7);
+  return static_cast<unsigned int>(_mm_movemask_ps((__m128)low) | _mm_movemask_ps((__m128)high) << 4);
+}
+
 }  // namespace
 
 AtomTerms::AtomTerms(const VXScatterData& row, double b, double occ)
@@ -114,13 +123,18 @@ float AtomTerms::Density(double d2) const {
   return sum;
 }
 
-/// Points of one atom that wait for their density.
+/// Points of one atom that wait for their density: squared distances, and the runs of elements they belong
+/// to.
 struct AtomMapper::Points {
   static constexpr int kFull = 256;
+  struct Run {
+    unsigned int element;
+    int count;
+  };
 
-  int count = 0;
+  int count = 0, runs = 0;
   float d2[kFull + kGroup];
-  unsigned int element[kFull + kGroup];
+  Run run[kFull + kRowLanes];
 };
 
 AtomMapper::AtomMapper(const XYZToIJK& map, const unsigned int* dims, float* values)
@@ -158,9 +172,9 @@ void AtomMapper::Add(const AtomTerms& atom, const float* xyz) {
   if (std::isfinite(atom.radius) && FindRanges(atom.radius, xyz, ranges)) AddBox(atom, xyz, ranges);
 }
 
-// The squared distances of eight points of a row at once; those that count wait, without a branch, until the
-// kernel takes them all together. The three summands of each coordinate stand in tables, and where rows run
-// along Cartesian x, y and z belong to the row: all in the order of XYZToIJK::ToCartesian.
+// The squared distances of eight points of a row at once; those that count, one run in nearly every row, wait
+// until the kernel takes many together. The three summands of each coordinate stand in tables, and where rows
+// run along Cartesian x, y and z belong to the row: all in the order of XYZToIJK::ToCartesian.
 VXGRID_WIDE void AtomMapper::AddBox(const AtomTerms& atom, const float* xyz, const Range* ranges) {
   // The smallest float that is not below radius^2: comparing floats with it decides as doubles would.
   const double radius2 = atom.radius * atom.radius;
@@ -175,26 +189,31 @@ VXGRID_WIDE void AtomMapper::AddBox(const AtomTerms& atom, const float* xyz, con
       const auto offset = [&](int axis, auto along) {
         return ((along + product_[axis][1][y]) + product_[axis][2][z]) + map_.mid[axis] - xyz[axis];
       };
-      const auto along_row = [&](int axis, int x) {
-        RowFloats along;
-        std::memcpy(&along, &product_[axis][0][x], sizeof along);
-        return offset(axis, along);
-      };
       const float row_dy = offset(1, 0.0f), row_dz = offset(2, 0.0f);
       // Rounding keeps order: with the x term the sum can only be larger.
       if (along_x && row_dy * row_dy + row_dz * row_dz >= limit) continue;
 
+      const auto distances = [&](int x) {
+        const auto along_row = [&](int axis) {
+          RowFloats along;
+          std::memcpy(&along, &product_[axis][0][x], sizeof along);
+          return offset(axis, along);
+        };
+        const RowFloats dx = along_row(0);
+        const RowFloats dy = along_x ? RowFloats{} + row_dy : along_row(1);
+        const RowFloats dz = along_x ? RowFloats{} + row_dz : along_row(2);
+        return (dx * dx + dy * dy) + dz * dz;
+      };
       const unsigned int row = (static_cast<unsigned int>(z) * dims_[1] + y) * dims_[0];
       for (int x = ranges[0].first; x <= ranges[0].last; x += kRowLanes) {
-        const RowFloats dx = along_row(0, x);
-        const RowFloats dy = along_x ? RowFloats{} + row_dy : along_row(1, x);
-        const RowFloats dz = along_x ? RowFloats{} + row_dz : along_row(2, x);
-        const RowFloats d2 = (dx * dx + dy * dy) + dz * dz;
-        const RowMask counts = (d2 < limit) & (lanes <= ranges[0].last - x);
-        for (int i = 0; i < kRowLanes; ++i) {
-          points.d2[points.count] = d2[i];
-          points.element[points.count] = row + x + i;
-          points.count -= counts[i];
+        unsigned int bits = bits_of((distances(x) < limit) & (lanes <= ranges[0].last - x));
+        while (bits) {
+          const int skip = __builtin_ctz(bits), count = __builtin_ctz(~(bits >> skip));
+          const RowFloats d2 = distances(x + skip);
+          std::memcpy(points.d2 + points.count, &d2, sizeof d2);
+          points.run[points.runs++] = {row + x + skip, count};
+          points.count += count;
+          bits &= ~0u << (skip + count);
         }
         if (points.count >= Points::kFull) Flush(atom, points);
       }
@@ -214,8 +233,13 @@ void AtomMapper::Flush(const AtomTerms& atom, Points& points) {
   } else {
     std::transform(points.d2, points.d2 + points.count, density, [&](float d2) { return atom.Density(d2); });
   }
-  for (int i = 0; i < points.count; ++i) values_[points.element[i]] += density[i];
-  points.count = 0;
+  const float* next = density;
+  for (int i = 0; i < points.runs; ++i) {
+    float* const values = values_ + points.run[i].element;
+    for (int k = 0; k < points.run[i].count; ++k) values[k] += next[k];
+    next += points.run[i].count;
+  }
+  points.count = points.runs = 0;
 }
 
 }  // namespace VXCore

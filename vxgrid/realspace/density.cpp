@@ -82,6 +82,35 @@ std::vector<Scatterer> scatterers_of(const VXMolBase& mol) {
   return out;
 }
 
+/// A ball around all atoms with finite positions.
+struct Ball {
+  float center[3];
+  double radius;
+};
+
+Ball ball_around(const std::vector<Scatterer>& atoms) {
+  std::vector<float> xyz;
+  for (const Scatterer& atom : atoms) xyz.insert(xyz.end(), atom.xyz, atom.xyz + 3);
+  Ball ball{};
+  float extents[3];
+  VXGeom3DGetCenterAndExtents(xyz.data(), static_cast<unsigned int>(atoms.size()), ball.center, extents);
+  ball.radius = 0.5 * std::hypot(extents[0], extents[1], extents[2]);
+  return ball;
+}
+
+/// Whether a ball moved by an image may hold a position on the lattice; a step of margin covers rounding.
+bool may_touch(const XYZToIJK& map, const unsigned int* dims, const float* matrix, const Ball& ball) {
+  float xyz[3] = {ball.center[0], ball.center[1], ball.center[2]}, ijk[3];
+  VXXtal::transform_coord(matrix, xyz);
+  map.ToIndex(xyz, ijk);
+  for (int axis = 0; axis < 3; ++axis) {
+    const float* row = map.inverse + 3 * axis;
+    const double reach = ball.radius * std::hypot(row[0], row[1], row[2]) / map.spacing + 1.0;
+    if (ijk[axis] + reach < 0.0 || ijk[axis] - reach > dims[axis]) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 ScatterPotential::ScatterPotential(double a, double b, double bfactor, double occupancy) {
@@ -160,12 +189,16 @@ bool VXScatterToGrid(VXSkewGrid& grid, const VXMolBase& mol) {
   AtomMapper mapper(map, dims, grid.GetValues());
   for (const Scatterer& atom : atoms)
     if (!clip || is_inside(map, dims, atom.xyz)) mapper.Add(atom.terms, atom.xyz);
-  for (unsigned int image = 0; image < images.NumOps(); ++image)
+  const Ball ball = ball_around(atoms);
+  for (unsigned int image = 0; image < images.NumOps(); ++image) {
+    const float* const matrix = images.Matrix(image);
+    if (!may_touch(map, dims, matrix, ball)) continue;
     for (const Scatterer& atom : atoms) {
       float xyz[3] = {atom.xyz[0], atom.xyz[1], atom.xyz[2]};
-      VXXtal::transform_coord(images.Matrix(image), xyz);
+      VXXtal::transform_coord(matrix, xyz);
       if (is_inside(map, dims, xyz)) mapper.Add(atom.terms, xyz);
     }
+  }
   return true;
 }
 
