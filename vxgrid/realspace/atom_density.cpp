@@ -17,6 +17,8 @@ namespace {
 #else
 #define VXGRID_WIDE __attribute__((target_clones("avx2", "default")))
 #endif
+// What a clone calls with vectors has to be part of it: the clones pass them in different places.
+#define VXGRID_PART_OF_CLONE __attribute__((always_inline))
 
 using Doubles = double __attribute__((vector_size(32)));
 using Longs = long long __attribute__((vector_size(32)));
@@ -98,7 +100,7 @@ VXGRID_WIDE void densities(const AtomTerms& atom, const FastTerm* terms, const f
 }
 
 /// One bit for each lane that is set.
-inline unsigned int bits_of(const RowMask& mask) {
+VXGRID_PART_OF_CLONE inline unsigned int bits_of(const RowMask& mask) {
   const Mask low = __builtin_shufflevector(mask, mask, 0, 1, 2, 3);
   const Mask high = __builtin_shufflevector(mask, mask, 4, 5, 6, 7);
   return static_cast<unsigned int>(_mm_movemask_ps((__m128)low) | _mm_movemask_ps((__m128)high) << 4);
@@ -186,15 +188,15 @@ VXGRID_WIDE void AtomMapper::AddBox(const AtomTerms& atom, const float* xyz, con
   Points points;
   for (int z = ranges[2].first; z <= ranges[2].last; ++z)
     for (int y = ranges[1].first; y <= ranges[1].last; ++y) {
-      const auto offset = [&](int axis, auto along) {
+      const auto offset = [&](int axis, auto along) VXGRID_PART_OF_CLONE {
         return ((along + product_[axis][1][y]) + product_[axis][2][z]) + map_.mid[axis] - xyz[axis];
       };
       const float row_dy = offset(1, 0.0f), row_dz = offset(2, 0.0f);
       // Rounding keeps order: with the x term the sum can only be larger.
       if (along_x && row_dy * row_dy + row_dz * row_dz >= limit) continue;
 
-      const auto distances = [&](int x) {
-        const auto along_row = [&](int axis) {
+      const auto distances = [&](int x) VXGRID_PART_OF_CLONE {
+        const auto along_row = [&](int axis) VXGRID_PART_OF_CLONE {
           RowFloats along;
           std::memcpy(&along, &product_[axis][0][x], sizeof along);
           return offset(axis, along);
