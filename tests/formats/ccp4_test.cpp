@@ -177,6 +177,8 @@ TEST(CCP4, RefusesAndSaysWhy) {
        "Warning: CCP4 map: 6291456 samples announced, the file holds at most 24\n"},
       {"beyond 32 bits", 20, 2147483646, true, "",
        "Warning: Invalid Y dimensions for XPLOR file reading: -2147483647 < 2147483646\n"},
+      {"up to the last int", 20, 2147483645, true, "",
+       "Warning: Invalid Y dimensions for XPLOR file reading: -2147483648 < 2147483645\n"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);

@@ -25,7 +25,6 @@ using VXHost::vxostream;
 constexpr int kLargestCount = 131072;  // beyond it the first number of a file is of the other byte order
 constexpr int kMachineStamp = 16708;
 constexpr int kPlainGridGroup = 146;
-constexpr unsigned long kHeadBytes = 1024;
 constexpr unsigned long kRecordBytes = 80;
 constexpr std::size_t kBlock = 16384;  // samples multiplied or gathered at a time
 
@@ -128,6 +127,13 @@ Head read_head(vxistream& in, VXCCP4Map& map, bool& swap) {
   return Head::Good;
 }
 
+void write_counts(vxostream& out, const VXCCP4Map& map) {
+  HeadWriter number(out);
+  number(map.NC);
+  count_fields(map, number);
+}
+
+// What follows the counts, up to the labels.
 void write_head(vxostream& out, const VXCCP4Map& map) {
   HeadWriter number(out);
   frame_fields(map, number);
@@ -321,9 +327,7 @@ bool write_grid(vxostream& out, VXCCP4Map& map, const VXBase& base, const float*
   if (!samples.unnormalize(base)) return false;
   set_statistics(base, map, samples);
   if (!values || !n || *n == 0) return false;
-  HeadWriter number(out);
-  number(map.NC);
-  count_fields(map, number);
+  write_counts(out, map);
   write_head(out, map);
   samples.each_block([&](const float* from, std::size_t count) {
     out.write(reinterpret_cast<const char*>(from), count * sizeof(float));
@@ -513,9 +517,7 @@ bool VXCCP4Map::Read(vxistream& in) {
 
 bool VXCCP4Map::Write(vxostream& out) {
   if (data.empty()) return false;
-  HeadWriter number(out);
-  number(NC);
-  count_fields(*this, number);
+  write_counts(out, *this);
   if (MODE != 2) {
     VXThrow.Error("VXCCP4Map::Can only write CCP4 Maps of type 2 (Real Numbers)");
     return false;

@@ -19,8 +19,8 @@ bool check_dims(int nx, int ny, int nz, int last[3], const int start[3], int& fl
       flags_wrap |= 1 << axis;
     }
   }
-  for (int axis = 0; axis < 3; ++axis)
-    if (last[axis] < INT_MAX) ++last[axis];
+  // A box that ends at the largest int has no exclusive end: it shows as one that ends before it starts.
+  for (int axis = 0; axis < 3; ++axis) last[axis] = last[axis] < INT_MAX ? last[axis] + 1 : INT_MIN;
   for (int axis = 0; axis < 3; ++axis)
     if (last[axis] < start[axis]) {
       // Every map format shares these words.
