@@ -88,6 +88,15 @@ TEST(Reflection, SettersRefuse) {
   EXPECT_FALSE(set.GetABCD(out, out, out, out));
 }
 
+TEST(Reflection, SettersTakeColumnsOfTheSetItself) {
+  VXReflection set = three_reflections();
+  const VXReflectionImpl& r = *set.GetImpl();
+  EXPECT_TRUE(set.SetColumn(VXReflectionColumn::Fobs, r.fobs, 3));
+  EXPECT_EQ(r.fobs[2], 30);
+  EXPECT_TRUE(set.SetHKL(r.l, r.h, r.k, 3)) << "axes in another order";
+  EXPECT_EQ(r.h[2] * 100 + r.k[2] * 10 + r.l[2], -490);
+}
+
 TEST(Reflection, SortedOrderIsThatOfElementAccessAlone) {
   VXReflection set = three_reflections();
   float value, values[3];

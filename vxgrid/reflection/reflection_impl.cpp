@@ -22,17 +22,23 @@ int refln_sort(const void* a, const void* b) {
   return 0;
 }
 
-// A fresh column of `count` values that serves a set of `nref` reflections as well.
+// A fresh column of `count` values that serves a set of `nref` reflections as well; null without values.
 template <class T>
-void replace_column(T*& column, const T* values, std::size_t count, std::size_t nref) {
-  std::free(column);
-  column = nullptr;
-  if (!values) return;
+T* make_column(const T* values, std::size_t count, std::size_t nref) {
+  T* column = nullptr;
+  if (!values) return column;
   const std::size_t room = std::max(count, nref);
   resize_column(column, room);
-  if (!column) return;
+  if (!column) return column;
   std::memcpy(column, values, count * sizeof(T));
   std::fill(column + count, column + room, T{});
+  return column;
+}
+
+template <class T>
+void replace_column(T*& column, T* fresh) {
+  std::free(column);
+  column = fresh;
 }
 
 }  // namespace
@@ -94,7 +100,7 @@ bool VXReflectionImpl::SetSymmetry(const VXXtal::VXSymmetry& value) {
 template <class T>
 bool VXReflectionImpl::SetValues(T*& column, const T* values, unsigned int count) {
   if (count != nref) return false;
-  replace_column(column, values, count, nref);
+  replace_column(column, make_column(values, count, nref));  // values may be the column's own
   return column != nullptr;
 }
 
@@ -137,9 +143,11 @@ template bool VXReflectionImpl::GetValue(const float*, float&, unsigned int) con
 template bool VXReflectionImpl::GetValue(const int*, int&, unsigned int) const;
 
 bool VXReflectionImpl::SetHKL(const int* new_h, const int* new_k, const int* new_l, unsigned int count) {
-  replace_column(h, new_h, count, nref);
-  replace_column(k, new_k, count, nref);
-  replace_column(l, new_l, count, nref);
+  int* const fresh[] = {make_column(new_h, count, nref), make_column(new_k, count, nref),
+                        make_column(new_l, count, nref)};
+  replace_column(h, fresh[0]);
+  replace_column(k, fresh[1]);
+  replace_column(l, fresh[2]);
   return h && k && l;
 }
 
@@ -160,10 +168,12 @@ bool VXReflectionImpl::GetHKLElement(int& out_h, int& out_k, int& out_l, unsigne
 
 bool VXReflectionImpl::SetABCD(const float* a, const float* b, const float* c, const float* d,
                                unsigned int count) {
-  replace_column(hla, a, count, nref);
-  replace_column(hlb, b, count, nref);
-  replace_column(hlc, c, count, nref);
-  replace_column(hld, d, count, nref);
+  float* const fresh[] = {make_column(a, count, nref), make_column(b, count, nref),
+                          make_column(c, count, nref), make_column(d, count, nref)};
+  replace_column(hla, fresh[0]);
+  replace_column(hlb, fresh[1]);
+  replace_column(hlc, fresh[2]);
+  replace_column(hld, fresh[3]);
   return hla && hlb && hlc && hld;
 }
 
