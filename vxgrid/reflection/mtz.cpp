@@ -194,7 +194,8 @@ std::vector<FloatColumn> make_columns(VXReflectionImpl& set, const Header& heade
   const auto add = [&](unsigned int role, float*& column, long position, bool present, bool is_intensity) {
     if (!present || !wanted[role]) return;
     resize_column(column, set.nref);
-    if (column) columns.push_back({column, position, is_intensity});
+    if (!column) throw std::bad_alloc();
+    columns.push_back({column, position, is_intensity});
   };
   const auto add_plain = [&](unsigned int role, float*& column) {
     add(role, column, header.place[role], header.place[role] >= 0, false);
@@ -252,7 +253,7 @@ bool fill_set(VXReflectionImpl& set, const Rows& rows, const Header& header, con
 }
 
 // VXReadReflectionMTZ for the wanted roles; the indices always are.
-bool read_reflections(vxistream& in, VXReflection& set, const Labels& names, const Roles& wanted) {
+bool read_reflections(vxistream& in, VXReflection& set, const Labels& names, const Roles& wanted) try {
   char start[kRecord];
   if (in.read(start, kRecord) < kRecord) {
     set.Clear();
@@ -287,6 +288,9 @@ bool read_reflections(vxistream& in, VXReflection& set, const Labels& names, con
   if (header.space_group != 0 && header.cell.gamma != 0)
     set.SetSymmetry(VXXtal::VXSymmetry(header.space_group, header.cell));
   return true;
+} catch (const std::bad_alloc&) {
+  set.Clear();
+  return false;
 }
 
 std::string join(const Labels& labels) {
@@ -634,12 +638,7 @@ bool VXGetMTZFileColumnNamesAndTypes(vxistream& in, Labels& names, std::vector<c
 }
 
 bool VXReadReflectionMTZ(vxistream& in, VXReflection& set, const VXMTZColumnNames& names) {
-  try {
-    return read_reflections(in, set, names.GetColumnNames(), Roles().set());
-  } catch (const std::bad_alloc&) {
-    set.Clear();
-    return false;
-  }
+  return read_reflections(in, set, names.GetColumnNames(), Roles().set());
 }
 
 bool VXReadMTZ(const std::string& filename, VXSkewGrid& grid, unsigned int maptype) {
