@@ -128,6 +128,21 @@ std::string list_columns(const std::string& file) {
   return join(words, " ");
 }
 
+/// Refuses labels given by hand whose types say that they are something else: intensities, or the two
+/// swapped.
+void check_types(const std::string& file, const std::vector<MtzColumn>& columns, const std::string& amplitude,
+                 const std::string& phase) {
+  for (const MtzColumn& column : columns) {
+    const bool is_phase = column.type == 'P', is_intensity = column.type == 'J' || column.type == 'K';
+    if (column.label == amplitude && (is_phase || is_intensity))
+      throw Failure(file, text("column %s holds %s, --columns takes AMPLITUDE,PHASE", amplitude.c_str(),
+                               is_phase ? "phases" : "intensities"));
+    if (column.label == phase && !is_phase)
+      throw Failure(file, text("column %s holds no phases (its type is %c), --columns takes AMPLITUDE,PHASE",
+                               phase.c_str(), column.type));
+  }
+}
+
 }  // namespace
 
 FileKind kind_of(const std::string& file) {
@@ -263,7 +278,7 @@ std::vector<MapChoice> possible_maps(const std::string& file) {
 
 MtzMap make_map(const std::string& file, const MapOptions& options, const Settings& settings) {
   if (kind_of(file) != FileKind::Mtz) throw Failure(file, "not an MTZ file");
-  read_columns(file);
+  const std::vector<MtzColumn> file_columns = read_columns(file);
   VXSetFFTBackend(options.fft == "fftw2" ? VXFFTBackend::FFTW2 : VXFFTBackend::PocketFFT);
 
   const LibraryLog log;
@@ -272,8 +287,11 @@ MtzMap make_map(const std::string& file, const MapOptions& options, const Settin
     throw Failure(file, log.reason(file, "cannot be opened; names of MTZ files end in .mtz, in lower case"));
   const unsigned type = VXMTZMapTypeFromString(options.type);
   VXMTZColumns columns = usual_columns(mtz);
-  if (const size_t comma = options.columns.find(','); comma != std::string::npos)
-    set_columns(columns, type, options.columns.substr(0, comma), options.columns.substr(comma + 1));
+  if (const size_t comma = options.columns.find(','); comma != std::string::npos) {
+    const std::string amplitude = options.columns.substr(0, comma), phase = options.columns.substr(comma + 1);
+    check_types(file, file_columns, amplitude, phase);
+    set_columns(columns, type, amplitude, phase);
+  }
 
   MtzMap map;
   map.labels = labels_for(type, columns);

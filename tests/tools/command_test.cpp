@@ -146,6 +146,9 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"wrong columns", "fit " + model() + " " + mtz() + " --columns FWT,PHI", mtz(),
        "no column PHI for a map of type Fwt; name others with --columns AMPLITUDE,PHASE. There are "
        "(label:type): H:H K:H L:H FREE:I FP:F"},
+      {"columns swapped", "map " + mtz() + " -o a.map --columns PHWT,FWT", mtz(),
+       "FWT holds no phases (its type is F)"},
+      {"phases twice", "map " + mtz() + " -o a.map --columns PHIC,PHWT", mtz(), "PHIC holds phases"},
       {"resolution not known", "fit " + no_cryst1 + " " + small, small, "--radius"},
       {"model away from the map", "fit " + no_cryst1 + " " + small + " --radius 1", no_cryst1, "far away"},
       {"no symmetry", "fit " + no_cryst1 + " " + bad_group + " --radius 1", no_cryst1, "CRYST1"},
