@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -13,6 +14,7 @@
 #include <vxgrid/formats/gridio.h>
 #include <vxgrid/grid/grid_format.h>
 #include <vxgrid/host/text.h>
+#include <vxgrid/processing/grid_values.h>
 #include <vxgrid/reflection/fft_backend.h>
 #include <vxgrid/reflection/reflection.h>
 
@@ -303,6 +305,11 @@ MtzMap make_map(const std::string& file, const MapOptions& options, const Settin
   if (type == VXMTZMapType::Fo) columns.SetPhi(map.labels[1]);
   if (!mtz.MakeMap(map.grid, type, columns, false, false))
     throw Failure(file, log.reason(file, "no map could be made of these reflections"));
+  const VXZemoGrid& inner = map.grid.GetImpl().GetImpl();
+  if (!std::isfinite(inner.GetData<float>(AMEAN)))
+    throw Failure(file, "the map has infinite values, from columns " + join(map.labels, ", "));
+  if (inner.GetData<float>(ARMS) == 0)
+    throw Failure(file, "the map is flat: no values but 0 in columns " + join(map.labels, ", "));
   log.pass_on(settings, file);
   return map;
 }

@@ -114,6 +114,12 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
   negative_b.replace(negative_b.find("\nATOM") + 1 + 60, 6, "-20.00");
   const std::string no_header = written("no_header.mtz", whole_mtz.substr(0, whole_mtz.size() / 2));
   const std::string half_header = written("half_header.mtz", whole_mtz.substr(0, whole_mtz.size() - 2400));
+  const auto with_fwt = [&whole_mtz](const char* name, int bits) {  // in all rows
+    std::string bytes = whole_mtz;
+    for (size_t row = 0; row < 21397; ++row) set_word(bytes, 20 + 17 * row + 10, bits);
+    return written(name, bytes);
+  };
+  const std::string infinite = with_fwt("infinite.mtz", 0x7f800000), nan = with_fwt("nan.mtz", 0x7fc00000);
   const std::string text_mtz = written("text.mtz", "this is text\n"), empty = written("empty.map", "");
   const std::string small = written("small.map", map), bad_group = written("bad_group.map", small_map(146));
   const std::string no_cryst1 = written("no_cryst1.pdb", lines_of(model(), is_atom));
@@ -149,6 +155,9 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"columns swapped", "map " + mtz() + " -o a.map --columns PHWT,FWT", mtz(),
        "FWT holds no phases (its type is F)"},
       {"phases twice", "map " + mtz() + " -o a.map --columns PHIC,PHWT", mtz(), "PHIC holds phases"},
+      {"infinite amplitudes", "map " + infinite + " -o a.map", infinite,
+       "infinite values, from columns FWT, PHWT"},
+      {"missing amplitudes", "fit " + model() + " " + nan, nan, "the map is flat"},
       {"resolution not known", "fit " + no_cryst1 + " " + small, small, "--radius"},
       {"model away from the map", "fit " + no_cryst1 + " " + small + " --radius 1", no_cryst1, "far away"},
       {"no symmetry", "fit " + no_cryst1 + " " + bad_group + " --radius 1", no_cryst1, "CRYST1"},
