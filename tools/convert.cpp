@@ -1,21 +1,14 @@
-#include <CLI/App.hpp>
-
 #include <vxgrid/grid/grid_format.h>
 #include <vxgrid/grid/scalargrid.h>
 #include <vxgrid/host/text.h>
 #include <vxgrid/processing/make_grid.h>
 #include <vxgrid/processing/regularize.h>
 
-#include "input.h"
 #include "verbs.h"
 
 using namespace VXCore;
 
 namespace {
-
-struct Options {
-  std::string input, output;
-};
 
 /// Refuses a lattice whose spacing makes a regular grid out of proportion.
 void require_bearable_grid(const std::string& file, const VXSkewGrid& grid) {
@@ -32,7 +25,9 @@ unsigned format_of(const std::string& file) {
   return VXGetGridFileType(VXGetFileExtension(file.c_str()).c_str());
 }
 
-void run(const Options& options, const Settings& settings) {
+}  // namespace
+
+void convert(const ConvertOptions& options, const Settings& settings) {
   const VXSkewGrid grid = read_map(options.input, settings);
   const VXGridAbstractBase* written = &grid;
   VXScalarGrid regular;
@@ -63,15 +58,4 @@ void run(const Options& options, const Settings& settings) {
   } else {
     std::printf("%s: %s, %u x %u x %u points\n", options.output.c_str(), format, dims[0], dims[1], dims[2]);
   }
-}
-
-}  // namespace
-
-void add_convert(CLI::App& app, Settings& settings) {
-  auto options = std::make_shared<Options>();
-  CLI::App* verb = add_verb(app, settings, "convert", "turn one map format into another",
-                            "convert density.ccp4 density.agd");
-  verb->add_option("IN", options->input, "map to read: .map, .ccp4, .ccp, .agd, also .gz")->required();
-  verb->add_option("OUT", options->output, "map to write; its extension gives the format")->required();
-  verb->callback([options, &settings] { run(*options, settings); });
 }

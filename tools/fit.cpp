@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include <CLI/App.hpp>
-
 #include <vxgrid/host/residue.h>
 #include <vxgrid/processing/grid_values.h>
 #include <vxgrid/processing/make_grid.h>
@@ -10,7 +8,6 @@
 #include <vxgrid/realspace/fit_statistics.h>
 #include <vxgrid/xtal/xtal_symmetry.h>
 
-#include "input.h"
 #include "map_region.h"
 #include "verbs.h"
 
@@ -33,13 +30,6 @@ constexpr double kMostMates = 3e8;
 constexpr double kDoubtful = 0.8, kBad = 0.6;
 constexpr const char* kYellow = "\033[33m";
 constexpr const char* kRed = "\033[31m";
-
-struct Options {
-  std::string model, data;
-  double radius = 0;
-  bool sort = false;
-  MapOptions map;
-};
 
 struct Fit {
   std::string map_text;  // what the map was made of
@@ -76,15 +66,14 @@ VXGraphMol read_scored_model(const std::string& file, const Settings& settings) 
   return model;
 }
 
-VXSkewGrid read_data(const Options& options, const Settings& settings, std::string& map_text) {
+VXSkewGrid read_data(const FitOptions& options, const Settings& settings, std::string& map_text) {
   if (kind_of(options.data) == FileKind::Mtz) {
     MtzMap map = make_map(options.data, options.map, settings);
-    map_text = options.map.type + " from " + join(map.labels, ", ");
+    map_text = options.map.type_or_default() + " from " + join(map.labels, ", ");
     return std::move(map.grid);
   }
-  for (const char* name : {"--type", "--columns", "--fft"})
-    if (options.map.verb->count(name) > 0)
-      throw CLI::ValidationError(name, "goes with an MTZ file, and " + options.data + " is none");
+  if (options.map.any())
+    throw WrongUsage("--type, --columns and --fft go with an MTZ file, and " + options.data + " is none");
   map_text = "map";
   VXSkewGrid grid = read_map(options.data, settings);
   // In units of its sigma, as a map made from reflections is; a header without one leaves it to be computed.
@@ -94,7 +83,7 @@ VXSkewGrid read_data(const Options& options, const Settings& settings, std::stri
   return grid;
 }
 
-double mask_radius(const Options& options, const VXSkewGrid& grid, const VXGraphMol& model,
+double mask_radius(const FitOptions& options, const VXSkewGrid& grid, const VXGraphMol& model,
                    std::string& map_text) {
   double resolution = 0;
   const bool known = (VXGetResolution(resolution, grid) && resolution > 0) ||
@@ -110,7 +99,7 @@ double mask_radius(const Options& options, const VXSkewGrid& grid, const VXGraph
 
 /// The symmetry that the model is scored with: its own CRYST1 where that has the cell of the map, else the
 /// map's.
-VXSymmetry agree_on_symmetry(const VXSkewGrid& grid, VXGraphMol& model, const Options& options,
+VXSymmetry agree_on_symmetry(const VXSkewGrid& grid, VXGraphMol& model, const FitOptions& options,
                              const Settings& settings) {
   const LibraryLog log;
   const VXSymmetry of_map = map_symmetry(grid);
@@ -137,7 +126,7 @@ VXSymmetry agree_on_symmetry(const VXSkewGrid& grid, VXGraphMol& model, const Op
   return of_map;
 }
 
-void serve_or_refuse(VXSkewGrid& grid, const VXGraphMol& model, double radius, const Options& options,
+void serve_or_refuse(VXSkewGrid& grid, const VXGraphMol& model, double radius, const FitOptions& options,
                      const Settings& settings) {
   const float margin = static_cast<float>(std::max(4.0, radius + 1));
   const std::optional<Coverage> coverage = serve_model(grid, map_symmetry(grid), model, margin);
@@ -153,7 +142,7 @@ void serve_or_refuse(VXSkewGrid& grid, const VXGraphMol& model, double radius, c
 
 /// Refuses a cell so small that the mates about the model would be too many.
 void require_bearable_cell(const VXSkewGrid& grid, const VXSymmetry& symmetry, const VXGraphMol& model,
-                           const Options& options) {
+                           const FitOptions& options) {
   if (!symmetry) return;
   float centre[3], extents[3];
   VXGetCenterAndExtents(grid, centre, extents);
@@ -166,7 +155,7 @@ void require_bearable_cell(const VXSkewGrid& grid, const VXSymmetry& symmetry, c
                   "the cell " + cell_text(symmetry.cell()) + " is too small for a model of this size");
 }
 
-Fit compute(const Options& options, const Settings& settings) {
+Fit compute(const FitOptions& options, const Settings& settings) {
   Fit fit;
   VXGraphMol model = read_scored_model(options.model, settings);
   VXSkewGrid grid = read_data(options, settings, fit.map_text);
@@ -214,7 +203,7 @@ void print_json(const Fit& fit) {
   json.print();
 }
 
-void print_table(const Fit& fit, const Options& options) {
+void print_table(const Fit& fit, const FitOptions& options) {
   std::printf("%s in %s (%s)\n", options.model.c_str(), options.data.c_str(), fit.map_text.c_str());
   std::printf("RSCC %.3f  RSR %.3f  radius %.3f Å  residues %zu\n\n", fit.whole.rscc, fit.whole.rsr,
               fit.radius, fit.residues.size());
@@ -232,9 +221,11 @@ void print_table(const Fit& fit, const Options& options) {
   table.print();
 }
 
-void run(const Options& options, const Settings& settings) {
-  Fit fit = compute(options, settings);
-  const auto failed = std::count_if(fit.residues.begin(), fit.residues.end(),
+}  // namespace
+
+void fit(const FitOptions& options, const Settings& settings) {
+  Fit found = compute(options, settings);
+  const auto failed = std::count_if(found.residues.begin(), found.residues.end(),
                                     [](const VXResidueFit& each) { return !scored(each.fit.rscc); });
   if (failed > 0)
     note(settings,
@@ -243,31 +234,12 @@ void run(const Options& options, const Settings& settings) {
               options.model.c_str(), static_cast<long>(failed)));
   if (options.sort)
     std::stable_sort(
-        fit.residues.begin(), fit.residues.end(), [](const VXResidueFit& a, const VXResidueFit& b) {
+        found.residues.begin(), found.residues.end(), [](const VXResidueFit& a, const VXResidueFit& b) {
           // What has no score stands last: it is not known to be bad.
           return (scored(a.fit.rscc) ? a.fit.rscc : 2.0) < (scored(b.fit.rscc) ? b.fit.rscc : 2.0);
         });
   if (settings.json)
-    print_json(fit);
+    print_json(found);
   else
-    print_table(fit, options);
-}
-
-}  // namespace
-
-void add_fit(CLI::App& app, Settings& settings) {
-  auto options = std::make_shared<Options>();
-  CLI::App* verb =
-      add_verb(app, settings, "fit", "score a model against a map: RSCC and RSR, whole and per residue",
-               "fit model.pdb data.mtz --sort");
-  verb->add_option("MODEL", options->model, "coordinates: .pdb, .ent, .cif, .mmcif, also .gz")->required();
-  verb->add_option("DATA", options->data, "reflections (.mtz) or a map (.map, .ccp4, .ccp, .agd)")
-      ->required();
-  verb->add_option("--radius", options->radius,
-                   "mask radius about the atoms in Å; by default from the resolution")
-      ->check(CLI::Range(0.01, 10.0))
-      ->type_name("R");
-  verb->add_flag("--sort", options->sort, "worst residues first");
-  options->map.add_to(verb);
-  verb->callback([options, &settings] { run(*options, settings); });
+    print_table(found, options);
 }

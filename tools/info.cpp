@@ -2,8 +2,6 @@
 #include <cmath>
 #include <set>
 
-#include <CLI/App.hpp>
-
 #include <vxgrid/formats/ccp4.h>
 #include <vxgrid/grid/grid_format.h>
 #include <vxgrid/host/residue.h>
@@ -13,7 +11,6 @@
 #include <vxgrid/xtal/spacegroup.h>
 #include <vxgrid/xtal/xtal_symmetry.h>
 
-#include "input.h"
 #include "verbs.h"
 
 using namespace VXCore;
@@ -267,12 +264,14 @@ void report_file(const std::string& file, Json* json, const Settings& settings) 
   }
 }
 
+}  // namespace
+
 /// Goes on behind a file that cannot be read, and fails at the end.
-void run(const std::vector<std::string>& files, const Settings& settings) {
+void info(const InfoOptions& options, const Settings& settings) {
   Json json;
   std::vector<std::string> failures;
   json.open_array();
-  for (const std::string& file : files) try {
+  for (const std::string& file : options.files) try {
       report_file(file, settings.json ? &json : nullptr, settings);
     } catch (const Failure& failure) {
       failures.push_back(failure.what());
@@ -281,14 +280,4 @@ void run(const std::vector<std::string>& files, const Settings& settings) {
   if (settings.json) json.print();
   for (size_t i = 0; i + 1 < failures.size(); ++i) std::fprintf(stderr, "vxgrid: %s\n", failures[i].c_str());
   if (!failures.empty()) throw Failure(failures.back());
-}
-
-}  // namespace
-
-void add_info(CLI::App& app, Settings& settings) {
-  auto files = std::make_shared<std::vector<std::string>>();
-  CLI::App* verb = add_verb(app, settings, "info", "say what map, reflection and coordinate files hold",
-                            "info data.mtz model.pdb density.map");
-  verb->add_option("FILE", *files, "any number of files")->required();
-  verb->callback([files, &settings] { run(*files, settings); });
 }

@@ -8,8 +8,6 @@
 #include <cstring>
 #include <filesystem>
 
-#include <CLI/App.hpp>
-
 #include <molio/read_molecule.h>
 #include <vxgrid/formats/gridio.h>
 #include <vxgrid/grid/grid_format.h>
@@ -227,25 +225,7 @@ void write_map(const std::string& file, const Grid& grid) {
 template void write_map(const std::string&, const VXSkewGrid&);
 template void write_map(const std::string&, const VXScalarGrid&);
 
-void MapOptions::add_to(CLI::App* app) {
-  verb = app;
-  const std::vector<std::string> types(std::begin(kMapTypes), std::end(kMapTypes));
-  app->add_option("--type", type, "map type")
-      ->check(CLI::IsMember(types))
-      ->type_name("TYPE")
-      ->capture_default_str();
-  app->add_option("--columns", columns, "labels in the MTZ file, for others than the usual ones")
-      ->check([](const std::string& given) {
-        const size_t comma = given.find(',');
-        const bool two = comma != std::string::npos && comma > 0 && comma + 1 < given.size();
-        return two ? std::string() : "takes two labels, AMPLITUDE,PHASE";
-      })
-      ->type_name("AMPLITUDE,PHASE");
-  app->add_option("--fft", fft,
-                  "library of the Fourier transform: fftw2, pocketfft (faster, and the default)")
-      ->check(CLI::IsMember({"fftw2", "pocketfft"}))
-      ->type_name("NAME");
-}
+std::vector<std::string> map_types() { return {std::begin(kMapTypes), std::end(kMapTypes)}; }
 
 std::vector<MtzColumn> read_columns(const std::string& file) {
   VXHost::vxifstream in(file);
@@ -287,7 +267,7 @@ MtzMap make_map(const std::string& file, const MapOptions& options, const Settin
   const VXMTZ mtz(file);
   if (!mtz.IsValid())
     throw Failure(file, log.reason(file, "cannot be opened; names of MTZ files end in .mtz, in lower case"));
-  const unsigned type = VXMTZMapTypeFromString(options.type);
+  const unsigned type = VXMTZMapTypeFromString(options.type_or_default());
   VXMTZColumns columns = usual_columns(mtz);
   if (const size_t comma = options.columns.find(','); comma != std::string::npos) {
     const std::string amplitude = options.columns.substr(0, comma), phase = options.columns.substr(comma + 1);
@@ -301,7 +281,7 @@ MtzMap make_map(const std::string& file, const MapOptions& options, const Settin
   if (!have_all(mtz, map.labels, missing))
     throw Failure(file, text("no column %s for a map of type %s; name others with --columns AMPLITUDE,PHASE. "
                              "There are (label:type): %s",
-                             missing.c_str(), options.type.c_str(), list_columns(file).c_str()));
+                             missing.c_str(), options.type_or_default().c_str(), list_columns(file).c_str()));
   if (type == VXMTZMapType::Fo) columns.SetPhi(map.labels[1]);
   if (!mtz.MakeMap(map.grid, type, columns, false, false))
     throw Failure(file, log.reason(file, "no map could be made of these reflections"));

@@ -11,10 +11,6 @@
 
 #include "report.h"
 
-namespace CLI {
-class App;
-}
-
 enum class FileKind { Map, Mtz, Model };
 
 /// What a file holds, by its extension (.gz left out). Failure when it is not there, not a file, empty, not
@@ -37,13 +33,16 @@ void write_map(const std::string& file, const Grid& grid);
 
 /// Options of the verbs that make a map from reflections.
 struct MapOptions {
-  std::string type = "Fwt";
+  std::string type;     // empty for Fwt
   std::string columns;  // "AMPLITUDE,PHASE", or empty for the usual labels
   std::string fft;      // "fftw2", "pocketfft", or empty for the faster one
-  CLI::App* verb = nullptr;
 
-  void add_to(CLI::App* app);
+  std::string type_or_default() const { return type.empty() ? "Fwt" : type; }
+  bool any() const { return !type.empty() || !columns.empty() || !fft.empty(); }
 };
+
+/// The map types that MapOptions::type may name.
+std::vector<std::string> map_types();
 
 /// One column of an MTZ file, with its one-letter type.
 struct MtzColumn {

@@ -1,6 +1,8 @@
 #include <cstdio>
+#include <functional>
 #include <new>
 
+#include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
@@ -8,6 +10,9 @@
 
 #include "verbs.h"
 
+namespace {
+
+/// A verb with what all of them take (--json, --quiet, -h) and an example below its help.
 CLI::App* add_verb(CLI::App& app, Settings& settings, const char* name, const char* does,
                    const char* example) {
   CLI::App* verb = app.add_subcommand(name, does);
@@ -17,24 +22,89 @@ CLI::App* add_verb(CLI::App& app, Settings& settings, const char* name, const ch
   return verb;
 }
 
+std::string check_columns(const std::string& given) {
+  const size_t comma = given.find(',');
+  const bool two = comma != std::string::npos && comma > 0 && comma + 1 < given.size();
+  return two ? "" : "takes two labels, AMPLITUDE,PHASE";
+}
+
+void add_map_options(CLI::App* verb, MapOptions& options) {
+  verb->add_option("--type", options.type, "map type")
+      ->check(CLI::IsMember(map_types()))
+      ->type_name("TYPE")
+      ->default_str(options.type_or_default());
+  verb->add_option("--columns", options.columns, "labels in the MTZ file, for others than the usual ones")
+      ->check(check_columns)
+      ->type_name("AMPLITUDE,PHASE");
+  verb->add_option("--fft", options.fft,
+                   "library of the Fourier transform: fftw2, pocketfft (faster, and the default)")
+      ->check(CLI::IsMember({"fftw2", "pocketfft"}))
+      ->type_name("NAME");
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
   CLI::App app("Electron-density maps, and how well models fit them.", "vxgrid");
   app.set_version_flag("--version", std::string("vxgrid ") + VXCore::VXGridGetVersion());
   app.require_subcommand(1);
-
   Settings settings;
-  add_info(app, settings);
-  add_map(app, settings);
-  add_fit(app, settings);
-  add_convert(app, settings);
-  add_symmetry(app, settings);
+  std::function<void()> work;  // of the verb that is given
+
+  InfoOptions of_info;
+  CLI::App* verb = add_verb(app, settings, "info", "say what map, reflection and coordinate files hold",
+                            "info data.mtz model.pdb density.map");
+  verb->add_option("FILE", of_info.files, "any number of files")->required();
+  verb->callback([&] { work = [&] { info(of_info, settings); }; });
+
+  MapVerbOptions of_map;
+  verb = add_verb(app, settings, "map", "make a map from reflections",
+                  "map data.mtz -o difference.map --type Fdelwt");
+  verb->add_option("DATA", of_map.data, "reflections: .mtz, also .mtz.gz")->required();
+  verb->add_option("-o,--output", of_map.output, "map to write; its extension gives the format")->required();
+  add_map_options(verb, of_map.map);
+  verb->callback([&] { work = [&] { map(of_map, settings); }; });
+
+  FitOptions of_fit;
+  verb = add_verb(app, settings, "fit", "score a model against a map: RSCC and RSR, whole and per residue",
+                  "fit model.pdb data.mtz --sort");
+  verb->add_option("MODEL", of_fit.model, "coordinates: .pdb, .ent, .cif, .mmcif, also .gz")->required();
+  verb->add_option("DATA", of_fit.data, "reflections (.mtz) or a map (.map, .ccp4, .ccp, .agd)")->required();
+  verb->add_option("--radius", of_fit.radius,
+                   "mask radius about the atoms in Å; by default from the resolution")
+      ->check(CLI::Range(0.01, 10.0))
+      ->type_name("R");
+  verb->add_flag("--sort", of_fit.sort, "worst residues first");
+  add_map_options(verb, of_fit.map);
+  verb->callback([&] { work = [&] { fit(of_fit, settings); }; });
+
+  ConvertOptions of_convert;
+  verb = add_verb(app, settings, "convert", "turn one map format into another",
+                  "convert density.ccp4 density.agd");
+  verb->add_option("IN", of_convert.input, "map to read: .map, .ccp4, .ccp, .agd, also .gz")->required();
+  verb->add_option("OUT", of_convert.output, "map to write; its extension gives the format")->required();
+  verb->callback([&] { work = [&] { convert(of_convert, settings); }; });
+
+  SymmetryOptions of_symmetry;
+  verb = add_verb(app, settings, "symmetry", "operators of a space group, or all groups",
+                  "symmetry \"P 65 2 2\"");
+  CLI::Option* group = verb->add_option("GROUP", of_symmetry.group, "number (179) or name (P6522)");
+  verb->add_flag("--tsv", of_symmetry.tsv, "the whole table, tab-separated")->excludes(group);
+  verb->callback([&, group] {
+    of_symmetry.one = !group->empty();
+    work = [&] { symmetry(of_symmetry, settings); };
+  });
 
   try {
     app.parse(argc, argv);
+    work();
     finish_output();
     return 0;
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : 2;
+  } catch (const WrongUsage& usage) {
+    std::fprintf(stderr, "vxgrid: %s\n", usage.what());
+    return 2;
   } catch (const Failure& failure) {
     std::fprintf(stderr, "vxgrid: %s\n", failure.what());
   } catch (const std::bad_alloc&) {

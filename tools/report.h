@@ -25,6 +25,12 @@ class Failure : public std::runtime_error {
   explicit Failure(const std::string& line) : std::runtime_error(line) {}
 };
 
+/// A command line that makes no sense. The command exits with 2.
+class WrongUsage : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
 /// printf into a string.
 std::string text(const char* format, ...) __attribute__((format(printf, 1, 2)));
 std::string join(const std::vector<std::string>& words, const char* between);

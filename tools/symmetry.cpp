@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <cctype>
 
-#include <CLI/App.hpp>
-
 #include <vxgrid/xtal/spacegroup.h>
 #include <vxgrid/xtal/symmetry.h>
 
@@ -111,22 +109,11 @@ void print_tsv() {
 
 }  // namespace
 
-void add_symmetry(CLI::App& app, Settings& settings) {
-  struct Options {
-    std::string group;
-    bool tsv = false;
-  };
-  auto options = std::make_shared<Options>();
-  CLI::App* verb = add_verb(app, settings, "symmetry", "operators of a space group, or all groups",
-                            "symmetry \"P 65 2 2\"");
-  CLI::Option* group = verb->add_option("GROUP", options->group, "number (179) or name (P6522)");
-  verb->add_flag("--tsv", options->tsv, "the whole table, tab-separated")->excludes(group);
-  verb->callback([options, group, &settings] {
-    if (options->tsv)
-      print_tsv();
-    else if (group->empty())
-      print_all(settings);
-    else
-      print_one(find_group(options->group), settings);
-  });
+void symmetry(const SymmetryOptions& options, const Settings& settings) {
+  if (options.tsv)
+    print_tsv();
+  else if (options.one)
+    print_one(find_group(options.group), settings);
+  else
+    print_all(settings);
 }
