@@ -522,6 +522,11 @@ bool VXCCP4Map::Write(vxostream& out) {
     VXThrow.Error("VXCCP4Map::Can only write CCP4 Maps of type 2 (Real Numbers)");
     return false;
   }
+  if (symmetry.size() != static_cast<unsigned long>(std::max(0, NSYMBT)) / kRecordBytes) {
+    VXThrow.Warning("CCP4 map: %d bytes of symmetry announced, the image holds %zu records", NSYMBT,
+                    symmetry.size());
+    return false;
+  }
   write_head(out, *this);
   for (auto& record : symmetry) {
     out.write(record.data(), record.size());
