@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <random>
+#include <thread>
 
 #include <support/support.h>
 #include <vxgrid/grid/skewgrid.h>
@@ -158,6 +159,29 @@ TEST(MapSynthesis, BackendsAgree) {
   }
   EXPECT_LE(differ, 1u) << "of " << fftw.GetSize();
   EXPECT_FALSE(VXSetFFTBackend(static_cast<VXFFTBackend>(7)));
+}
+
+// Distinct sets and grids may be used from distinct threads; plans of FFTW are guarded inside.
+TEST(MapSynthesis, ThreadsMakeTheirOwnMaps) {
+  for (const VXFFTBackend backend : {VXFFTBackend::FFTW2, VXFFTBackend::PocketFFT}) {
+    const Backend chosen(backend);
+    const auto make = [](VXSkewGrid& grid) {
+      VXReflection set =
+          make_set({{1, 2, 3, 30, 40}, {7, 1, 4, 25, 77}}, 19, VXUnitCell(10, 12, 14, 90, 90, 90));
+      return set.Sort() && set.Expand() && set.MakeMap(grid, VXMTZMapType::Fo);
+    };
+    VXSkewGrid expected, grids[4];
+    ASSERT_TRUE(make(expected));
+    std::vector<std::thread> threads;
+    for (VXSkewGrid& grid : grids)
+      threads.emplace_back([&make, &grid] {
+        for (int i = 0; i < 10; ++i) ASSERT_TRUE(make(grid));
+      });
+    for (std::thread& thread : threads) thread.join();
+    for (const VXSkewGrid& grid : grids)
+      EXPECT_TRUE(
+          std::equal(expected.GetValues(), expected.GetValues() + expected.GetSize(), grid.GetValues()));
+  }
 }
 
 // The map of an expanded set has the symmetry of its group, wherever an operator takes samples to samples.

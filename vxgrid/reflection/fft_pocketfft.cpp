@@ -16,7 +16,9 @@
 #include <vxgrid/reflection/fft_functions.inl>
 
 #define POCKETFFT_NO_MULTITHREADING
-#define POCKETFFT_NO_WARNINGS
+#ifdef VXGRID_SANITIZED
+#define POCKETFFT_NO_VECTORS  // they come with sizes that AddressSanitizer's aligned_alloc refuses
+#endif
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wconversion"
 #pragma GCC diagnostic ignored "-Wshadow"
