@@ -192,6 +192,15 @@ bool synthesise(const VXReflectionImpl& set, FFTMap& map, unsigned int maptype,
   return true;
 }
 
+// Gives the grid the map's dimensions and values; false when memory is short.
+bool take_values(VXSkewGrid& grid, const FFTMap& map, VXHost::VXLargeArray<float>&& values) try {
+  const auto closed = [](int points) { return static_cast<unsigned int>(points) + 1; };
+  return values.size() != 0 && grid.SetDim(closed(map.nx), closed(map.ny), closed(map.nz)) &&
+         grid.GetImpl().GetImpl().GetFloats().AdoptValues(std::move(values));
+} catch (const std::bad_alloc&) {
+  return false;
+}
+
 // Half the cell diagonal, which is where the middle of the grid lies.
 void set_middle(VXSkewGrid& grid, int nx, int ny, int nz) {
   float o[9] = {};
@@ -231,16 +240,14 @@ bool VXReflectionImpl::MakeMap(VXSkewGrid& grid, unsigned int maptype) const {
   if (!synthesise(*this, map, maptype, values)) return false;
 
   grid.Clear();
-  const auto points = [](int n) { return static_cast<unsigned int>(n); };
-  if (values.size() == 0 || !grid.SetDim(points(map.nx) + 1, points(map.ny) + 1, points(map.nz) + 1) ||
-      !grid.GetImpl().GetImpl().GetFloats().AdoptValues(std::move(values)))
-    return false;
+  if (!take_values(grid, map, std::move(values))) return false;
   grid.SetTitle("FT: " + (title.empty() ? "grid" : title));
   grid.SetData<unsigned int>("MapType", maptype);
   grid.SetReentrant(true);
   grid.SetSpaceGroup(symmetry.GetNumber());
-  grid.SetUnitCell(cell.a, cell.b, cell.c, cell.alpha, cell.beta, cell.gamma, points(map.nx), points(map.ny),
-                   points(map.nz));
+  grid.SetUnitCell(cell.a, cell.b, cell.c, cell.alpha, cell.beta, cell.gamma,
+                   static_cast<unsigned int>(map.nx), static_cast<unsigned int>(map.ny),
+                   static_cast<unsigned int>(map.nz));
   grid.SetData<VXXtal::VXSymmetry>("vx_symm", symmetry);
   set_middle(grid, map.nx, map.ny, map.nz);
   return true;
@@ -257,7 +264,7 @@ float* CopyZeroPlanes(int nx, int ny, int nz, int dx, int dy, int dz, float* src
   for (int z = 0; z < dz; ++z)
     for (int y = 0; y < dy; ++y) {
       const float* const row = src + (size(z % nz) * size(ny) + size(y % ny)) * size(nx);
-      for (int x = 0; x < dx; x += nx) to = std::copy_n(row, std::min(nx, dx - x), to);
+      for (int left = dx; left > 0; left -= nx) to = std::copy_n(row, std::min(nx, left), to);
     }
   return out;
 }

@@ -328,8 +328,6 @@ Statistics statistics(const VXSkewGrid& grid) {
   return s;
 }
 
-constexpr unsigned int kRegularMap = 3, kDifferenceMap = 4;  // grid types
-
 }  // namespace
 
 VXMTZColumnNames::VXMTZColumnNames()
@@ -557,7 +555,7 @@ Roles roles_of(const std::vector<Choice>& chosen, unsigned int maptype) {
 void finish_map(VXSkewGrid& grid, bool difference, const VXMTZPrivate& mtz) {
   const Statistics s = statistics(grid);
   const float sigma = VXSigmaNormalizeGrid(grid);
-  grid.SetType(difference ? kDifferenceMap : kRegularMap);
+  grid.SetType(difference ? VXGridTypeDifferenceMap : VXGridTypeRegularMap);
   VXZemoGrid& inner = grid.GetImpl().GetImpl();
   inner.SetData<float>(AMIN, s.min);
   inner.SetData<float>(AMAX, s.max);

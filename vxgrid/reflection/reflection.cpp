@@ -30,12 +30,10 @@ constexpr MapTypeText kMapTypeTexts[] = {
     {VXMTZMapType::Fdelwt, "Fdelwt", "Fdelwt"},
 };
 
-constexpr unsigned int kRegularMap = 3, kDifferenceMap = 4;  // grid types
-
 template <class Grid>
 bool is_difference_map(const Grid& grid) {
-  if (grid.GetType() == kRegularMap) return false;
-  if (grid.GetType() == kDifferenceMap) return true;
+  if (grid.GetType() == VXGridTypeRegularMap) return false;
+  if (grid.GetType() == VXGridTypeDifferenceMap) return true;
   const float* const values = grid.GetValues();
   const unsigned int n = values ? grid.GetSize() : 0;
   if (n == 0) return true;
