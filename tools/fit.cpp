@@ -205,8 +205,8 @@ void print_json(const Fit& fit) {
 
 void print_table(const Fit& fit, const FitOptions& options) {
   std::printf("%s in %s (%s)\n", options.model.c_str(), options.data.c_str(), fit.map_text.c_str());
-  std::printf("RSCC %.3f  RSR %.3f  radius %.3f Å  residues %zu\n\n", fit.whole.rscc, fit.whole.rsr,
-              fit.radius, fit.residues.size());
+  std::printf("RSCC %s  RSR %s  radius %.3f Å  residues %zu\n\n", score_text(fit.whole.rscc).c_str(),
+              score_text(fit.whole.rsr).c_str(), fit.radius, fit.residues.size());
   Table table({"chain", ">number", "name", ">RSCC", ">RSR"});
   for (const VXResidueFit& each : fit.residues) {
     const char* mark = !scored(each.fit.rscc)      ? ""

@@ -522,6 +522,11 @@ bool VXCCP4Map::Write(vxostream& out) {
     VXThrow.Error("VXCCP4Map::Can only write CCP4 Maps of type 2 (Real Numbers)");
     return false;
   }
+  if (symmetry.size() != static_cast<unsigned long>(std::max(0, NSYMBT)) / kRecordBytes) {
+    VXThrow.Warning("CCP4 map: %d bytes of symmetry announced, the image holds %zu records", NSYMBT,
+                    symmetry.size());
+    return false;
+  }
   write_head(out, *this);
   for (auto& record : symmetry) {
     out.write(record.data(), record.size());
@@ -632,9 +637,9 @@ bool VXReadCCP4Map(vxistream& in, VXZemoGrid& grid) {
   grid.Clear();
   if (!size_map_grid(grid, box.end, box.start, flags_wrap)) return false;
   float* const values = grid.GetFloats().GetValues();
-  read_samples(in, code, sample_order(map, *axes, flags_wrap), values);
+  const bool whole = read_samples(in, code, sample_order(map, *axes, flags_wrap), values);
   const unsigned int dims[3] = {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()};
-  close_planes(values, dims, flags_wrap & ~1);  // x is closed row by row
+  close_planes(values, dims, whole ? flags_wrap & ~1 : flags_wrap);  // a whole box has x closed row by row
   const float cell[6] = {map.a, map.b, map.c, map.alpha, map.beta, map.gamma};
   place_in_cell(grid, cell, map.NX, map.NY, map.NZ, box.end, box.start);
   name_grid(grid, map);

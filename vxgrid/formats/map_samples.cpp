@@ -117,22 +117,22 @@ void transpose(const float* in, std::size_t in_pitch, float* out, std::size_t ou
 }
 
 // The last samples before the end of an input that is too short, one by one: n of them from file index
-// `first`.
-void place_singly(const SampleOrder& order, const float* from, std::size_t first, std::size_t n,
+// `first`. False, as their readers then are.
+bool place_singly(const SampleOrder& order, const float* from, std::size_t first, std::size_t n,
                   float* values) {
   for (std::size_t at = first; at < first + n; ++at, ++from) {
     const std::size_t i = at % order.count[0], j = at / order.count[0] % order.count[1],
                       k = at / order.count[0] / order.count[1];
     values[i * order.stride[0] + j * order.stride[1] + k * order.stride[2]] = *from;
   }
+  return false;
 }
 
 // x runs fastest on file: rows are copied, or read to their places when these lie one after another.
-void read_x_fastest(Decoder& decoder, const SampleOrder& order, float* values) {
+bool read_x_fastest(Decoder& decoder, const SampleOrder& order, float* values) {
   const std::size_t nx = order.count[0], rows = order.count[1] * order.count[2];
   if (!order.close_x && order.stride[1] == nx && order.stride[2] == nx * order.count[1]) {
-    decoder.read(values, order.size());
-    return;
+    return decoder.read(values, order.size()) == order.size();
   }
   const std::size_t most = std::min(rows, std::max<std::size_t>(1, kBlock / nx));
   VXLargeArray<float> block(most * nx, VXLargeArray<float>::Uninitialised);
@@ -147,10 +147,11 @@ void read_x_fastest(Decoder& decoder, const SampleOrder& order, float* values) {
       if (order.close_x) to[nx] = to[0];
     }
   }
+  return true;
 }
 
 // x is the middle axis: each section is a matrix to be transposed, some of its rows at a time.
-void read_x_middle(Decoder& decoder, const SampleOrder& order, float* values) {
+bool read_x_middle(Decoder& decoder, const SampleOrder& order, float* values) {
   const std::size_t nc = order.count[0], nx = order.count[1];
   const std::size_t most = std::min(nx, std::max<std::size_t>(16, kBlock / nc / 16 * 16));
   // With room for the row that closes x.
@@ -167,10 +168,11 @@ void read_x_middle(Decoder& decoder, const SampleOrder& order, float* values) {
       }
       transpose(block.data(), nc, values + section * order.stride[2] + x, order.stride[0], nc, n);
     }
+  return true;
 }
 
 // x runs slowest: some sections are read, then each row of the grid gets its samples from all of them.
-void read_x_slowest(Decoder& decoder, const SampleOrder& order, float* values) {
+bool read_x_slowest(Decoder& decoder, const SampleOrder& order, float* values) {
   const std::size_t nc = order.count[0], nr = order.count[1], nx = order.count[2];
   const std::size_t most = std::min(nx, kSections);
   // Sections stand a line more than their length apart: at a power of two they would share cache sets.
@@ -193,6 +195,7 @@ void read_x_slowest(Decoder& decoder, const SampleOrder& order, float* values) {
     for (std::size_t r = 0; r < nr; ++r)
       transpose(block.data() + r * nc, pitch, values + r * order.stride[1] + x, order.stride[0], nc, n);
   }
+  return true;
 }
 
 }  // namespace
@@ -202,15 +205,12 @@ bool file_can_pay(const VXHost::vxistream& in, std::size_t samples, const Sample
   return samples <= std::size_t{1} << 20 || samples / 16 <= present;
 }
 
-void read_samples(VXHost::vxistream& in, const SampleCode& code, const SampleOrder& order, float* values) {
-  if (order.size() == 0) return;
+bool read_samples(VXHost::vxistream& in, const SampleCode& code, const SampleOrder& order, float* values) {
+  if (order.size() == 0) return true;
   Decoder decoder(in, code);
-  if (order.stride[0] == 1)
-    read_x_fastest(decoder, order, values);
-  else if (order.stride[1] == 1)
-    read_x_middle(decoder, order, values);
-  else
-    read_x_slowest(decoder, order, values);
+  if (order.stride[0] == 1) return read_x_fastest(decoder, order, values);
+  if (order.stride[1] == 1) return read_x_middle(decoder, order, values);
+  return read_x_slowest(decoder, order, values);
 }
 
 }  // namespace VXCore

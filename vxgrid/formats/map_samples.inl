@@ -30,9 +30,9 @@ struct SampleOrder {
 /// (2^20) samples always, beyond that when it holds at least one in sixteen of them.
 bool file_can_pay(const VXHost::vxistream& in, std::size_t samples, const SampleCode& code);
 
-/// Reads a box of samples to their places, whatever the order of its axes. Where the input ends early, the
-/// places of the samples that did not come stay as they were; of a last one cut short the missing bytes count
-/// as 0.
-void read_samples(VXHost::vxistream& in, const SampleCode& code, const SampleOrder& order, float* values);
+/// Reads a box of samples to their places, whatever the order of its axes. False where the input ends early:
+/// the places of the samples that did not come stay as they were, of a last one cut short the missing bytes
+/// count as 0, and rows of x may not be closed.
+bool read_samples(VXHost::vxistream& in, const SampleCode& code, const SampleOrder& order, float* values);
 
 }  // namespace VXCore
