@@ -1,8 +1,8 @@
 #include <vxgrid/reflection/mtz.h>
 
 #include <cmath>
-#include <cstring>
 #include <limits>
+#include <sstream>
 
 #include <support/support.h>
 #include <vxgrid/grid/skewgrid.h>
@@ -14,16 +14,16 @@
 using namespace VXCore;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 
-const std::vector<MtzFile::Column> kIndices = {{"H", 'H'}, {"K", 'H'}, {"L", 'H'}};
-
-MtzFile file_with(const std::vector<MtzFile::Column>& columns, const std::vector<float>& values = {}) {
-  MtzFile file{kIndices, values};
-  file.columns.insert(file.columns.end(), columns.begin(), columns.end());
-  if (values.empty())  // two rows: 1 1 1 1 ... and 2 2 2 2 ...
+// Columns "H:H K:H L:H" and those of the text. Without values two rows: 1 1 1 1 ... and 2 2 2 2 ...
+MtzFile file_with(const std::string& columns, const std::vector<float>& values = {}) {
+  MtzFile file{{}, values};
+  std::istringstream in("H:H K:H L:H " + columns);
+  for (std::string column; in >> column;)
+    file.columns.push_back({column.substr(0, column.size() - 2), column.back()});
+  if (values.empty())
     for (float row : {1.0f, 2.0f}) file.values.insert(file.values.end(), file.columns.size(), row);
   return file;
 }
@@ -35,7 +35,7 @@ bool read(const std::string& bytes, VXReflection& set, const VXMTZColumnNames& n
 
 std::string write_file(const MtzFile& file, const std::string& name = "case.mtz") {
   const std::string path = scratch_file(name);
-  VXHost::vxofstream out(path);
+  VXHost::vxofstream out(path);  // packs by the name
   const std::string bytes = file.bytes();
   out.write(bytes.data(), bytes.size());
   EXPECT_TRUE(out.close());
@@ -48,9 +48,8 @@ std::vector<float> column(const VXReflection& set, unsigned int code) {
 }
 
 TEST(Mtz, ReadsEveryRole) {
-  std::vector<MtzFile::Column> columns;
-  const VXMTZColumnNames names;
-  for (unsigned int role = 3; role < 18; ++role) columns.push_back({names.GetColumnName(role), 'R'});
+  std::string columns;
+  for (unsigned int role = 3; role < 18; ++role) columns += VXMTZColumnNames().GetColumnName(role) + ":R ";
   MtzFile file = file_with(columns);
   for (std::size_t i = 0; i < file.values.size(); ++i) file.values[i] = static_cast<float>(i) + 0.5f;
   file.group = 19;
@@ -76,12 +75,9 @@ TEST(Mtz, ReadsEveryRole) {
 }
 
 TEST(Mtz, ByteOrderBitsOfTheFile) {
-  const MtzFile little = file_with({{"FP", 'F'}, {"FreeR_flag", 'I'}, {"PHIC", 'P'}});
-  VXReflection expected;
-  ASSERT_TRUE(read(little.bytes(), expected));
   for (const int real : {0x44, 17})
     for (const int integer : {0x41, 17}) {
-      MtzFile file = little;
+      MtzFile file = file_with("FP:F FreeR_flag:I PHIC:P");
       file.real_format = real;
       file.integer_format = integer;
       VXReflection set;
@@ -95,17 +91,17 @@ TEST(Mtz, ByteOrderBitsOfTheFile) {
 TEST(Mtz, IntensityRule) {
   const struct {
     const char* what;
-    std::vector<MtzFile::Column> columns;
+    const char* columns;
     std::vector<float> fobs, fcalc;
   } rows[] = {
       // Rows of the file: 1 2 3 | 16 9 and 4 5 6 | 81 25.
-      {"amplitudes", {{"FP", 'F'}, {"FC", 'F'}}, {16, 81}, {9, 25}},
-      {"intensity of fcalc, from its own place", {{"FP", 'F'}, {"FC", 'J'}}, {16, 81}, {3, 5}},
-      {"both kinds of fcalc", {{"FC", 'F'}, {"FC", 'K'}}, {}, {3, 5}},
-      {"both kinds of fobs: the amplitude's place", {{"FP", 'F'}, {"FP", 'J'}}, {4, 9}, {}},
+      {"amplitudes", "FP:F FC:F", {16, 81}, {9, 25}},
+      {"intensity of fcalc, from its own place", "FP:F FC:J", {16, 81}, {3, 5}},
+      {"both kinds of fcalc", "FC:F FC:K", {}, {3, 5}},
+      {"both kinds of fobs: the amplitude's place", "FP:F FP:J", {4, 9}, {}},
       // The word before the first row is that of the file's first record, 0 here; then the row before ends.
-      {"intensity of fobs alone: the word before the row", {{"FC", 'F'}, {"FP", 'J'}}, {0, 3}, {16, 81}},
-      {"the last of two alike", {{"FP", 'F'}, {"FP", 'F'}}, {9, 25}, {}},
+      {"intensity of fobs alone: the word before the row", "FC:F FP:J", {0, 3}, {16, 81}},
+      {"the last of two alike", "FP:F FP:F", {9, 25}, {}},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
@@ -117,7 +113,7 @@ TEST(Mtz, IntensityRule) {
 }
 
 TEST(Mtz, HostileBytes) {
-  const std::string good = file_with({{"FP", 'F'}}).bytes();
+  const std::string good = file_with("FP:F").bytes();
   const std::size_t header = 80 + 2 * 4 * 4;
   const auto with = [&](std::size_t at, const std::string& text) {
     std::string bytes = good;
@@ -163,7 +159,7 @@ TEST(Mtz, HostileBytes) {
     EXPECT_EQ(set.GetCount(), row.count);
   }
   VXReflection set;
-  MtzFile wild = file_with({{"FP", 'F'}});
+  MtzFile wild = file_with("FP:F");
   wild.values[0] = std::numeric_limits<float>::quiet_NaN();
   wild.values[1] = 1e30f;
   wild.cell[5] = 0;
@@ -173,7 +169,7 @@ TEST(Mtz, HostileBytes) {
 }
 
 TEST(Mtz, ListsColumns) {
-  MtzFile file = file_with({{"F-obs", 'F'}, {std::string(30, 'x'), 'P'}});
+  MtzFile file = file_with("F-obs:F " + std::string(30, 'x') + ":P");
   file.more_records = {"MTZHIST 1", "made from COLUMN OLD Q", "COLUMN", "COLUMN LONELY"};
   std::vector<std::string> names = {"there"};
   std::vector<char> types = {'?'};
@@ -189,8 +185,7 @@ TEST(Mtz, ListsColumns) {
 }
 
 TEST(Mtz, OpensByName) {
-  const MtzFile file = file_with(
-      {{"F", 'F'}, {"I", 'J'}, {"D", 'D'}, {"P", 'P'}, {"SIG", 'Q'}, {"W", 'W'}, {"R", 'I'}, {"DANO", 'L'}});
+  const MtzFile file = file_with("F:F I:J D:D P:P SIG:Q W:W R:I DANO:L");
   for (const char* name : {"a.mtz", "a.mtz.gz"}) {
     const VXMTZ mtz(write_file(file, name));
     ASSERT_TRUE(mtz.IsValid()) << name;
@@ -210,57 +205,32 @@ TEST(Mtz, OpensByName) {
 }
 
 TEST(Mtz, AutoGetColumns) {
-  const auto all = [](std::vector<std::string> labels) {
-    std::vector<MtzFile::Column> columns;
-    for (const std::string& label : labels) columns.push_back({label, 'F'});
-    return columns;
-  };
   const struct {
-    std::vector<std::string> labels;
+    const char* columns;
     bool found;
-    const char *fobs, *fc, *phic, *sigma, *fwt, *phidelwt;
+    const char* chosen;  // Fobs, Fc, Phic, SigmaA, Fwt, Phidelwt
   } rows[] = {
-      {{"F", "SIGF", "FWT", "PHWT", "DELFWT", "PHDELWT"}, true, "F", "FC", "PHIC", "SIGF", "FWT", "PHDELWT"},
-      {{"FP", "F", "SIGFP", "FWT", "PHWT", "DELFWT"}, false, "F", "FC", "PHIC", "SIGFP", "FWT", "PHDELWT"},
-      {{"F-obs", "FC"}, false, "FP", "F-obs", "PHIC", "SIGF", "FWT", "PHDELWT"},  // in the calculated one's
-                                                                                  // place
-      {{"F-obs", "FP", "FC", "PHIC"}, false, "FP", "FC", "PHIC", "SIGF", "FWT", "PHDELWT"},
-      {{"F-model", "PHIF-model", "SIGF-Obs", "FOFCWT", "PHFOFCWT", "2FOFCWT", "PH2FOFCWT"},
-       true,
-       "FP",
-       "F-model",
-       "PHIF-model",
-       "SIGF-Obs",
-       "2FOFCWT",
-       "PHFOFCWT"},
+      {"F:F SIGF:F FWT:F PHWT:F DELFWT:F PHDELWT:F", true, "F FC PHIC SIGF FWT PHDELWT"},
+      {"FP:F F:F SIGFP:F FWT:F PHWT:F DELFWT:F", false, "F FC PHIC SIGFP FWT PHDELWT"},
+      {"F-obs:F FC:F", false, "FP F-obs PHIC SIGF FWT PHDELWT"},  // in the calculated one's place
+      {"F-obs:F FP:F FC:F PHIC:F", false, "FP FC PHIC SIGF FWT PHDELWT"},
+      {"F-model:F PHIF-model:F SIGF-Obs:F FOFCWT:F PHFOFCWT:F 2FOFCWT:F PH2FOFCWT:F", true,
+       "FP F-model PHIF-model SIGF-Obs 2FOFCWT PHFOFCWT"},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.labels[0]);
-    const VXMTZ mtz(write_file(file_with(all(row.labels))));
-    VXMTZColumns columns;
-    EXPECT_EQ(mtz.AutoGetColumns(columns), row.found);
-    EXPECT_EQ(columns.GetFobs(), row.fobs);
-    EXPECT_EQ(columns.GetFc(), row.fc);
-    EXPECT_EQ(columns.GetPhic(), row.phic);
-    EXPECT_EQ(columns.GetSigmaA(), row.sigma);
-    EXPECT_EQ(columns.GetFwt(), row.fwt);
-    EXPECT_EQ(columns.GetPhidelwt(), row.phidelwt);
+    SCOPED_TRACE(row.columns);
+    VXMTZColumns c;
+    EXPECT_EQ(VXMTZ(write_file(file_with(row.columns))).AutoGetColumns(c), row.found);
+    EXPECT_EQ(c.GetFobs() + ' ' + c.GetFc() + ' ' + c.GetPhic() + ' ' + c.GetSigmaA() + ' ' + c.GetFwt() +
+                  ' ' + c.GetPhidelwt(),
+              row.chosen);
   }
 }
 
 // What each map type asks for, says and marks. F, FC, PHIC and the weighted columns are there.
 TEST(Mtz, MapTypes) {
-  const MtzFile file = file_with({{"F", 'F'},
-                                  {"SIGF", 'Q'},
-                                  {"FC", 'F'},
-                                  {"PHIC", 'P'},
-                                  {"FWT", 'F'},
-                                  {"PHWT", 'P'},
-                                  {"DELFWT", 'F'},
-                                  {"PHDELWT", 'P'},
-                                  {"FREE", 'I'}});
+  const MtzFile file = file_with("F:F SIGF:Q FC:F PHIC:P FWT:F PHWT:P DELFWT:F PHDELWT:P FREE:I");
   const VXMTZ mtz(write_file(file));
-  const char* const unknown = "Error: Unknown map type\n";
   const struct {
     unsigned int type;
     bool autoopen;
@@ -284,8 +254,8 @@ TEST(Mtz, MapTypes) {
       {VXMTZMapType::Fo, true, true, 3, "Warning: Using PHIC in place of PHI for observed map.\n"},
       {VXMTZMapType::TwoFoFcSigmaA, true, false, 0,
        "Verbose:  SigmaA: Using column SIGF\nWarning: Could not expand input map to desired maptype.\n"},
-      {VXMTZMapType::FoFo, false, false, 0, unknown},
-      {VXMTZMapType::None, false, false, 0, unknown},
+      {VXMTZMapType::FoFo, false, false, 0, "Error: Unknown map type\n"},
+      {VXMTZMapType::None, false, false, 0, "Error: Unknown map type\n"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.type << " " << row.autoopen);
@@ -310,14 +280,7 @@ TEST(Mtz, MapTypes) {
 }
 
 TEST(Mtz, WhatTheMapCarries) {
-  const std::string path = write_file(file_with({{"F", 'F'},
-                                                 {"SIGF", 'Q'},
-                                                 {"FWT", 'F'},
-                                                 {"PHWT", 'P'},
-                                                 {"DELFWT", 'F'},
-                                                 {"PHDELWT", 'P'},
-                                                 {"FREE", 'I'},
-                                                 {"FREE2", 'I'}}));
+  const std::string path = write_file(file_with("F:F SIGF:Q FWT:F PHWT:P DELFWT:F PHDELWT:P FREE:I FREE2:I"));
   VXSkewGrid grid;
   ASSERT_TRUE(VXReadMTZ(path, grid, VXMTZMapType::Fwt));
   EXPECT_EQ(grid.GetData<std::string>("mtz_filename"), path);
@@ -342,7 +305,7 @@ TEST(Mtz, WhatTheMapCarries) {
   EXPECT_EQ(grid.GetData<float>("SIGMA"), sigma);
 
   CapturedLog log;
-  EXPECT_FALSE(VXReadMTZ(write_file(file_with({{"FP", 'F'}, {"SIGFP", 'Q'}})), grid, VXMTZMapType::Fo));
+  EXPECT_FALSE(VXReadMTZ(write_file(file_with("FP:F SIGFP:Q")), grid, VXMTZMapType::Fo));
   EXPECT_EQ(log.text(), "Warning: Could not find appropriate columns for auto opening.\n");
 }
 

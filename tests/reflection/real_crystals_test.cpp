@@ -1,18 +1,16 @@
 // Maps of real crystals against figures of another program (the README of the data tells how they were made).
 
-#include <array>
 #include <cmath>
 #include <fstream>
 #include <memory>
-#include <set>
 #include <sstream>
 
 #include <support/support.h>
 #include <vxgrid/grid/skewgrid.h>
 #include <vxgrid/host/stream.h>
 #include <vxgrid/reflection/mtz.h>
-#include <vxgrid/reflection/reflection.h>
-#include <vxgrid/reflection/reflection_impl.h>
+
+#include "support.h"
 
 using namespace VXCore;
 
@@ -21,11 +19,10 @@ namespace {
 struct Figures {
   float rms, min, max;
 };
-struct Crystal {
+constexpr struct Crystal {
   const char* id;
   Figures fwt, fdelwt;
-};
-constexpr Crystal kCrystals[] = {
+} kCrystals[] = {
     {"rnase", {0.3734f, -1.2156f, 3.2807f}, {0.1735f, -1.7674f, 2.7568f}},
     {"hewl", {0.1591f, -0.3989f, 1.8562f}, {0.0460f, -0.2172f, 0.2216f}},
     {"4hg7", {0.3119f, -0.8574f, 3.7833f}, {0.1644f, -0.7236f, 2.9459f}},
@@ -79,36 +76,6 @@ TEST(RealCrystals, MapStatistics) {
   }
 }
 
-// The density of a set at a fractional position by direct summation.
-class DirectSum {
- public:
-  explicit DirectSum(const VXReflectionImpl& r) : volume_(r.symmetry.cell().GetVolume()) {
-    std::set<std::array<int, 3>> listed;  // both mates of a Friedel pair may be: the pair counts once
-    for (unsigned int i = 0; i < r.nref; ++i) {
-      Term t = {r.h[i], r.k[i], r.l[i], 0, 0};
-      if (listed.insert({t.h, t.k, t.l}).second && !listed.count({-t.h, -t.k, -t.l}) &&
-          r.GetAB(t.a, t.b, i, VXMTZMapType::Fwt))
-        terms_.push_back(t);
-    }
-  }
-  double operator()(const float* x) const {
-    double sum = 0;
-    for (const Term& t : terms_) {
-      const double angle = 2 * M_PI * (t.h * double{x[0]} + t.k * double{x[1]} + t.l * double{x[2]});
-      sum += t.a * std::cos(angle) + t.b * std::sin(angle);
-    }
-    return 2 * sum / volume_;
-  }
-
- private:
-  struct Term {
-    int h, k, l;
-    float a, b;
-  };
-  std::vector<Term> terms_;
-  double volume_;
-};
-
 // Density at atom centres, summed over the expanded set: reading, columns, expansion, phases and cell, in the
 // digits of the reference. A sample of the map beside the atom must be the same sum at its own place.
 TEST(RealCrystals, DensityAtAtoms) {
@@ -137,11 +104,12 @@ TEST(RealCrystals, DensityAtAtoms) {
       ASSERT_TRUE(VXReadReflectionMTZ(stream, set, names));
       ASSERT_TRUE(set.Expand());
       ASSERT_TRUE(mtz.MakeMap(grid, VXMTZMapType::Fwt));
-      density = std::make_unique<DirectSum>(*set.GetImpl());
+      density = std::make_unique<DirectSum>(set, VXMTZMapType::Fwt);
       loaded = id;
     }
     VXXtal::vecmul(x, set.GetSymmetry().cell().Cart2Frac());
-    EXPECT_NEAR((*density)(x), expected, 3e-4) << "coordinates have three decimals, the cell is in float";
+    EXPECT_NEAR((*density)(x[0], x[1], x[2]), expected, 3e-4)
+        << "coordinates have three decimals, the cell is in float";
 
     const unsigned int n[3] = {grid.GetXDim() - 1, grid.GetYDim() - 1, grid.GetZDim() - 1};
     std::size_t at[3];
@@ -151,7 +119,7 @@ TEST(RealCrystals, DensityAtAtoms) {
       x[i] = static_cast<float>(at[i]) / points;
     }
     const float sample = grid.GetValues()[(at[2] * (n[1] + 1) + at[1]) * (n[0] + 1) + at[0]];
-    EXPECT_NEAR(sample * grid.GetData<float>("SIGMA"), (*density)(x), 1e-4);
+    EXPECT_NEAR(sample * grid.GetData<float>("SIGMA"), (*density)(x[0], x[1], x[2]), 1e-4);
     ++atoms;
   }
   EXPECT_EQ(atoms, 80);
