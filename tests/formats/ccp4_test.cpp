@@ -200,6 +200,14 @@ TEST(CCP4, RefusesAndSaysWhy) {
     EXPECT_EQ(log.text(), row.grid_says);
     EXPECT_EQ(grid.GetSize(), 60u) << "target changed";
   }
+  // An image may have no rows; a period of none cannot be closed.
+  VXCCP4Map image;
+  image.NC = 2, image.NS = 4, image.NX = image.NZ = 9;
+  image.MAPC = 1, image.MAPR = 2, image.MAPS = 3;
+  VXZemoGrid grid;
+  CapturedLog log;
+  EXPECT_FALSE(VXCCP4ToGrid(grid, image));
+  EXPECT_EQ(log.text(), "Warning: Map with a period of 0 along Y\n");
 }
 
 // The length of a file is not looked at: what does not come stays 0. Grids close x also then.

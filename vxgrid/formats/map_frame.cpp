@@ -34,8 +34,13 @@ bool check_dims(int nx, int ny, int nz, int last[3], const int start[3], int& fl
 bool size_map_grid(VXZemoGrid& grid, int end[3], const int start[3], int flags_wrap) {
   unsigned long count[3];
   for (int axis = 0; axis < 3; ++axis) {
-    const long long steps = static_cast<long long>(end[axis]) - start[axis] + (flags_wrap >> axis & 1);
+    const int more = flags_wrap >> axis & 1;
+    const long long steps = static_cast<long long>(end[axis]) - start[axis] + more;
     if (steps < 0) return false;
+    if (more && steps == 1) {
+      VXThrow.Warning("Map with a period of 0 along %c", "XYZ"[axis]);
+      return false;
+    }
     count[axis] = static_cast<unsigned long>(steps);
   }
   if (flags_wrap && VXGridSizeMultiply(count[0], count[1], count[2]) == 0) return false;

@@ -15,7 +15,8 @@ class VXZemoGrid;
 bool check_dims(int nx, int ny, int nz, int last[3], const int start[3], int& flags_any, int& flags_wrap);
 
 /// Sizes a grid for the samples from start to end (exclusive), with one more on each flagged axis, which is
-/// then added to `end` too. False, with a Warning, for a box that no grid can hold.
+/// then added to `end` too. False, with a Warning, for a box that no grid can hold and for a period of 0,
+/// which has no first sample.
 bool size_map_grid(VXZemoGrid& grid, int end[3], const int start[3], int flags_wrap);
 
 /// Makes the last plane of each flagged axis repeat the first, so that the map closes the cell.
