@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <tuple>
 
 #include <vxgrid/host/pdb_data.h>
 #include <vxgrid/xtal/scatter_table.h>
@@ -20,8 +21,6 @@ namespace {
 constexpr float kInf = std::numeric_limits<float>::infinity();
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
-const float kIdentity[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
-const float kOblique[9] = {1, -0.3f, 0.1f, 0, 0.9f, 0.07f, 0, 0, 1.2f};
 const float kTurned[9] = {0.96f, -0.28f, 0, 0.28f, 0.96f, 0, 0, 0, 1};
 const char kCrystal[] = "   13.000   14.000   15.000  90.00  90.00  90.00 P 21 21 21    4";
 
@@ -64,24 +63,19 @@ double fourier_density(const VXScatterData& f, double b, double r) {
 }  // namespace
 
 TEST(ScatterToGrid, SameAsPlainLoop) {
-  const struct {
-    const char* what;
-    const float* orientation;
-    double max_b;
-    const char* cryst1;
-  } rows[] = {{"regular", kIdentity, 60, nullptr},
-              {"oblique", kOblique, 60, nullptr},
-              {"turned", kTurned, 60, nullptr},
-              {"sharp atoms", kOblique, 0.5, nullptr},
-              {"broad atoms", kOblique, 2000, nullptr},
-              {"crystal", kOblique, 60, kCrystal},
-              {"crystal, regular", kIdentity, 5, kCrystal}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
-    VXGraphMol mol = random_model(200, 12.0, row.max_b);
-    if (row.cryst1) VXSetPDBData(mol, "CRYST1", row.cryst1);
-    VXSkewGrid grid = skew_grid(21, 18, 25, 0.51f, row.orientation, 0.3f, -0.2f, 0.7f);
-    VXSkewGrid want = grid;
+  const std::tuple<const char*, const float*, double, const char*> rows[] = {
+      {"regular", kIdentity, 60, nullptr},
+      {"oblique", kOblique, 60, nullptr},
+      {"turned", kTurned, 60, nullptr},
+      {"sharp atoms", kOblique, 0.5, nullptr},
+      {"broad atoms", kOblique, 2000, nullptr},
+      {"crystal", kOblique, 60, kCrystal},
+      {"crystal, regular", kIdentity, 5, kCrystal}};
+  for (const auto& [what, orientation, max_b, cryst1] : rows) {
+    SCOPED_TRACE(what);
+    VXGraphMol mol = random_model(200, 12.0, max_b);
+    if (cryst1) VXSetPDBData(mol, "CRYST1", cryst1);
+    VXSkewGrid grid = skew_grid(21, 18, 25, 0.51f, orientation, 0.3f, -0.2f, 0.7f), want = grid;
     EXPECT_GT(plain_density(want, mol), 1000u);
     ASSERT_TRUE(VXScatterToGrid(grid, mol));
     EXPECT_EQ(differences(grid, want), 0u);
@@ -90,22 +84,19 @@ TEST(ScatterToGrid, SameAsPlainLoop) {
 }
 
 TEST(ScatterToGrid, OddAtomsGiveWhatThePlainLoopGives) {
-  const struct {
-    const char* what;
-    unsigned int element;
-    int charge;
-    float x, bfactor, occupancy;
-  } rows[] = {{"no B factor", 6, 0, 0, 0, 1},          {"b + B negative", 8, -1, 0, 0.005f, 1},
-              {"b + B negative, far", 6, 0, 0, -3, 1}, {"B infinite", 6, 0, 0, kInf, 1},
-              {"B not a number", 6, 0, 0, kNaN, 1},    {"B huge", 6, 0, 0, 1e30f, 1},
-              {"no occupancy", 6, 0, 0, 20, 0},        {"occupancy huge", 6, 0, 0, 20, 3e38f},
-              {"dummy atom", 0, 0, 0, 20, 1},          {"unknown element", 110, 0, 0, 20, 1},
-              {"x infinite", 6, 0, kInf, 20, 1},       {"x not a number", 6, 0, kNaN, 20, 1},
-              {"x huge", 6, 0, 1e30f, 20, 1},          {"beside the grid", 6, 0, 4.4f, 20, 1}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
+  const std::tuple<const char*, unsigned int, int, float, float, float> rows[] = {
+      // element, charge, x, B factor, occupancy
+      {"no B factor", 6, 0, 0, 0, 1},          {"b + B negative", 8, -1, 0, 0.005f, 1},
+      {"b + B negative, far", 6, 0, 0, -3, 1}, {"B infinite", 6, 0, 0, kInf, 1},
+      {"B not a number", 6, 0, 0, kNaN, 1},    {"B huge", 6, 0, 0, 1e30f, 1},
+      {"no occupancy", 6, 0, 0, 20, 0},        {"occupancy huge", 6, 0, 0, 20, 3e38f},
+      {"dummy atom", 0, 0, 0, 20, 1},          {"unknown element", 110, 0, 0, 20, 1},
+      {"x infinite", 6, 0, kInf, 20, 1},       {"x not a number", 6, 0, kNaN, 20, 1},
+      {"x huge", 6, 0, 1e30f, 20, 1},          {"beside the grid", 6, 0, 4.4f, 20, 1}};
+  for (const auto& [what, element, charge, x, bfactor, occupancy] : rows) {
+    SCOPED_TRACE(what);
     VXGraphMol mol;
-    add_atom(mol, row.element, row.x, 0.1f, -0.2f, row.bfactor, row.occupancy)->SetFormalCharge(row.charge);
+    add_atom(mol, element, x, 0.1f, -0.2f, bfactor, occupancy)->SetFormalCharge(charge);
     for (const float* orientation : {kIdentity, kTurned}) {
       VXSkewGrid grid = skew_grid(15, 14, 13, 0.6f, orientation), want = grid;
       plain_density(want, mol);
@@ -138,13 +129,12 @@ TEST(ScatterToGrid, DensityIsTheFourierTransformOfTheFormFactor) {
 TEST(ScatterToGrid, IntegralIsTheElectronsWithinTheRadius) {
   const VXScatterData& row = scatter_data[VXGetScatterType(6, 0)];
   const double b = 20.0, radius = std::sqrt((b + row.b4) / (4 * M_PI * M_PI));
-  const double terms[5][2] = {
-      {row.a1, row.b1}, {row.a2, row.b2}, {row.a3, row.b3}, {row.a4, row.b4}, {row.c, 0}};
-  double want = 0;
-  for (const auto& term : terms) {
-    const double u = 2 * M_PI / std::sqrt(term[1] + b) * radius;
-    want += term[0] * (std::erf(u) - 2 / std::sqrt(M_PI) * u * std::exp(-u * u));
-  }
+  const auto within = [&](double height, double width) {
+    const double u = 2 * M_PI / std::sqrt(width + b) * radius;
+    return height * (std::erf(u) - 2 / std::sqrt(M_PI) * u * std::exp(-u * u));
+  };
+  const double want = within(row.a1, row.b1) + within(row.a2, row.b2) + within(row.a3, row.b3) +
+                      within(row.a4, row.b4) + within(row.c, 0);
   VXGraphMol mol;
   add_atom(mol, 6, 0, 0, 0, static_cast<float>(b));
   VXScalarGrid grid = regular_grid(41, 41, 41, 0.09f);
@@ -207,7 +197,7 @@ TEST(MakeGaussianScatterGrid, SizesTheGridAroundTheModel) {
 TEST(XYZToIJK, MapsBothWaysAndKnowsItsSteps) {
   const XYZToIJK map(skew_grid(7, 8, 9, 0.5f, kOblique, 1, 2, 3));
   const float ijk[3] = {2.25f, 6.5f, 1.0f};
-  float xyz[3], back[3], x, y, z;
+  float xyz[3], back[3];
   map.ToCartesian(ijk, xyz);
   map.ToIndex(xyz, back);
   for (int axis = 0; axis < 3; ++axis) EXPECT_NEAR(back[axis], ijk[axis], 1e-5);
@@ -219,27 +209,21 @@ TEST(XYZToIJK, MapsBothWaysAndKnowsItsSteps) {
   const VXSkewGrid grid = skew_grid(7, 8, 9, 0.5f, kTurned, 1, 2, 3);
   const float corner[3] = {6, 3, 2};
   XYZToIJK(grid).ToCartesian(corner, xyz);
-  ASSERT_TRUE(grid.ElementToSpatialCoord((2 * 8 + 3) * 7 + 6, x, y, z));
-  EXPECT_NEAR(xyz[0], x, 1e-6);
-  EXPECT_NEAR(xyz[1], y, 1e-6);
-  EXPECT_NEAR(xyz[2], z, 1e-6);
+  ASSERT_TRUE(grid.ElementToSpatialCoord((2 * 8 + 3) * 7 + 6, back[0], back[1], back[2]));
+  for (int axis = 0; axis < 3; ++axis) EXPECT_NEAR(xyz[axis], back[axis], 1e-6);
 }
 
 TEST(ScatterDefaults, FlagsKeepWhatIsThere) {
-  const struct {
-    unsigned int flags;
-    float b[2], occ[2];  // of an atom with B 25 and occupancy 0.5, and of one with zeros
-  } rows[] = {
-      {0, {30, 30}, {1, 1}}, {4, {25, 30}, {1, 1}}, {8, {30, 30}, {0.5f, 1}}, {12, {25, 30}, {0.5f, 1}}};
-  for (const auto& row : rows) {
+  for (const unsigned int flags : {0u, 4u, 8u, 12u}) {
+    SCOPED_TRACE(flags);
     VXGraphMol mol;
-    const VXAtomBase* atoms[2] = {add_atom(mol, 6, 0, 0, 0, 25, 0.5f), add_atom(mol, 6, 0, 0, 0, 0, 0)};
-    VXSetScatterDefaults(mol, 30.0, 1.0, row.flags);
-    for (int i = 0; i < 2; ++i) {
-      EXPECT_EQ(VXAtomGetResidue(atoms[i]).GetBFactor(), row.b[i]) << row.flags;
-      EXPECT_EQ(VXAtomGetResidue(atoms[i]).GetOccupancy(), row.occ[i]) << row.flags;
-      EXPECT_EQ(VXAtomGetResidue(atoms[i]).GetName(), "ALA");
-    }
+    const VXAtomBase *full = add_atom(mol, 6, 0, 0, 0, 25, 0.5f), *zeros = add_atom(mol, 6, 0, 0, 0, 0, 0);
+    VXSetScatterDefaults(mol, 30.0, 1.0, flags);
+    EXPECT_EQ(VXAtomGetResidue(full).GetBFactor(), flags & 4 ? 25 : 30);
+    EXPECT_EQ(VXAtomGetResidue(full).GetOccupancy(), flags & 8 ? 0.5 : 1);
+    EXPECT_EQ(VXAtomGetResidue(full).GetName(), "ALA");
+    EXPECT_EQ(VXAtomGetResidue(zeros).GetBFactor(), 30);
+    EXPECT_EQ(VXAtomGetResidue(zeros).GetOccupancy(), 1);
   }
 }
 
@@ -247,28 +231,25 @@ TEST(Resolution, RadiusAndSources) {
   const double radii[][2] = {{0.5, 0.7}, {0.6, 0.7 / 3}, {1.7, 0.6}, {3.0, 3.1 / 3}, {3.1, 1.55}, {4.0, 2.0}};
   for (const auto& row : radii) EXPECT_NEAR(VXGetEDSRadius(row[0]), row[1], 1e-14) << row[0];
 
-  const struct {
-    const char *tag, *value;
-    double resolution;  // 0: none
-  } records[] = {{"REMARK", "   2 RESOLUTION.    1.60 ANGSTROMS.", 1.6},
-                 {"REMARK", "   2\tRESOLUTION.\t2.1", 2.1},
-                 {"REMARK", "   2 RESOLUTION. NOT APPLICABLE.", 0},
-                 {"REMARK", "   2 RESOLUTION.", 0},
-                 {"REMARK", "   3  RESOLUTION RANGE HIGH (ANGSTROMS) : 1.60", 0},
-                 {"HEADER", "   2 RESOLUTION.    1.60 ANGSTROMS.", 0}};
-  for (const auto& record : records) {
+  const auto resolution = [](const auto& of) {  // 0: none, and the result stays
+    double out = -7.0;
+    return VXGetResolution(out, of) ? out : out + 7;
+  };
+  const std::tuple<const char*, const char*, double> records[] = {
+      {"REMARK", "   2 RESOLUTION.    1.60 ANGSTROMS.", 1.6},
+      {"REMARK", "   2\tRESOLUTION.\t2.1", 2.1},
+      {"REMARK", "   2 RESOLUTION. NOT APPLICABLE.", 0},
+      {"REMARK", "   2 RESOLUTION.", 0},
+      {"REMARK", "   3  RESOLUTION RANGE HIGH (ANGSTROMS) : 1.60", 0},
+      {"HEADER", "   2 RESOLUTION.    1.60 ANGSTROMS.", 0}};
+  for (const auto& [tag, value, expected] : records) {
     VXGraphMol mol;
     VXAddPDBData(mol, "REMARK", "   2");
-    VXAddPDBData(mol, record.tag, record.value);
-    double out = -7.0;
-    EXPECT_EQ(VXGetResolution(out, mol), record.resolution > 0) << record.value;
-    EXPECT_EQ(out, record.resolution > 0 ? record.resolution : -7.0) << record.value;
+    VXAddPDBData(mol, tag, value);
+    EXPECT_EQ(resolution(mol), expected) << value;
   }
   VXSkewGrid grid;
-  double out = -7.0;
-  EXPECT_FALSE(VXGetResolution(out, grid));
-  EXPECT_EQ(out, -7.0);
+  EXPECT_EQ(resolution(grid), 0);
   grid.SetData("resolution", 1.85);
-  EXPECT_TRUE(VXGetResolution(out, grid));
-  EXPECT_EQ(out, 1.85);
+  EXPECT_EQ(resolution(grid), 1.85);
 }

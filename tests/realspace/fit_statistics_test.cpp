@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <random>
+#include <tuple>
 
 #include <vxgrid/host/mol_geometry.h>
 #include <vxgrid/host/tracer.h>
@@ -17,7 +18,6 @@ using testing::HasSubstr;
 namespace {
 
 constexpr double kRadius = 0.9;
-const float kOblique[9] = {1, -0.3f, 0.1f, 0, 0.9f, 0.07f, 0, 0, 1.2f};
 
 // Three residues with hydrogens, one of them of hydrogens only, one with atoms apart in the molecule.
 VXGraphMol small_model() {
@@ -98,20 +98,17 @@ TEST(FitStatistics, EqualThePlainSums) {
 TEST(FitStatistics, RelatedMapsHaveKnownValues) {
   const VXGraphMol mol = small_model();
   const VXSkewGrid obs = noise(1);
-  const struct {
-    const char* what;
-    float factor, shift;
-    double rscc, rsr;
-  } rows[] = {{"the same", 1, 0, 1, 0},
-              {"twice", 2, 0, 1, 1.0 / 3},
-              {"shifted", 3, 5, 1, NAN},
-              {"negative", -1, 0, -1, INFINITY}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
-    const VXSkewGrid calc = scaled(obs, row.factor, row.shift);
-    EXPECT_NEAR(VXRSCC(obs, calc, mol, kRadius), row.rscc, 1e-6);  // the maps are floats
+  const std::tuple<const char*, float, float, double, double> rows[] = {{"the same", 1, 0, 1, 0},
+                                                                        {"twice", 2, 0, 1, 1.0 / 3},
+                                                                        {"shifted", 3, 5, 1, NAN},
+                                                                        {"negative", -1, 0, -1, INFINITY}};
+  for (const auto& [what, factor, shift, rscc, expected_rsr] : rows) {
+    SCOPED_TRACE(what);
+    const VXSkewGrid calc = scaled(obs, factor, shift);
+    EXPECT_NEAR(VXRSCC(obs, calc, mol, kRadius), rscc, 1e-6);  // the maps are floats
     const double rsr = VXRSR(obs, calc, mol, kRadius);
-    EXPECT_TRUE(std::isnan(row.rsr) || rsr == row.rsr || std::fabs(rsr - row.rsr) < 1e-6) << rsr;
+    EXPECT_TRUE(std::isnan(expected_rsr) || rsr == expected_rsr || std::fabs(rsr - expected_rsr) < 1e-6)
+        << rsr;
   }
   // A model against its own density, in all forms; two equal models.
   VXSkewGrid calc = obs;
@@ -125,25 +122,22 @@ TEST(FitStatistics, RelatedMapsHaveKnownValues) {
 
 TEST(FitStatistics, FormsAgree) {
   const VXGraphMol mol = small_model();
-  const float identity[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
-  const VXSkewGrid obs = noise(3, identity), calc = noise(4, identity);
+  const VXSkewGrid obs = noise(3, kIdentity), calc = noise(4, kIdentity);
   const VXScalarGrid obs_scalar(obs.AsRegularGrid()), calc_scalar(calc.AsRegularGrid());
   const VXFitStatistics two = VXGetFitStatistics(obs, calc, mol, kRadius),
                         one = VXGetFitStatistics(obs, mol, kRadius);
-  EXPECT_EQ(VXRSCC(obs, calc, mol, kRadius), two.rscc);
-  EXPECT_EQ(VXRSCC(obs_scalar, calc_scalar, mol, kRadius), two.rscc);
-  EXPECT_EQ(VXRSR(obs_scalar, calc_scalar, mol, kRadius), two.rsr);
-  EXPECT_EQ(VXRSCC(obs, mol, kRadius), one.rscc);
-  EXPECT_EQ(VXRSCC(obs_scalar, mol, kRadius), one.rscc);
-  EXPECT_EQ(VXRSR(obs, mol, kRadius), one.rsr);
-  EXPECT_EQ(VXRSR(obs_scalar, mol, kRadius), one.rsr);
-  VXGraphMol other = mol;
+  VXGraphMol copy = mol, other = mol;
   VXTranslate(other, std::vector<float>{0.3f, 0.2f, 0.0f}.data());
-  VXGraphMol copy = mol;
-  EXPECT_EQ(VXAnnotateRSCC(copy, other, kRadius), VXRSCC(mol, other, kRadius));
-  EXPECT_EQ(VXAnnotateRSCC(obs_scalar, calc_scalar, copy, kRadius), two.rscc);
-  EXPECT_EQ(VXAnnotateRSCC(obs_scalar, copy, kRadius), one.rscc);
-  EXPECT_EQ(VXAnnotateRSCC(obs, copy, kRadius), one.rscc);
+  const auto same = [](std::initializer_list<double> values) {
+    EXPECT_THAT(values, testing::Each(*values.begin()));
+  };
+  same({two.rscc, VXRSCC(obs, calc, mol, kRadius), VXRSCC(obs_scalar, calc_scalar, mol, kRadius),
+        VXAnnotateRSCC(obs_scalar, calc_scalar, copy, kRadius)});
+  same({two.rsr, VXRSR(obs_scalar, calc_scalar, mol, kRadius)});
+  same({one.rscc, VXRSCC(obs, mol, kRadius), VXRSCC(obs_scalar, mol, kRadius),
+        VXAnnotateRSCC(obs_scalar, copy, kRadius), VXAnnotateRSCC(obs, copy, kRadius)});
+  same({one.rsr, VXRSR(obs, mol, kRadius), VXRSR(obs_scalar, mol, kRadius)});
+  same({VXRSCC(mol, other, kRadius), VXAnnotateRSCC(copy, other, kRadius)});
 }
 
 TEST(FitStatistics, FailuresAreMinusOneWithAWarning) {

@@ -5,6 +5,9 @@
 #include <vxgrid/host/molecule.h>
 #include <vxgrid/host/residue.h>
 
+inline constexpr float kIdentity[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+inline constexpr float kOblique[9] = {1, -0.3f, 0.1f, 0, 0.9f, 0.07f, 0, 0, 1.2f};
+
 /// An atom with residue data: chain A, name ALA.
 inline VXCore::VXAtomBase* add_atom(VXCore::VXMolBase& mol, unsigned int element, float x, float y, float z,
                                     float bfactor = 20.0f, float occupancy = 1.0f, int residue_number = 1) {
