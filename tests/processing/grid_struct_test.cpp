@@ -18,13 +18,12 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 
 TEST(GridStruct, Overflow) {
-  const std::tuple<int, int, int, bool> rows[] = {
-      {0, 5, 5, false},         {5, 5, 0, false},         {46341, 46341, 1, true},
-      {46341, 46341, 0, false}, {1290, 1290, 1291, true}, {INT_MAX, 1, 1, false},
-      {INT_MAX, 1, 2, true},    {-1, 5, 5, true},         {1290, 1290, 1290, false},
-      {5, 5, -1, true},         {5, -1, -1, true},        {INT_MIN, INT_MIN, INT_MIN, true}};
-  for (const auto& [x, y, z, overflows] : rows)
-    EXPECT_EQ(vx_grid_struct_overflow(x, y, z), overflows) << x << " " << y << " " << z;
+  const int fits[][3] = {{0, 5, 5}, {5, 5, 0}, {46341, 46341, 0}, {INT_MAX, 1, 1}, {1290, 1290, 1290}},
+            overflows[][3] = {
+                {46341, 46341, 1}, {1290, 1290, 1291},         {INT_MAX, 1, 2}, {-1, 5, 5}, {5, 5, -1},
+                {5, -1, -1},       {INT_MIN, INT_MIN, INT_MIN}};
+  for (const auto& [x, y, z] : fits) EXPECT_FALSE(vx_grid_struct_overflow(x, y, z)) << x << " " << y;
+  for (const auto& [x, y, z] : overflows) EXPECT_TRUE(vx_grid_struct_overflow(x, y, z)) << x << " " << y;
   GridStruct grid{};
   grid.xdim = grid.ydim = grid.zdim = 60000;
   vx_allocate_grid_struct(grid, true, true, 0);
@@ -197,8 +196,7 @@ TEST(GridFile, BinaryComesBackWholeShortAndHostile) {
     const char* what;
     std::string bytes;
     int result;
-    const void* to_floats;
-    const void* to_integers;
+    const void *to_floats, *to_integers;
     std::size_t size = 96;
   } rows[] = {
       {"floats", floats, 1, grid.floats.data(), nullptr},

@@ -54,9 +54,8 @@ TEST(SigmaNormalize, SumsAsThePlainLoop) {
   double sum = 0, squares = 0, n = 0;
   for (float& v : values) {
     v = 1000 + std::sin(static_cast<float>(n++)) * 3.7f;
-    const float square = v * v;
-    sum += static_cast<double>(v);
-    squares += static_cast<double>(square);
+    sum += double{v};
+    squares += double{v * v};  // squares are floats
   }
   VXScalarGrid grid = grid_of(values);
   EXPECT_EQ(VXSigmaNormalizeGrid(grid), static_cast<float>(std::sqrt((squares - sum * sum / n) / (n - 1))));
