@@ -60,9 +60,9 @@ class VXGRID_API VXCCP4Map {
   bool Read(VXHost::vxistream& in);
 
   /// Writes the file in the order that the axis numbers name. False without samples (silently), for a MODE
-  /// other than 2 or axes that are not 1, 2, 3 (with an Error), for fewer samples or another number of symmetry
-  /// records than announced (with a Warning), and when the stream fails. The last byte of each symmetry record
-  /// is 0 in memory afterwards.
+  /// other than 2 or axes that are not 1, 2, 3 (with an Error), for fewer samples or another number of
+  /// symmetry records than announced (with a Warning), and when the stream fails. The last byte of each
+  /// symmetry record is 0 in memory afterwards.
   bool Write(VXHost::vxostream& out);
 
   /// Prints the header as Info lines: in words, and with `verbose` also each field by its name.
