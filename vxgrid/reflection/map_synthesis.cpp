@@ -159,8 +159,9 @@ class Stopwatch {
 };
 
 // The transform of a set into the values of a grid with repeated planes; no values when memory for them is
-// short. False, after an Error, without an array to work in.
-bool synthesise(const VXReflectionImpl& set, FFTMap& map, unsigned int maptype,
+// short. False, after an Error, without an array to work in. `spent`, where given, is the set itself: its
+// columns are released before the values are made, so that both need not be held at once.
+bool synthesise(const VXReflectionImpl& set, VXReflectionImpl* spent, FFTMap& map, unsigned int maptype,
                 VXHost::VXLargeArray<float>& values) {
   const Stopwatch watch;
   VXThrow.Debug(VXGetFFTBackend() == VXFFTBackend::FFTW2 ? "Using FFTW" : "Using pocketfft");
@@ -181,8 +182,9 @@ bool synthesise(const VXReflectionImpl& set, FFTMap& map, unsigned int maptype,
     c[1] = -(b * scale);
     l_limits[y] = std::max(l_limits[y], z + 1);
   });
-  array.ComplexToReal(map.nx, map.ny, map.nz, l_limits.data());
+  if (spent) spent->ReleaseColumns();
   try {
+    array.ComplexToReal(map.nx, map.ny, map.nz, l_limits.data());
     values = VXMakeValueBlock<float>(size(map.nx + 1) * size(map.ny + 1) * size(map.nz + 1),
                                      VXHost::VXLargeArray<float>::Uninitialised);
     ReorderWithZeroPlanes(map, values.data());
@@ -211,6 +213,34 @@ void set_middle(VXSkewGrid& grid, int nx, int ny, int nz) {
   grid.SetMid(half(o), half(o + 3), half(o + 6));
 }
 
+bool make_map(const VXReflectionImpl& set, VXReflectionImpl* spent, VXSkewGrid& grid, unsigned int maptype) {
+  const VXXtal::VXUnitCell& cell = set.symmetry.cell();
+  if (set.nref == 0 || !cell.isValid() || !set.ValidateMaptype(static_cast<int>(maptype))) return false;
+  const float volume = cell.GetVolume();
+  if (!(volume >= 1e-5) || !set.h || !set.k || !set.l) return false;
+
+  const Limits limits = {index_limit(set.h, set.nref), index_limit(set.k, set.nref),
+                         index_limit(set.l, set.nref)};
+  FFTMap map;
+  if (!size_map(map, limits)) return false;
+  map.scale = 1.0f / volume;
+  VXHost::VXLargeArray<float> values;
+  if (!synthesise(set, spent, map, maptype, values)) return false;
+
+  grid.Clear();
+  if (!take_values(grid, map, std::move(values))) return false;
+  grid.SetTitle("FT: " + (set.title.empty() ? "grid" : set.title));
+  grid.SetData<unsigned int>("MapType", maptype);
+  grid.SetReentrant(true);
+  grid.SetSpaceGroup(set.symmetry.GetNumber());
+  grid.SetUnitCell(cell.a, cell.b, cell.c, cell.alpha, cell.beta, cell.gamma,
+                   static_cast<unsigned int>(map.nx), static_cast<unsigned int>(map.ny),
+                   static_cast<unsigned int>(map.nz));
+  grid.SetData<VXXtal::VXSymmetry>("vx_symm", set.symmetry);
+  set_middle(grid, map.nx, map.ny, map.nz);
+  return true;
+}
+
 }  // namespace
 
 void VXReflectionImpl::FillGrid(FFTMap* map, int maptype) const {
@@ -226,31 +256,12 @@ void VXReflectionImpl::FillGrid(float* re, float* im, int nx, int ny, int nz, in
   fill_full_arrays(*this, arrays, maptype);
 }
 
-bool VXReflectionImpl::MakeMap(VXSkewGrid& grid, unsigned int maptype) const {
-  const VXXtal::VXUnitCell& cell = symmetry.cell();
-  if (nref == 0 || !cell.isValid() || !ValidateMaptype(static_cast<int>(maptype))) return false;
-  const float volume = cell.GetVolume();
-  if (!(volume >= 1e-5) || !h || !k || !l) return false;
+bool VXReflectionImpl::MakeMap(VXSkewGrid& grid, unsigned int maptype) const& {
+  return make_map(*this, nullptr, grid, maptype);
+}
 
-  const Limits limits = {index_limit(h, nref), index_limit(k, nref), index_limit(l, nref)};
-  FFTMap map;
-  if (!size_map(map, limits)) return false;
-  map.scale = 1.0f / volume;
-  VXHost::VXLargeArray<float> values;
-  if (!synthesise(*this, map, maptype, values)) return false;
-
-  grid.Clear();
-  if (!take_values(grid, map, std::move(values))) return false;
-  grid.SetTitle("FT: " + (title.empty() ? "grid" : title));
-  grid.SetData<unsigned int>("MapType", maptype);
-  grid.SetReentrant(true);
-  grid.SetSpaceGroup(symmetry.GetNumber());
-  grid.SetUnitCell(cell.a, cell.b, cell.c, cell.alpha, cell.beta, cell.gamma,
-                   static_cast<unsigned int>(map.nx), static_cast<unsigned int>(map.ny),
-                   static_cast<unsigned int>(map.nz));
-  grid.SetData<VXXtal::VXSymmetry>("vx_symm", symmetry);
-  set_middle(grid, map.nx, map.ny, map.nz);
-  return true;
+bool VXReflectionImpl::MakeMap(VXSkewGrid& grid, unsigned int maptype) && {
+  return make_map(*this, this, grid, maptype);
 }
 
 float* CopyZeroPlanes(int nx, int ny, int nz, int dx, int dy, int dz, float* src) {
@@ -269,20 +280,20 @@ float* CopyZeroPlanes(int nx, int ny, int nz, int dx, int dy, int dz, float* src
   return out;
 }
 
-// Blocks of kBlock points along x and along z turn the order of the axes, so that cache lines are read and
-// written whole. The bits are those of the plain loops (MapSynthesis.ReorderGivesTheBitsOfThePlainLoops).
+// Blocks of points along x and z turn the order of the axes, so that cache lines are read and written whole,
+// several in a row. The bits are those of the plain loops (MapSynthesis.ReorderGivesTheBitsOfThePlainLoops).
 void ReorderWithZeroPlanes(const FFTMap& map, float* out) {
-  constexpr int kBlock = 16;
+  constexpr int kBlockX = 16, kBlockZ = 64;
   const std::size_t row = static_cast<std::size_t>(map.nx) + 1,
                     plane = row * (static_cast<std::size_t>(map.ny) + 1);
   const std::size_t from_row = static_cast<std::size_t>(map.rz), from_plane = from_row * map.ry;
-  for (int z0 = 0; z0 < map.nz; z0 += kBlock) {
-    const int z_end = std::min(z0 + kBlock, map.nz);
+  for (int z0 = 0; z0 < map.nz; z0 += kBlockZ) {
+    const int z_end = std::min(z0 + kBlockZ, map.nz);
     for (int y = 0; y < map.ny; ++y) {
       const double* const from = map.real_data + from_row * y;
       float* const to = out + row * y;
-      for (int x0 = 0; x0 < map.nx; x0 += kBlock) {
-        const int x_end = std::min(x0 + kBlock, map.nx);
+      for (int x0 = 0; x0 < map.nx; x0 += kBlockX) {
+        const int x_end = std::min(x0 + kBlockX, map.nx);
         for (int z = z0; z < z_end; ++z)
           for (int x = x0; x < x_end; ++x) to[plane * z + x] = static_cast<float>(from[from_plane * x + z]);
       }

@@ -605,7 +605,7 @@ bool VXMTZ::MakeMap(VXSkewGrid& grid, unsigned int maptype, VXMTZColumns& column
   VXReflection set;
   impl_->in.seek(0);
   if (!read_reflections(impl_->in, set, names.GetColumnNames(), roles_of(chosen, maptype))) return false;
-  if (!set.Expand() || !set.MakeMap(grid, maptype)) {
+  if (!set.Expand() || !std::move(set).MakeMap(grid, maptype)) {
     VXThrow.Warning("Could not expand input map to desired maptype.");
     return false;
   }

@@ -1,6 +1,7 @@
 #include <vxgrid/reflection/reflection.h>
 
 #include <cmath>
+#include <utility>
 
 #include <vxgrid/grid/scalargrid.h>
 #include <vxgrid/grid/skewgrid.h>
@@ -168,8 +169,14 @@ bool VXReflection::GetAmpPhase(float& amp, float& phase, unsigned int index, int
 bool VXReflection::CalcResolution() { return impl_->CalcResolution(); }
 bool VXReflection::Expand() { return impl_->Expand(); }
 
-bool VXReflection::MakeMap(VXSkewGrid& grid, unsigned int maptype) const {
+bool VXReflection::MakeMap(VXSkewGrid& grid, unsigned int maptype) const& {
   if (!impl_->MakeMap(grid, maptype)) return false;
+  grid.SetData<double>("resolution", GetResolution());
+  return true;
+}
+
+bool VXReflection::MakeMap(VXSkewGrid& grid, unsigned int maptype) && {
+  if (!std::move(*impl_).MakeMap(grid, maptype)) return false;
   grid.SetData<double>("resolution", GetResolution());
   return true;
 }

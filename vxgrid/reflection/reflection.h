@@ -142,7 +142,10 @@ class VXGRID_API VXReflection : public VXBase {
   /// Fourier synthesis of the expanded set over the whole cell, in e/Å^3, on a lattice of at least 2.5
   /// points per index limit that repeats its zero planes at the far sides. False, with the grid as it was,
   /// when the set has no reflections, no valid cell or not the columns of the map type.
-  bool MakeMap(VXSkewGrid& grid, unsigned int maptype) const;
+  bool MakeMap(VXSkewGrid& grid, unsigned int maptype) const&;
+  /// The same for `std::move(set).MakeMap(...)`, which needs less memory: the columns are released on the
+  /// way.
+  bool MakeMap(VXSkewGrid& grid, unsigned int maptype) &&;
 
   /// Resolution limits as 1/d^2 (Å^-2): attributes "reslo", "reshi" and "reso" = 1 / sqrt(hi), in Å.
   bool SetRESO(double lo, double hi);

@@ -65,13 +65,17 @@ VXReflectionImpl::~VXReflectionImpl() {
   for_each_column(*this, *this, [](auto*& column, auto*) { std::free(column); });
 }
 
-void VXReflectionImpl::Clear() {
+void VXReflectionImpl::ReleaseColumns() {
   for_each_column(*this, *this, [](auto*& column, auto*) {
     std::free(column);
     column = nullptr;
   });
-  title.clear();
   nref = 0;
+}
+
+void VXReflectionImpl::Clear() {
+  ReleaseColumns();
+  title.clear();
   symmetry = VXXtal::VXSymmetry();
   expanded = false;
   unexpanded_count = 0;

@@ -51,6 +51,7 @@ class VXGRID_API VXReflectionImpl {
   ~VXReflectionImpl();
 
   void Clear();
+  void ReleaseColumns();
   unsigned int GetCount() const { return nref; }
   bool SetCount(unsigned int count);
   bool SetTitle(const std::string& text);
@@ -99,7 +100,9 @@ class VXGRID_API VXReflectionImpl {
   bool CalcResolution();
   bool Expand();
 
-  bool MakeMap(VXSkewGrid& grid, unsigned int maptype) const;
+  bool MakeMap(VXSkewGrid& grid, unsigned int maptype) const&;
+  /// MakeMap of a set that is not needed any more: its columns go as soon as the spectrum holds them.
+  bool MakeMap(VXSkewGrid& grid, unsigned int maptype) &&;
   /// Puts each reflection and its Friedel mate where the half spectrum of `map` has room for them. Indices
   /// wrap at the array's size; a later reflection overwrites an earlier one at the same place. Reflections
   /// without amplitude or phase are left out.
