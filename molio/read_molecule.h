@@ -18,10 +18,9 @@ VXGRID_API VXMoleculeFile VXGetMoleculeFile(const std::string& filename);
 /// order of the file, with
 ///  - their element. Hydrogens stay; deuterium is atomic number 1. What is no element (X, dummy and query
 ///    atoms, an unknown symbol) stays as an atom of number 0;
-///  - formal charges (MOL2 has none) and coordinates in Å, and bonds where the file has them: CONECT records
-///  (repeated ones
-///    are the order), _struct_conn rows within the asymmetric unit (covalent, disulphide, metal), bond lists.
-///    Aromatic bonds have order 1;
+///  - formal charges (MOL2 has none) and coordinates in Å;
+///  - bonds where the file has them: CONECT records (repeated ones are the order), _struct_conn rows within
+///    the asymmetric unit (covalent, disulphide, metal), bond lists. Aromatic bonds have order 1;
 ///  - in PDB and mmCIF residue data: name, chain, number and insertion code (those of the authors, where
 ///    mmCIF has two sets), alternate location, serial number, B factor, occupancy. An occupancy that is not
 ///    given is 1, a B factor 0.

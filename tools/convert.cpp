@@ -28,6 +28,7 @@ unsigned format_of(const std::string& file) {
 }  // namespace
 
 void convert(const ConvertOptions& options, const Settings& settings) {
+  require_map_extension(options.output);
   const VXSkewGrid grid = read_map(options.input, settings);
   const VXGridAbstractBase* written = &grid;
   VXScalarGrid regular;

@@ -202,12 +202,15 @@ VXGraphMol read_model(const std::string& file, const Settings& settings) {
   return model;
 }
 
-template <class Grid>
-void write_map(const std::string& file, const Grid& grid) {
-  namespace fs = std::filesystem;
+void require_map_extension(const std::string& file) {
   if (!VXIsWriteableGrid(file))
     throw Failure(file,
                   "no map is written under this extension; those of maps are .map, .ccp4, .ccp and .agd");
+}
+
+template <class Grid>
+void write_map(const std::string& file, const Grid& grid) {
+  namespace fs = std::filesystem;
   std::error_code error;
   const bool was_there = fs::exists(file, error);
   if (std::FILE* out = std::fopen(file.c_str(), "ab"))

@@ -27,6 +27,9 @@ VXCore::VXSkewGrid read_map(const std::string& file, const Settings& settings);
 /// Reads a model; Failure when there are no atoms in it.
 VXCore::VXGraphMol read_model(const std::string& file, const Settings& settings);
 
+/// Failure when maps are not written under the extension of a file: asked before the work, not after it.
+void require_map_extension(const std::string& file);
+
 /// Writes a grid in the format of the extension; what could not be written whole is taken away again.
 template <class Grid>
 void write_map(const std::string& file, const Grid& grid);

@@ -3,6 +3,7 @@
 using namespace VXCore;
 
 void map(const MapVerbOptions& options, const Settings& settings) {
+  require_map_extension(options.output);
   const MtzMap made = make_map(options.data, options.map, settings);
   write_map(options.output, made.grid);
 

@@ -14,11 +14,10 @@ VXGRID_API int vi_read_grid(int reserved, GridStruct* out, const char* path);
 
 /// Writes the private grid file.
 ///
-/// format 1, binary in the machine's byte order: floats xmid, ymid, zmid, spacing, inverse_spacing; ints
-/// xdim,
-///   ydim, zdim and content, which is `count`: 1 the floats follow, 2 the integers, 3 first the integers,
-///   then the floats. vi_read_grid takes the first block of content 3 as the floats: such a file comes back
-///   with the two arrays exchanged.
+/// format 1, binary in the machine's byte order: floats xmid, ymid, zmid, spacing, inverse_spacing;
+///   ints xdim, ydim, zdim and content, which is `count`: 1 the floats follow, 2 the integers, 3 first the
+///   integers, then the floats. vi_read_grid takes the first block of content 3 as the floats: such a file
+///   comes back with the two arrays exchanged.
 /// format 2, text: `count` floats to a line, after a header and one blank line of 13 count + 2 blanks.
 ///   A count below 1 is refused with a Warning.
 /// Any other format writes nothing and returns 1.

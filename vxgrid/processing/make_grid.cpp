@@ -20,8 +20,7 @@ constexpr int kMaxDimension = 16777216;  // 2^24: every smaller whole number is 
 void warn_of_dimension(float f, const char* fault, int limit) {
   VXThrow.Warning(
       "Unable to make dimension from extent because of (float)%f%s(unsigned int)%d when performing "
-      "conversions between "
-      "integers and floating point types",
+      "conversions between integers and floating point types",
       f, fault, limit);
 }
 
