@@ -7,6 +7,8 @@
 #include <fstream>
 #include <iterator>
 
+#include <vxgrid/host/platform.h>
+
 using VXCore::VXThrow;
 
 CapturedLog::CapturedLog(VXCore::VXErrorLevel from) : level_(VXThrow.GetLevel()) {
@@ -51,4 +53,10 @@ std::string read_bytes(const std::string& path) {
 
 void write_bytes(const std::string& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+std::string gz(const std::string& bytes) {
+  std::string out;
+  EXPECT_TRUE(VXHost::VXCompress(out, bytes.data(), bytes.size(), "gzip"));
+  return out;
 }

@@ -35,3 +35,6 @@ std::string scratch_file(const std::string& name);
 
 std::string read_bytes(const std::string& path);
 void write_bytes(const std::string& path, const std::string& bytes);
+
+/// Compressed as a .gz file is.
+std::string gz(const std::string& bytes);
