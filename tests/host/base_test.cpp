@@ -53,11 +53,10 @@ TEST(LargeArray, ZeroedAlignedAndBounded) {
     VXLargeArray<float> b(std::move(a));
     EXPECT_EQ(a.size(), 0u);
     EXPECT_TRUE(n == 0 || b[n - 1] == 1.0f);
-#ifndef VXGRID_SANITIZED
-    EXPECT_TRUE(n < 1000000 || reinterpret_cast<std::uintptr_t>(b.data()) % (2u << 20) == 0);
-#endif
   }
 #ifndef VXGRID_SANITIZED
+  const VXLargeArray<float> large(1 << 20, VXLargeArray<float>::Zeroed);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(large.data()) % (2u << 20), 0u);
   EXPECT_THROW(VXLargeArray<double>(~std::size_t{0} / 4, VXLargeArray<double>::Zeroed), std::bad_alloc);
 #endif
 }
@@ -96,11 +95,10 @@ TEST(BitVector, GrowsOnDemand) {
   std::vector<int> found;
   for (int i = bits.NextBit(0); i >= 0; i = bits.NextBit(i + 1)) found.push_back(i);
   EXPECT_THAT(found, testing::ElementsAre(3, 63, 64, 200, 1000));
-  bits.Resize(64);
+  bits.Resize(63);
   bits.Resize(66);
-  EXPECT_EQ(bits.CountBits(), 2u);
   VXBitVector same(10000);
-  same.SetBitOn(3), same.SetBitOn(63);
+  same.SetBitOn(3);
   EXPECT_EQ(bits, same);
   bits.SetBitOff(3);
   EXPECT_NE(bits, same);

@@ -48,8 +48,8 @@ struct Model {
     bonds.erase(std::remove_if(bonds.begin(), bonds.end(), is_here), bonds.end());
     while (!ids.empty() && ids.back() < 0) ids.pop_back();
   }
-  void append(
-      const Model& other, bool (*chosen)(int id) = [](int) { return true; }) {
+  static bool any(int) { return true; }
+  void append(const Model& other, bool (*chosen)(int id) = any) {
     std::map<int, int> place;
     for (std::size_t i = 0; i < other.ids.size(); ++i)
       if (other.ids[i] >= 0 && chosen(other.ids[i])) {
@@ -306,17 +306,18 @@ TEST(MolGeometry, MovesRowMajorAndLeavesGapsAlone) {
 
 TEST(Elements, TablesHaveTheirFacts) {
   // Symbol, number, weight, and the radii of Bondi and of the Gaussian volumes.
-  const std::tuple<const char*, unsigned, double, double, float> rows[] = {{"X", 0, 0, 0, 0},
-                                                                           {"H", 1, 1.008, 1.2, 1.0f},
-                                                                           {"c", 6, 12.011, 1.7, 1.7f},
-                                                                           {"N", 7, 14.007, 1.55, 1.65f},
-                                                                           {"o", 8, 15.999, 1.52, 1.6f},
-                                                                           {"SE", 34, 78.971, 1.9, 1.9f},
-                                                                           {"Zn", 30, 65.38, 1.39, 1.34f},
-                                                                           {"Cu", 29, 63.546, 1.4, 1.25f},
-                                                                           {"Mn", 25, 54.938, 2.0, 1.2f},
-                                                                           {"I", 53, 126.904, 1.98, 1.9f},
-                                                                           {"Og", 118, 294, 2.0, 1.9f}};
+  using Row = std::tuple<const char*, unsigned, double, double, float>;
+  const Row rows[] = {{"X", 0, 0, 0, 0},
+                      {"H", 1, 1.008, 1.2, 1.0f},
+                      {"c", 6, 12.011, 1.7, 1.7f},
+                      {"N", 7, 14.007, 1.55, 1.65f},
+                      {"o", 8, 15.999, 1.52, 1.6f},
+                      {"SE", 34, 78.971, 1.9, 1.9f},
+                      {"Zn", 30, 65.38, 1.39, 1.34f},
+                      {"Cu", 29, 63.546, 1.4, 1.25f},
+                      {"Mn", 25, 54.938, 2.0, 1.2f},
+                      {"I", 53, 126.904, 1.98, 1.9f},
+                      {"Og", 118, 294, 2.0, 1.9f}};
   VXGraphMol mol;
   for (const auto& [symbol, z, weight, bondi, zemo] : rows) {
     SCOPED_TRACE(symbol);

@@ -18,10 +18,10 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 
 TEST(GridStruct, Overflow) {
-  const int fits[][3] = {{0, 5, 5}, {5, 5, 0}, {46341, 46341, 0}, {INT_MAX, 1, 1}, {1290, 1290, 1290}},
-            overflows[][3] = {
-                {46341, 46341, 1}, {1290, 1290, 1291},         {INT_MAX, 1, 2}, {-1, 5, 5}, {5, 5, -1},
-                {5, -1, -1},       {INT_MIN, INT_MIN, INT_MIN}};
+  const int fits[][3] = {{0, 5, 5}, {46341, 46341, 0}, {INT_MAX, 1, 1}, {1290, 1290, 1290}};
+  const int overflows[][3] = {
+      {46341, 46341, 1}, {1290, 1290, 1291},         {INT_MAX, 1, 2}, {-1, 5, 5}, {5, 5, -1},
+      {5, -1, -1},       {INT_MIN, INT_MIN, INT_MIN}};
   for (const auto& [x, y, z] : fits) EXPECT_FALSE(vx_grid_struct_overflow(x, y, z)) << x << " " << y;
   for (const auto& [x, y, z] : overflows) EXPECT_TRUE(vx_grid_struct_overflow(x, y, z)) << x << " " << y;
   GridStruct grid{};
@@ -192,35 +192,32 @@ TEST(GridFile, BinaryComesBackWholeShortAndHostile) {
   const auto with_int = [&](std::size_t at, int v) {
     return std::string(floats).replace(at, 4, reinterpret_cast<char*>(&v), 4);
   };
-  const struct Row {
-    const char* what;
-    std::string bytes;
-    int result;
-    const void *to_floats, *to_integers;
-    std::size_t size = 96;
-  } rows[] = {
-      {"floats", floats, 1, grid.floats.data(), nullptr},
-      {"integers", file(2), 1, nullptr, grid.integers.data()},
-      {"both, exchanged as written", file(3), 1, grid.integers.data(), grid.floats.data()},
-      {"empty", "", 1, nullptr, nullptr},
-      {"half a header", floats.substr(0, 18), 1, nullptr, nullptr},
-      {"half the values", floats.substr(0, 36 + 48), 1, grid.floats.data(), nullptr, 48},
-      {"content out of range", with_int(32, 99), 1, nullptr, nullptr},
-      {"negative dimension", with_int(20, -2), 0, nullptr, nullptr},
-      {"overflowing dimensions", with_int(24, INT_MAX), 0, nullptr, nullptr},
-      {"far more than the file holds", with_int(28, 100000000), 0, nullptr, nullptr},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
+  const auto f = reinterpret_cast<const char*>(grid.floats.data()),
+             i = reinterpret_cast<const char*>(grid.integers.data());
+  // Result, and the bytes that the two arrays begin with; none: no array.
+  const std::tuple<const char*, std::string, int, std::string, std::string> rows[] = {
+      {"floats", floats, 1, {f, 96}, ""},
+      {"integers", file(2), 1, "", {i, 96}},
+      {"both, exchanged as written", file(3), 1, {i, 96}, {f, 96}},
+      {"empty", "", 1, "", ""},
+      {"half a header", floats.substr(0, 18), 1, "", ""},
+      {"half the values", floats.substr(0, 36 + 48), 1, std::string(f, 48) + std::string(48, '\0'), ""},
+      {"content out of range", with_int(32, 99), 1, "", ""},
+      {"negative dimension", with_int(20, -2), 0, "", ""},
+      {"overflowing dimensions", with_int(24, INT_MAX), 0, "", ""},
+      {"far more than the file holds", with_int(28, 100000000), 0, "", ""}};
+  for (const auto& [what, bytes, result, to_floats, to_integers] : rows) {
+    SCOPED_TRACE(what);
     CapturedLog log;
-    write_bytes(path, row.bytes);
+    write_bytes(path, bytes);
     GridStruct back{};
-    EXPECT_EQ(vi_read_grid(0, &back, path.c_str()), row.result);
-    EXPECT_EQ(log.text().empty(), row.result == 1);
-    ASSERT_EQ(back.floats != nullptr, row.to_floats != nullptr);
-    ASSERT_EQ(back.integers != nullptr, row.to_integers != nullptr);
-    EXPECT_TRUE(!back.floats || std::memcmp(back.floats, row.to_floats, row.size) == 0);
-    EXPECT_TRUE(!back.integers || std::memcmp(back.integers, row.to_integers, row.size) == 0);
+    EXPECT_EQ(vi_read_grid(0, &back, path.c_str()), result);
+    EXPECT_EQ(log.text().empty(), result == 1);
+    const auto held = [](const void* array) {
+      return array ? std::string(static_cast<const char*>(array), 96) : "";
+    };
+    EXPECT_EQ(held(back.floats), to_floats);
+    EXPECT_EQ(held(back.integers), to_integers);
     vx_deallocate_grid_struct(back, true, true);
   }
 }

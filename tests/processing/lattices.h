@@ -30,13 +30,6 @@ struct Lattice {
   float y(int i) const { return at(grid.ymid, grid.ydim, grid.spacing, i); }
   float z(int i) const { return at(grid.zmid, grid.zdim, grid.spacing, i); }
 
-  /// A field of x, y and z.
-  template <class Field>
-  Lattice& fill(Field field) {
-    for (int i = 0; i < static_cast<int>(floats.size()); ++i)
-      floats[i] = field(x(i % grid.xdim), y(i / grid.xdim % grid.ydim), z(i / grid.xdim / grid.ydim));
-    return *this;
-  }
   /// 0, 1, 2, ...; the integers the same, negative.
   Lattice& number() {
     for (std::size_t i = 0; i < floats.size(); ++i)
