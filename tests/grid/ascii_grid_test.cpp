@@ -1,5 +1,5 @@
+#include <cmath>
 #include <cstdio>
-#include <limits>
 
 #include <vxgrid/grid/ascii_grid.h>
 
@@ -28,8 +28,7 @@ std::string written(const Grid& grid) {
 // The text is what printf makes of the stated formats, for every kind of number.
 TEST(AsciiGrid, WritesAsPrintfInTheCLocale) {
   VXScalarGrid grid(5, 1, 2, -1234567.0f, 0.0000004f, 3.25f, 0.1f, "two words", nullptr);
-  const float values[] = {0.0f,          -0.0f, 1.5f,     -2.25f, 1e-45f,
-                          3.4028235e38f, 0.1f,  1.0f / 3, -1e10f, std::numeric_limits<float>::infinity()};
+  const float values[] = {0, -0.0f, 1.5f, -2.25f, 1e-45f, 3.4028235e38f, 0.1f, 1.0f / 3, -1e10f, INFINITY};
   grid.SetValues(values, 10);
   char line[256];
   std::snprintf(line, sizeof line,
@@ -57,24 +56,17 @@ TEST(AsciiGrid, ReadsIntoEitherKind) {
   const std::string text = kHead + "1\n2\n 3 \n4e0\r\n5.0\n+6\n7\n8";
   VXScalarGrid grid;
   grid.SetType(2);
-  EXPECT_TRUE(read(text, grid));
+  EXPECT_TRUE(read(text, grid) && grid.GetZMid() == -3.0f && grid.GetSpacing() == 0.5f);
   EXPECT_EQ(values_of(grid), (std::vector<float>{1, 2, 3, 4, 5, 6, 7, 8}));
   EXPECT_EQ(grid.GetTitle(), "a b") << "runs of blanks become one";
-  EXPECT_EQ(grid.GetZMid(), -3.0f);
-  EXPECT_EQ(grid.GetSpacing(), 0.5f);
-
   for (const unsigned int fields : {1u, 2u}) {
     VXZemoGrid zemo;
-    zemo.SetTitle("kept");
-    zemo.SetDim(2, 1, 1);
-    zemo.SetFloatsMultiple(fields);
     VXHost::vxisstream in(text);
+    EXPECT_TRUE(zemo.SetTitle("kept") && zemo.SetDim(2, 1, 1) && zemo.SetFloatsMultiple(fields));
     EXPECT_TRUE(VXReadAsciiGrid(in, zemo));
     EXPECT_EQ(values_of(zemo), values_of(grid));
-    EXPECT_TRUE(VXGridSameGeometry(zemo, grid));
-    EXPECT_TRUE(VXGridSameGeometry(zemo.GetIntegers(), grid));
-    EXPECT_EQ(zemo.GetTitle(), "kept");
-    EXPECT_EQ(zemo.GetFloats().GetNumGrids(), fields);
+    EXPECT_TRUE(VXGridSameGeometry(zemo, grid) && VXGridSameGeometry(zemo.GetIntegers(), grid));
+    EXPECT_TRUE(zemo.GetTitle() == "kept" && zemo.GetFloats().GetNumGrids() == fields);
   }
 }
 
@@ -83,12 +75,7 @@ TEST(AsciiGrid, RefusesAndSaysWhy) {
     std::string text = kHead + "1\n2\n3\n4\n5\n6\n7\n8\n";
     return text.replace(text.find(from), from.size(), to);
   };
-  const struct {
-    const char* what;
-    std::string text;
-    bool result;
-    const char* says;
-  } rows[] = {
+  const std::tuple<const char*, std::string, bool, const char*> rows[] = {
       {"empty", "", false, "Problem reading Title: line in Ascii grid\n"},
       {"no title", with("Title:", "Tile:"), false, "Problem reading Title: line in Ascii grid\n"},
       {"title line without text", with("Title: a   b", "Title:"), true, ""},
@@ -106,21 +93,20 @@ TEST(AsciiGrid, RefusesAndSaysWhy) {
        "Expected grid size: 1000000000, found: 8\n"},
       {"more than any grid can hold", with("2 2 2", "4294967295 4294967295 4294967295"), false, "found: 8\n"},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
+  for (const auto& [what, text, result, says] : rows) {
+    SCOPED_TRACE(what);
     CapturedLog log;
     VXScalarGrid grid;
-    EXPECT_EQ(read(row.text, grid), row.result);
-    EXPECT_THAT(log.text(), HasSubstr(row.says));
-    EXPECT_EQ(log.text().empty(), *row.says == '\0');
+    EXPECT_EQ(read(text, grid), result);
+    EXPECT_THAT(log.text(), HasSubstr(says));
+    EXPECT_EQ(log.text().empty(), *says == '\0');
     EXPECT_LE(grid.GetSize(), 8u);
   }
   CapturedLog log;
   VXScalarGrid grid;
   EXPECT_FALSE(read(with("8\n", ""), grid));
   EXPECT_EQ(values_of(grid), (std::vector<float>{1, 2, 3, 4, 5, 6, 7, 0})) << "what was read is kept";
-  EXPECT_TRUE(read(with("3\n4", "three\n4"), grid));
-  EXPECT_EQ(grid[2], 0.0f);
+  EXPECT_TRUE(read(with("3\n4", "three\n4"), grid) && grid[2] == 0.0f);
 }
 
 }  // namespace

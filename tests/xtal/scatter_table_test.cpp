@@ -47,17 +47,17 @@ TEST(ScatterTable, RowsAreInOrderAndGiveTheirElectronsAtZeroAngle) {
 }
 
 TEST(ScatterTable, LookupTakesTheChargeThenTheNeutralAtom) {
-  const struct {
-    int number, charge, found_charge;
-  } rows[] = {{6, 2, 0}, {26, 1, 0}, {26, 2, 2}, {26, 3, 3}, {4, 1, 0}, {4, 2, 2}, {1, -1, -1}, {1, 1, 0}};
+  // Number, charge, charge of the row found.
+  const int rows[][3] = {{6, 2, 0}, {26, 1, 0}, {26, 2, 2},  {26, 3, 3},
+                         {4, 1, 0}, {4, 2, 2},  {1, -1, -1}, {1, 1, 0}};
   VXGraphMol mol;
-  for (const auto& want : rows) {
-    VXAtomBase* atom = mol.AddAtom(static_cast<unsigned int>(want.number));
-    atom->SetFormalCharge(want.charge);
+  for (const auto& [number, charge, found] : rows) {
+    VXAtomBase* atom = mol.AddAtom(static_cast<unsigned int>(number));
+    atom->SetFormalCharge(charge);
     const unsigned int row = VXGetScatterType(atom);
     ASSERT_LT(row, kScatterRows);
-    EXPECT_EQ(scatter_data[row].atomic_number, want.number);
-    EXPECT_EQ(scatter_data[row].formal_charge, want.found_charge) << want.number << " charge " << want.charge;
+    EXPECT_EQ(scatter_data[row].atomic_number, number);
+    EXPECT_EQ(scatter_data[row].formal_charge, found) << number << " charge " << charge;
   }
   for (unsigned int number : {0u, 99u, ~0u}) EXPECT_EQ(VXGetScatterType(mol.AddAtom(number)), ~0u) << number;
 }

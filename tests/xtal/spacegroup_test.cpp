@@ -15,59 +15,36 @@ using VXXtal::VXUnitCell;
 
 namespace {
 
-// An operator in whole numbers: rotation by row of the image, then the translation in 24ths, modulo 1.
-using Op = std::array<int, 12>;
-
-Op whole(const float* m) {
-  Op op;
+gemmi::Op op_of(const float* m) {
+  gemmi::Op op;
   for (int i = 0; i < 3; ++i) {
-    for (int j = 0; j < 3; ++j) op[3 * i + j] = static_cast<int>(m[4 * j + i]);
-    op[9 + i] = static_cast<int>(std::lround(m[12 + i] * 24));
+    for (int j = 0; j < 3; ++j) op.rot[i][j] = static_cast<int>(m[4 * j + i] * gemmi::Op::DEN);
+    op.tran[i] = static_cast<int>(std::lround(m[12 + i] * gemmi::Op::DEN));
   }
   return op;
 }
 
-Op first_then(const Op& p, const Op& q) {  // q after p
-  Op out{};
-  for (int i = 0; i < 3; ++i) {
-    for (int j = 0; j < 3; ++j)
-      for (int k = 0; k < 3; ++k) out[3 * i + j] += q[3 * i + k] * p[3 * k + j];
-    int shift = q[9 + i];
-    for (int k = 0; k < 3; ++k) shift += q[3 * i + k] * p[9 + k];
-    out[9 + i] = (shift % 24 + 24) % 24;
-  }
-  return out;
-}
-
-std::set<Op> ops_of(const SGRecord& record) {
-  std::set<Op> ops;
-  for (unsigned int i = 0; i < record.op_count; ++i) ops.insert(whole(record.ops[i]));
+std::set<gemmi::Op> ops_of(const SGRecord& record) {
+  std::set<gemmi::Op> ops;
+  for (unsigned int i = 0; i < record.op_count; ++i) ops.insert(op_of(record.ops[i]));
   return ops;
 }
 
-std::set<Op> ops_of(const gemmi::SpaceGroup& group) {
-  std::set<Op> ops;
-  for (const gemmi::Op& from : group.operations()) {
-    Op op;
-    for (int i = 0; i < 3; ++i) {
-      for (int j = 0; j < 3; ++j) op[3 * i + j] = from.rot[i][j] / gemmi::Op::DEN;
-      op[9 + i] = (from.tran[i] % 24 + 24) % 24;
-    }
-    ops.insert(op);
-  }
+std::set<gemmi::Op> ops_of(const gemmi::SpaceGroup& group) {
+  std::set<gemmi::Op> ops;
+  for (gemmi::Op op : group.operations()) ops.insert(op.wrap());
   return ops;
 }
 
 TEST(SpaceGroups, EveryRowIsAGroup) {
-  const Op identity = {1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0};
   unsigned int total = 0;
   for (const SGRecord& record : sglib) {
     SCOPED_TRACE(record.long_name);
-    const std::set<Op> ops = ops_of(record);
+    const std::set<gemmi::Op> ops = ops_of(record);
     ASSERT_EQ(ops.size(), record.op_count) << "an operator stands twice";
-    ASSERT_EQ(whole(record.ops[0]), identity);
-    for (const Op& p : ops)
-      for (const Op& q : ops) ASSERT_TRUE(ops.count(first_then(p, q)));
+    ASSERT_TRUE(op_of(record.ops[0]) == gemmi::Op::identity());
+    for (const gemmi::Op& p : ops)
+      for (const gemmi::Op& q : ops) ASSERT_TRUE(ops.count(p * q));
 
     for (unsigned int i = 0; i < kSpaceGroupRows; ++i) {
       const float* m = record.ops[i];
@@ -98,90 +75,71 @@ TEST(SpaceGroups, OperatorsAreThoseOfGemmi) {
 // Molecules store operator numbers, so the order counts: the swapped last two of I222a, block by block
 // elsewhere, and centred blocks that are not those of the row's letter.
 TEST(SpaceGroups, OrderOfOperators) {
-  const struct {
-    const char* name;
-    int op;
-    float frac[3];
-  } rows[] = {// image of (0.1, 0.2, 0.3)
-              {"I222a", 6, {0.4f, 0.2f, 0.2f}},    {"I222a", 7, {0.1f, 0.3f, 0.2f}},
-              {"I 1 2 1", 3, {0.4f, 0.7f, -0.3f}}, {"B11m", 2, {0.6f, 0.7f, 0.3f}},
-              {"P21/c", 1, {-0.1f, -0.2f, -0.3f}}, {"P21/n", 2, {-0.1f, -0.2f, -0.3f}},
-              {"R -3", 4, {-0.3f, -0.1f, -0.2f}},  {"H3", 7, {0.13333334f, 0.56666666f, 0.96666664f}}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
+  // Name, operator, image of (0.1, 0.2, 0.3).
+  const std::tuple<const char*, int, std::array<float, 3>> rows[] = {
+      {"I222a", 6, {0.4f, 0.2f, 0.2f}},    {"I222a", 7, {0.1f, 0.3f, 0.2f}},
+      {"I 1 2 1", 3, {0.4f, 0.7f, -0.3f}}, {"B11m", 2, {0.6f, 0.7f, 0.3f}},
+      {"P21/c", 1, {-0.1f, -0.2f, -0.3f}}, {"P21/n", 2, {-0.1f, -0.2f, -0.3f}},
+      {"R -3", 4, {-0.3f, -0.1f, -0.2f}},  {"H3", 7, {0.13333334f, 0.56666666f, 0.96666664f}}};
+  for (const auto& [name, op, image] : rows) {
+    SCOPED_TRACE(name);
     CapturedLog log;
-    const VXSymmetry symmetry(row.name, VXUnitCell(10, 10, 10, 90, 90, 90));
+    const VXSymmetry symmetry(name, VXUnitCell(10, 10, 10, 90, 90, 90));
     float frac[3] = {0.1f, 0.2f, 0.3f};
-    VXXtal::vecmul(frac, symmetry.GetMatrices() + 16 * row.op);
-    for (int axis = 0; axis < 3; ++axis) EXPECT_NEAR(frac[axis], row.frac[axis], 1e-6) << axis;
+    VXXtal::vecmul(frac, symmetry.GetMatrices() + 16 * op);
+    for (int axis = 0; axis < 3; ++axis) EXPECT_NEAR(frac[axis], image[axis], 1e-6) << axis;
   }
 }
 
 TEST(SpaceGroups, Lookup) {
   const VXUnitCell cell(10, 10, 10, 90, 90, 90);
-  const struct {
-    unsigned int number;
-    const char* long_name;
-  } numbers[] = {{2, "P -1"},       {5, "C 1 2 1"},    {14, "P 1 21/c 1"}, {1003, "P 1 1 2"},
-                 {2003, "P 1 2 1"}, {4005, "C 1 2 1"}, {1001, "P 1"},      {1230, "I 41/a -3 2/d"},
-                 {1146, "R 3"},     {0, nullptr},      {231, nullptr},     {999, nullptr},
-                 {1000, nullptr}};
-  const struct {
-    const char* name;
-    unsigned int number;
-    const char* long_name;
-  } names[] = {{"P2", 3, "P 1 2 1"},
-               {"P 1 1 2", 1003, "P 1 1 2"},
-               {"P 21/m 21/m 2/n", 59, "P 21/m 21/m 2/n"},
-               {"Pmmn2", 1059, "P 21/m 21/m 2/n"},
-               {"r 3", 1146, "R 3"},
-               {"h3", 146, "H 3"},
-               {"p 21 21 21", 19, "P 21 21 21"},
-               {"P212121", 19, "P 21 21 21"},
-               {"P 2 1 2 1 2 1", 19, "P 21 21 21"},
-               {"P 1 -", 2, "P 1-"},
-               {"I2", 5, "I 1 2 1"},
-               {"P21/n  ", 14, "P 1 21/n 1"},
-               {"C 2 2 21a)", 1020, "C 2 2 21a)"},
-               {"P\t1", 0, nullptr},
-               {"", 0, nullptr},
-               {"P 21/n 21/m 21/b", 0, nullptr},
-               {"P 1 21", 3, "P 1 2 1"}};
+  const std::pair<unsigned int, const char*> numbers[] = {
+      {2, "P -1"},       {5, "C 1 2 1"}, {14, "P 1 21/c 1"},      {1003, "P 1 1 2"}, {2003, "P 1 2 1"},
+      {4005, "C 1 2 1"}, {1001, "P 1"},  {1230, "I 41/a -3 2/d"}, {1146, "R 3"},     {0, nullptr},
+      {231, nullptr},    {999, nullptr}, {1000, nullptr}};
+  const std::pair<const char*, std::vector<std::string>> names[] = {
+      {"P 1 2 1", {"P2", "P 1 21"}},
+      {"P 1 1 2", {"P 1 1 2"}},
+      {"P 21/m 21/m 2/n", {"P 21/m 21/m 2/n", "Pmmn2"}},
+      {"R 3", {"r 3"}},
+      {"H 3", {"h3"}},
+      {"P 21 21 21", {"p 21 21 21", "P212121", "P 2 1 2 1 2 1"}},
+      {"P 1-", {"P 1 -"}},
+      {"I 1 2 1", {"I2"}},
+      {"P 1 21/n 1", {"P21/n  "}},
+      {"C 2 2 21a)", {"C 2 2 21a)"}},
+      {nullptr, {"P\t1", "", "P 21/n 21/m 21/b"}}};
   // The row is known by its operators: `matrices` points into the table.
   const auto row_of = [](const VXSymmetry& symmetry) -> const char* {
-    for (const SGRecord& record : sglib)
-      if (record.ops[0] == symmetry.GetMatrices()) return record.long_name;
-    return nullptr;
+    const SGRecord* row = std::find_if(sglib, sglib + kSpaceGroupRows, [&](const SGRecord& record) {
+      return record.ops[0] == symmetry.GetMatrices();
+    });
+    EXPECT_EQ(symmetry.GetNumber(), row == sglib + kSpaceGroupRows ? 0 : row->number);
+    return row == sglib + kSpaceGroupRows ? nullptr : row->long_name;
   };
-  for (const auto& row : numbers) {
+  for (const auto& [number, long_name] : numbers) {
     CapturedLog log;
-    EXPECT_STREQ(row_of(VXSymmetry(row.number, cell)), row.long_name) << row.number;
+    EXPECT_STREQ(row_of(VXSymmetry(number, cell)), long_name) << number;
     EXPECT_EQ(log.text().find("sgname"), std::string::npos);
   }
-  for (const auto& row : names) {
-    SCOPED_TRACE(row.name);
-    CapturedLog log;
-    const VXSymmetry symmetry(row.name, cell);
-    EXPECT_STREQ(row_of(symmetry), row.long_name);
-    EXPECT_EQ(symmetry.GetNumber(), row.number);
-    const std::string failure = "sgname |" + std::string(row.name) + "|\nError: Unknown spacegroup number\n";
-    EXPECT_EQ(row.long_name ? failure : log.text(), failure);
-  }
+  for (const auto& [long_name, spellings] : names)
+    for (const std::string& name : spellings) {
+      CapturedLog log;
+      EXPECT_STREQ(row_of(VXSymmetry(name, cell)), long_name) << name;
+      const std::string failure = "sgname |" + name + "|\nError: Unknown spacegroup number\n";
+      EXPECT_EQ(long_name ? failure : log.text(), failure);
+    }
 }
 
 TEST(SpaceGroups, NameComparisons) {
-  EXPECT_EQ(vx_strcasecmp("p-1", "P-1", 10), 0);
-  EXPECT_EQ(vx_strcasecmp("abc", "abd", 10), -1);
-  EXPECT_EQ(vx_strcasecmp("abd", "ABC", 10), 1);
-  EXPECT_EQ(vx_strcasecmp("ab", "abc", 10), 1) << "the shorter first text counts as the larger";
-  EXPECT_EQ(vx_strcasecmp("abc", "ab", 10), -1);
-  EXPECT_EQ(vx_strcasecmp("abcd", "abce", 3), 1) << "the bound makes no prefix match";
-  EXPECT_EQ(vx_strcasecmp("abcd", "abcd", 3), 1);
-  EXPECT_EQ(vx_strcasecmp("abc", "abc", 3), 0);
-  EXPECT_EQ(strspcmp(" P 2 ", "p2"), 0);
-  EXPECT_EQ(strspcmp("   ", ""), 0);
-  EXPECT_NE(strspcmp("P\t2", "P2"), 0);
-  EXPECT_NE(strspcmp("P21", "P2"), 0);
+  // The shorter first text counts as the larger, and the bound makes no prefix match.
+  const std::tuple<const char*, const char*, unsigned int, int> rows[] = {
+      {"p-1", "P-1", 10, 0}, {"abc", "abd", 10, -1}, {"abd", "ABC", 10, 1},  {"ab", "abc", 10, 1},
+      {"abc", "ab", 10, -1}, {"abcd", "abce", 3, 1}, {"abcd", "abcd", 3, 1}, {"abc", "abc", 3, 0}};
+  for (const auto& [a, b, bound, order] : rows)
+    EXPECT_EQ(vx_strcasecmp(a, b, bound), order) << a << " " << b << " " << bound;
+  EXPECT_TRUE(strspcmp(" P 2 ", "p2") == 0 && strspcmp("   ", "") == 0);
+  EXPECT_TRUE(strspcmp("P\t2", "P2") != 0 && strspcmp("P21", "P2") != 0);
 }
 
 }  // namespace

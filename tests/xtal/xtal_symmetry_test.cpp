@@ -19,17 +19,14 @@ namespace {
 constexpr unsigned int kAll = ~0u;
 constexpr char k4hg7[] = "   71.450   71.450  104.204  90.00  90.00 120.00 P 65 2 2     12";
 
-/// Carbons at the given places, three floats each, all in residue ALA 1.
+/// Carbons at the given places, three floats each, all in one residue.
 VXGraphMol molecule(const std::vector<float>& xyz) {
   VXGraphMol mol;
   mol.SetTitle("small");
-  VXResidue residue;
-  residue.SetName("ALA");
-  residue.SetNumber(1);
   for (std::size_t i = 0; i < xyz.size(); i += 3) {
     VXAtomBase* atom = mol.AddAtom(6);
     mol.SetCoords(atom, &xyz[i]);
-    VXAtomSetResidue(atom, residue);
+    VXAtomSetResidue(atom, VXResidue());
   }
   return mol;
 }
@@ -42,27 +39,16 @@ std::vector<float> coords(const VXMolBase& mol) {
 
 const std::vector<float> kPlaces = {3, 4, 5, 6.5f, 4, 5, 3, 9, 5.5f, 2, 4, 11};
 
-struct Crystal {
-  unsigned int number;
-  VXUnitCell cell;
-};
-const Crystal kCrystals[] = {{1, {14, 15, 17, 75, 98, 112}},   {5, {33, 21, 28, 90, 119, 90}},
-                             {19, {30, 22, 26, 90, 90, 90}},   {179, {40, 40, 60, 90, 90, 120}},
-                             {146, {45, 45, 40, 90, 90, 120}}, {209, {60, 60, 60, 90, 90, 90}}};
-
-// The search step by step: a wide range of cells, whole matrix products, the image's box by its eight
-// corners.
+// The search step by step: many cells, whole matrix products, the image's box by its eight corners.
 std::vector<float> plain_search(const VXSymmetry& symmetry, const std::vector<float>& xyz,
                                 const float* center, float radius) {
-  float low[3], high[3], middle[3], first[3] = {center[0], center[1], center[2]};
-  for (int axis = 0; axis < 3; ++axis) {
-    low[axis] = high[axis] = xyz[axis];
-    for (std::size_t i = axis; i < xyz.size(); i += 3) {
-      low[axis] = std::min(low[axis], xyz[i]);
-      high[axis] = std::max(high[axis], xyz[i]);
-    }
-    middle[axis] = (low[axis] + high[axis]) * 0.5f;
+  float low[3] = {1e9f, 1e9f, 1e9f}, high[3] = {-1e9f, -1e9f, -1e9f};
+  for (std::size_t i = 0; i < xyz.size(); ++i) {
+    low[i % 3] = std::min(low[i % 3], xyz[i]);
+    high[i % 3] = std::max(high[i % 3], xyz[i]);
   }
+  float middle[3], first[3] = {center[0], center[1], center[2]};
+  for (int axis = 0; axis < 3; ++axis) middle[axis] = (low[axis] + high[axis]) * 0.5f;
   symmetry.CartesianToFractional(middle, 1, 0, false);
   symmetry.CartesianToFractional(first, 1, 0, false);
   std::vector<bool> enabled;
@@ -99,11 +85,14 @@ std::vector<float> plain_search(const VXSymmetry& symmetry, const std::vector<fl
 }
 
 TEST(XtalImages, SearchFindsWhatAPlainSearchFinds) {
-  for (const Crystal& crystal : kCrystals)
+  const std::pair<unsigned int, VXUnitCell> crystals[] = {
+      {1, {14, 15, 17, 75, 98, 112}},   {5, {33, 21, 28, 90, 119, 90}},   {19, {30, 22, 26, 90, 90, 90}},
+      {179, {40, 40, 60, 90, 90, 120}}, {146, {45, 45, 40, 90, 90, 120}}, {209, {60, 60, 60, 90, 90, 90}}};
+  for (const auto& [number, cell] : crystals)
     for (const float radius : {0.0f, 4.0f, 16.0f}) {
-      SCOPED_TRACE(testing::Message() << crystal.number << " within " << radius);
+      SCOPED_TRACE(testing::Message() << number << " within " << radius);
       VXGraphMol mol = molecule(kPlaces);
-      VXSymmetry symmetry(crystal.number, crystal.cell);
+      VXSymmetry symmetry(number, cell);
       ASSERT_TRUE(VXXtalSymmetry::SetSymmetry(mol, symmetry, false));
       if (radius == 4.0f && symmetry.GetOpCount() > 1) {
         ASSERT_TRUE(VXXtalSymmetry::SetOpEnabled(mol, 1, false));
@@ -114,8 +103,7 @@ TEST(XtalImages, SearchFindsWhatAPlainSearchFinds) {
       const std::vector<float> expected = plain_search(symmetry, kPlaces, center, radius);
       ASSERT_EQ(16 * images.NumOps(), expected.size());
       for (unsigned int i = 0; i < images.NumOps(); ++i) {
-        EXPECT_TRUE(std::equal(images.Matrix(i), images.Matrix(i) + 16, &expected[16 * i]))
-            << "not the same bits";
+        EXPECT_TRUE(std::equal(images.Matrix(i), images.Matrix(i) + 16, &expected[16 * i])) << "other bits";
         // The point (1, 1, 1) decides alone, so that the three-fold axis through it counts too.
         float ones[3] = {1, 1, 1};
         transform_coord(images.Matrix(i), ones);
@@ -131,8 +119,7 @@ TEST(XtalImages, ByLatticeTranslation) {
   const VXSymmetry symmetry(179u, VXUnitCell(40, 40, 60, 90, 90, 120));
   VXXtalSymmetry::SetSymmetry(mol, symmetry, true);
   ASSERT_TRUE(VXXtalSymmetry::SetOpEnabled(mol, 3, false));
-  EXPECT_FALSE(VXXtalSymmetry::SetOpEnabled(mol, 12, false));
-  EXPECT_FALSE(VXXtalSymmetry::GetOpEnabled(mol, 3));
+  EXPECT_FALSE(VXXtalSymmetry::SetOpEnabled(mol, 12, false) || VXXtalSymmetry::GetOpEnabled(mol, 3));
   EXPECT_EQ(VXXtalSymmetry::NumOps(mol), 12u);
 
   float com[3], moved[3], away[3] = {400, -90, 33};
@@ -142,18 +129,14 @@ TEST(XtalImages, ByLatticeTranslation) {
   EXPECT_THAT(moved, testing::ElementsAreArray(com)) << "the stored point stays where it was";
 
   const VXXtalSymmetry home(mol, false, false), shifted(mol, 1, 0, -2);
-  ASSERT_EQ(home.NumOps(), 11u);
-  ASSERT_EQ(shifted.NumOps(), 11u);
+  ASSERT_TRUE(home.NumOps() == 11 && shifted.NumOps() == 11);
   for (unsigned int i = 0; i < 11; ++i) {
     EXPECT_EQ(home.GetOpNumber(i), i < 3 ? i : i + 1);
-    EXPECT_EQ(home.IsIdentity(i), i == 0);
-    EXPECT_FALSE(shifted.IsIdentity(i));
+    EXPECT_TRUE(home.IsIdentity(i) == (i == 0) && !shifted.IsIdentity(i));
     float p[3] = {com[0], com[1], com[2]}, q[3] = {com[0], com[1], com[2]};
     transform_coord(home.Matrix(i), p);
     transform_coord(shifted.Matrix(i), q);
-    EXPECT_NEAR(q[0] - p[0], 40, 1e-3);
-    EXPECT_NEAR(q[1] - p[1], 0, 1e-3);
-    EXPECT_NEAR(q[2] - p[2], -120, 1e-3);
+    EXPECT_NEAR(std::hypot(q[0] - p[0] - 40, q[1] - p[1], q[2] - p[2] + 120), 0, 1e-3);
     symmetry.CartesianToFractional(p, 1, 0, false);
     for (const float x : p) EXPECT_TRUE(x >= 0 && x < 1) << x;
   }
@@ -167,19 +150,16 @@ TEST(XtalImages, Realize) {
   const std::size_t one = kPlaces.size();
 
   VXMCMol conformers;
-  ASSERT_TRUE(images.Realize(mol, conformers));
-  EXPECT_EQ(conformers.NumConfs(), 4u);
+  ASSERT_TRUE(images.Realize(mol, conformers) && conformers.NumConfs() == 4);
 
   const std::unique_ptr<VXMolBase> all(images.Realize(mol, true, kAll)), second(images.Realize(mol, true, 2));
   EXPECT_STREQ(all->GetTitle(), "Symmetry:small");
-  EXPECT_EQ(mol.NumAtoms(), 4u);
-  ASSERT_EQ(images.Realize(mol, false, kAll), &mol);
+  ASSERT_TRUE(mol.NumAtoms() == 4 && images.Realize(mol, false, kAll) == &mol);
   EXPECT_STREQ(mol.GetTitle(), "small");
-  EXPECT_EQ(coords(mol), coords(*all));
-
-  ASSERT_EQ(mol.NumAtoms(), 20u) << "the identity image is a further copy";
-  ASSERT_EQ(second->NumAtoms(), 20u) << "every image adds atoms";
   const std::vector<float> from_all = coords(*all), from_second = coords(*second);
+  EXPECT_EQ(coords(mol), from_all);
+  ASSERT_EQ(from_all.size(), 5 * one) << "the identity image is a further copy";
+  ASSERT_EQ(from_second.size(), 5 * one) << "every image adds atoms";
   for (unsigned int i = 0; i < 4; ++i) {
     SCOPED_TRACE(i);
     std::vector<float> expected = kPlaces, conformer(one);
@@ -197,32 +177,28 @@ TEST(XtalImages, Realize) {
     EXPECT_EQ(VXAtomGetResidue(&atom).GetImage(), idx++ / 4);
 
   VXGraphMol empty;
-  EXPECT_EQ(images.Realize(empty, false, kAll), nullptr);
-  EXPECT_EQ(VXXtalSymmetry().Realize(mol, false, kAll), nullptr);
-  EXPECT_FALSE(images.Realize(empty, conformers));
+  EXPECT_FALSE(images.Realize(empty, false, kAll) || VXXtalSymmetry().Realize(mol, false, kAll) ||
+               images.Realize(empty, conformers));
 }
 
 TEST(XtalImages, RefusesSearchesWithoutEnd) {
-  const float inf = HUGE_VALF, nan = NAN;
-  const struct {
-    const char* what;
-    float edge, at, radius;
-    bool refused;
-  } rows[] = {{"tiny cell", 0.5f, 4, 100, true},  {"wide radius", 30, 4, 1e30f, true},
-              {"far away", 30, 1e12f, 5, true},   {"infinite centre", 30, inf, 5, true},
-              {"no number", 30, nan, 5, true},    {"no number in the cell", nan, 4, 5, true},
-              {"infinite cell", inf, 4, 5, true}, {"small cell", 3, 4, 20, false},
-              {"no cell", 0, 4, 20, false}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
+  const float inf = INFINITY, nan = NAN;
+  // Edge of the cell, coordinate of the centre, radius, whether it is refused.
+  const std::tuple<const char*, float, float, float, bool> rows[] = {
+      {"tiny cell", 0.5f, 4, 100, true},  {"wide radius", 30, 4, 1e30f, true},
+      {"far away", 30, 1e12f, 5, true},   {"infinite centre", 30, inf, 5, true},
+      {"no number", 30, nan, 5, true},    {"no number in the cell", nan, 4, 5, true},
+      {"infinite cell", inf, 4, 5, true}, {"small cell", 3, 4, 20, false},
+      {"no cell", 0, 4, 20, false}};
+  for (const auto& [what, edge, at, radius, refused] : rows) {
+    SCOPED_TRACE(what);
     CapturedLog log;
     VXGraphMol mol = molecule(kPlaces);
-    VXXtalSymmetry::SetSymmetry(mol, VXSymmetry(19u, VXUnitCell(row.edge, row.edge, row.edge, 90, 90, 90)),
-                                false);
-    float center[3] = {row.at, row.at, row.at};
-    const VXXtalSymmetry images(mol, center, row.radius);
-    EXPECT_EQ(log.text().find("images to try within") != std::string::npos, row.refused);
-    EXPECT_EQ(images.NumOps() == 0, row.refused || row.edge <= 0);
+    VXXtalSymmetry::SetSymmetry(mol, VXSymmetry(19u, VXUnitCell(edge, edge, edge, 90, 90, 90)), false);
+    float center[3] = {at, at, at};
+    const VXXtalSymmetry images(mol, center, radius);
+    EXPECT_EQ(log.text().find("images to try within") != std::string::npos, refused);
+    EXPECT_EQ(images.NumOps() == 0, refused || edge <= 0);
   }
   CapturedLog log;
   VXGraphMol wild = molecule({3, 4, 5, nan, 4, 5, 3, -inf, 2}), none = molecule({nan, nan, nan});
@@ -236,45 +212,37 @@ TEST(XtalImages, RefusesSearchesWithoutEnd) {
 
 TEST(Cryst1, Reads) {
   const std::string numbers = "   71.450   71.450  104.204  90.00  90.00 120.00";
-  const struct {
-    const char* what;
-    std::string text;
-    bool ok;
-    const char* name;
-    unsigned int z;
-  } rows[] = {{"a whole record", k4hg7, true, "P 65 2 2  ", 12},
-              {"ten characters of a name", numbers + " P 21/n 21/m", true, "P 21/n 21/", 0},
-              {"numbers alone", numbers, true, "", 0},
-              {"numbers and a blank", numbers + " ", true, "", 0},
-              {"no number for Z", numbers + " P 65 2 2      x", true, "P 65 2 2  ", 0},
-              {"four digits of Z", numbers + " P 65 2 2   12345", true, "P 65 2 2  ", 1234},
-              {"no columns", "71.45 +71.45\t104.204 90 90 +120", true, "", 0},
-              {"five numbers", "71.450 71.450 104.204 90.00 90.00 P 65", false, "", 0},
-              {"nothing", "", false, "", 0}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
+  // What, the record, whether it is one, the name and the Z that come of it.
+  const std::tuple<const char*, std::string, bool, const char*, unsigned int> rows[] = {
+      {"a whole record", k4hg7, true, "P 65 2 2  ", 12},
+      {"ten characters of a name", numbers + " P 21/n 21/m", true, "P 21/n 21/", 0},
+      {"numbers alone", numbers, true, "", 0},
+      {"numbers and a blank", numbers + " ", true, "", 0},
+      {"no number for Z", numbers + " P 65 2 2      x", true, "P 65 2 2  ", 0},
+      {"four digits of Z", numbers + " P 65 2 2   12345", true, "P 65 2 2  ", 1234},
+      {"no columns", "71.45 +71.45\t104.204 90 90 +120", true, "", 0},
+      {"five numbers", "71.450 71.450 104.204 90.00 90.00 P 65", false, "", 0},
+      {"nothing", "", false, "", 0}};
+  for (const auto& [what, text, ok, name, z] : rows) {
+    SCOPED_TRACE(what);
     VXGraphMol mol;
-    if (!row.text.empty()) VXSetPDBData(mol, "CRYST1", row.text);
+    if (!text.empty()) VXSetPDBData(mol, "CRYST1", text);
     float six[6];
-    std::string name = "old";
-    unsigned int z = 99;
-    EXPECT_EQ(VXExtractCRYST1(mol, six, name, z), row.ok);
-    EXPECT_EQ(name, row.name);
-    EXPECT_EQ(z, row.z);
-    EXPECT_TRUE(!row.ok || VXUnitCell(six).equalsCell(VXUnitCell(71.45f, 71.45f, 104.204f, 90, 90, 120), 0));
+    std::string found_name = "old";
+    unsigned int found_z = 99;
+    EXPECT_EQ(VXExtractCRYST1(mol, six, found_name, found_z), ok);
+    EXPECT_TRUE(found_name == name && found_z == z) << found_name << " " << found_z;
+    EXPECT_TRUE(!ok || VXUnitCell(six).equalsCell(VXUnitCell(71.45f, 71.45f, 104.204f, 90, 90, 120), 0));
   }
 }
 
 TEST(Cryst1, ToAttributesAndBack) {
   for (const bool conformers : {false, true}) {
     std::unique_ptr<VXMolBase> mol(conformers ? static_cast<VXMolBase*>(new VXMCMol) : new VXGraphMol);
-    EXPECT_FALSE(VXSetXtalSymmetryFromPDBData(*mol));
-    EXPECT_FALSE(VXSetPDBDataFromXtalSymmetry(*mol));
+    EXPECT_FALSE(VXSetXtalSymmetryFromPDBData(*mol) || VXSetPDBDataFromXtalSymmetry(*mol));
     VXSetPDBData(*mol, "CRYST1", k4hg7);
-    EXPECT_FALSE(VXHasXtalSymmetry(*mol));
-    EXPECT_TRUE(VXHasCrystalSymmetryImpl(*mol));
-    ASSERT_TRUE(VXSetXtalSymmetryFromPDBData(*mol));
-    EXPECT_TRUE(VXHasXtalSymmetry(*mol));
+    EXPECT_TRUE(!VXHasXtalSymmetry(*mol) && VXHasCrystalSymmetryImpl(*mol));
+    ASSERT_TRUE(VXSetXtalSymmetryFromPDBData(*mol) && VXHasXtalSymmetry(*mol));
     EXPECT_EQ(mol->GetData<unsigned int>("VX_spacegroup"), 179u);
     ASSERT_TRUE(VXSetPDBDataFromXtalSymmetry(*mol));
     EXPECT_EQ(VXGetPDBData(*mol, "CRYST1"), k4hg7) << "Z included";
@@ -295,16 +263,15 @@ TEST(Cryst1, ToAttributesAndBack) {
 TEST(Cryst1, ExpandsInPlace) {
   VXGraphMol mol = molecule(kPlaces), dummy = mol;
   VXSetPDBData(dummy, "CRYST1", "    1.000    1.000    1.000  90.00  90.00  90.00 P 1           1");
-  EXPECT_FALSE(VXHasCrystalSymmetryImpl(dummy));
-  EXPECT_FALSE(VXExpandCrystalSymmetryImpl(dummy, 10, nullptr));
+  EXPECT_FALSE(VXHasCrystalSymmetryImpl(dummy) || VXExpandCrystalSymmetryImpl(dummy, 10, nullptr));
   EXPECT_EQ(dummy.NumAtoms(), 4u);
 
   VXSetPDBData(mol, "CRYST1", "   30.000   22.000   26.000  90.00  90.00  90.00 P 21 21 21    4");
   float center[3], extents[3];
   VXGetCenterAndExtents(mol, center, extents);
   VXGraphMol given = mol;
-  ASSERT_TRUE(VXExpandCrystalSymmetryImpl(given, 12, center));
-  ASSERT_TRUE(VXExpandCrystalSymmetryImpl(mol, 12, nullptr));
+  ASSERT_TRUE(VXExpandCrystalSymmetryImpl(given, 12, center) &&
+              VXExpandCrystalSymmetryImpl(mol, 12, nullptr));
   EXPECT_GT(mol.NumAtoms(), 8u);
   EXPECT_EQ(coords(mol), coords(given));
 }
