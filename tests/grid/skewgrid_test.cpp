@@ -57,11 +57,8 @@ TEST(RefGridPtr, WhatEachKindOfHandleReaches) {
   VXScalarGrid scalar = numbered_grid(2, 3, 4);
   VXSkewGrid skew(scalar);
   VXBase neither;
-  const struct {
-    const char* what;
-    VXRefGridPtr handle;
-    bool valid, is_skew, gives_scalar, gives_skew, gives_const, writes;
-  } rows[] = {
+  // Whether it is valid, is skew, gives a scalar grid, a skew one, a constant base, and writes.
+  const std::tuple<const char*, VXRefGridPtr, bool, bool, bool, bool, bool, bool> rows[] = {
       {"empty", VXRefGridPtr(), false, false, false, false, false, false},
       {"scalar", &scalar, true, false, true, false, true, true},
       {"const scalar", &std::as_const(scalar), true, false, false, false, true, false},
@@ -72,23 +69,23 @@ TEST(RefGridPtr, WhatEachKindOfHandleReaches) {
       {"const base of skew", static_cast<const VXBase*>(&skew), true, true, false, false, true, false},
       {"neither", &neither, false, false, false, false, false, false},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
-    VXRefGridPtr handle = row.handle;
-    EXPECT_EQ(handle.IsValid(), row.valid);
-    EXPECT_EQ(handle.IsSkew(), row.is_skew);
-    EXPECT_EQ(handle.GetXDim(), row.valid ? 2u : 0u);
-    EXPECT_EQ(handle.GetTitle(), row.valid ? "numbered" : "");
-    EXPECT_EQ(std::as_const(handle).GetValues() != nullptr, row.valid);
-    EXPECT_EQ(handle.GetValues() != nullptr, row.writes);
-    EXPECT_EQ(static_cast<VXScalarGrid*>(handle) == &scalar, row.gives_scalar);
-    EXPECT_EQ(static_cast<VXSkewGrid*>(handle) == &skew, row.gives_skew);
+  for (const auto& [what, pointer, valid, is_skew, gives_scalar, gives_skew, gives_const, writes] : rows) {
+    SCOPED_TRACE(what);
+    VXRefGridPtr handle = pointer;
+    EXPECT_EQ(handle.IsValid(), valid);
+    EXPECT_EQ(handle.IsSkew(), is_skew);
+    EXPECT_EQ(handle.GetXDim(), valid ? 2u : 0u);
+    EXPECT_EQ(handle.GetTitle(), valid ? "numbered" : "");
+    EXPECT_EQ(std::as_const(handle).GetValues() != nullptr, valid);
+    EXPECT_EQ(handle.GetValues() != nullptr, writes);
+    EXPECT_EQ(static_cast<VXScalarGrid*>(handle) == &scalar, gives_scalar);
+    EXPECT_EQ(static_cast<VXSkewGrid*>(handle) == &skew, gives_skew);
     const VXBase* const base = handle;
-    EXPECT_EQ(base != nullptr, row.gives_const);
-    EXPECT_EQ(handle.SetTitle("numbered"), row.writes);
+    EXPECT_EQ(base != nullptr, gives_const);
+    EXPECT_EQ(handle.SetTitle("numbered"), writes);
     EXPECT_FALSE(handle.SetType(6));
-    EXPECT_EQ(handle.SetType(5), row.writes);
-    EXPECT_EQ(handle.IsDataType(VXGetDataType<VXGridAbstractBase>()), row.valid);
+    EXPECT_EQ(handle.SetType(5), writes);
+    EXPECT_EQ(handle.IsDataType(VXGetDataType<VXGridAbstractBase>()), valid);
   }
   EXPECT_EQ(skew.GetType() + scalar.GetType(), 10u);
 

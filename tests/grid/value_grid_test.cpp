@@ -126,7 +126,7 @@ TEST(ValueGrid, AssignmentAndCopies) {
   source.SetData("note", 7);
   const VXFixedGrid<float>& as_fixed = source;
 
-  VXScalarGrid target = numbered_grid(5, 5, 5);
+  VXScalarGrid target(5, 5, 5, 0, 0, 0, 1, "old", nullptr);
   target.SetData("old", 1);
   target = source;
   EXPECT_EQ(values_of(target), values_of(source));
