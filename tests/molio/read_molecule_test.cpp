@@ -291,9 +291,12 @@ TEST(ReadMolecule, RealFiles) {
   SKIP_WITHOUT_DATA("crystals/1dur.pdb");
   const std::tuple<const char*, unsigned, unsigned> rows[] = {
       {"crystals/1dur.pdb", 488, 32},   {"crystals/4hg7.pdb", 744, 0},    {"crystals/5uui.pdb", 1070, 13},
-      {"crystals/7n2l.pdb", 150, 0},    {"crystals/hewl.pdb", 2058, 0},   {"maps/1mru.pdb", 4217, 0},
-      {"maps/3pqr.pdb", 2881, 182},     {"ligands/4umt_47w.sdf", 29, 32}, {"ligands/ligs3d_10.sdf", 36, 39},
-      {"ligands/4uzh_JVE.pdb", 21, 24}, {"ligands/1d4i_BEG.pdb", 47, 0}};
+      {"crystals/5wkd.pdb", 50, 0},     {"crystals/7n2l.pdb", 150, 0},    {"crystals/hewl.pdb", 2058, 0},
+      {"crystals/lysc2.pdb", 975, 0},   {"crystals/rnase.pdb", 1464, 0},  {"maps/1mru.pdb", 4217, 0},
+      {"maps/3pqr.pdb", 2881, 182},     {"maps/origin_100.pdb", 86, 0},   {"maps/thaumatin.pdb", 1948, 0},
+      {"ligands/4umt_47w.sdf", 29, 32}, {"ligands/cdk2_16.sdf", 30, 31},  {"ligands/ligs3d_10.sdf", 36, 39},
+      {"ligands/4uzh_JVE.pdb", 21, 24}, {"ligands/3m11_AKI.pdb", 40, 45}, {"ligands/3w2c_N15.pdb", 32, 36},
+      {"ligands/4i23_1C9.pdb", 22, 24}, {"ligands/1d4i_BEG.pdb", 47, 0}};
   for (const auto& [name, atoms, bonds] : rows) {
     SCOPED_TRACE(name);
     CapturedLog log;
