@@ -12,17 +12,12 @@ namespace {
 
 // The forward transform of a constant: all of it in the first coefficient.
 bool fftw3_works() {
-  constexpr int n = 12;
-  double* const in = fftw_alloc_real(n);
-  fftw_complex* const out = fftw_alloc_complex(n / 2 + 1);
-  const fftw_plan plan = fftw_plan_dft_r2c_1d(n, in, out, FFTW_ESTIMATE);
-  for (int i = 0; i < n; ++i) in[i] = 1;
+  double in[] = {1, 1, 1, 1, 1, 1};
+  fftw_complex out[4];
+  const fftw_plan plan = fftw_plan_dft_r2c_1d(6, in, out, FFTW_ESTIMATE);
   fftw_execute(plan);
-  const bool right = out[0][0] == n && std::fabs(out[1][0]) < 1e-12;
   fftw_destroy_plan(plan);
-  fftw_free(in);
-  fftw_free(out);
-  return right;
+  return out[0][0] == 6 && std::fabs(out[1][0]) < 1e-12;
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -35,10 +34,9 @@ struct MtzFile {
     }
     put_record(out, "VERS MTZ:V1.1");
     put_record(out, "NCOL " + std::to_string(columns.size()) + " " + std::to_string(n) + " 0");
-    char text[81];
-    std::snprintf(text, sizeof text, "CELL %.4f %.4f %.4f %.4f %.4f %.4f", cell[0], cell[1], cell[2], cell[3],
-                  cell[4], cell[5]);
-    put_record(out, text);
+    std::string cell_record = "CELL";
+    for (const float number : cell) cell_record += " " + std::to_string(number);
+    put_record(out, cell_record);
     put_record(out, "SYMINF 1 1 P " + std::to_string(group) + " '" + group_name + "' PG1");
     put_record(out, "RESO 0.001 0.25");
     for (const Column& column : columns)

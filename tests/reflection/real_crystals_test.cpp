@@ -30,10 +30,9 @@ constexpr struct Crystal {
     {"5uui", {0.4257f, -1.0334f, 4.0366f}, {0.0597f, -0.2646f, 0.3644f}},
     {"1dur", {0.5522f, -1.8302f, 6.7137f}, {0.1776f, -0.9891f, 0.7984f}},
     {"5wkd", {0.6709f, -1.4832f, 3.4542f}, {0.2351f, -0.8652f, 0.8960f}},
+    {"5wkd_be", {0.6709f, -1.4832f, 3.4542f}, {0.2351f, -0.8652f, 0.8960f}},  // the same, big-endian
     {"7n2l", {0.9324f, -3.0502f, 8.5772f}, {0.2175f, -1.0932f, 1.1876f}},
 };
-
-std::string mtz_of(const Crystal& crystal) { return std::string("crystals/") + crystal.id + ".mtz"; }
 
 // One cell without the repeated planes, back in e/Å^3.
 Figures figures_of(const VXSkewGrid& grid) {
@@ -41,29 +40,28 @@ Figures figures_of(const VXSkewGrid& grid) {
   Figures f = {0, 1e9f, -1e9f};
   double sum = 0, squares = 0, n = 0;
   const unsigned int nx = grid.GetXDim(), ny = grid.GetYDim(), nz = grid.GetZDim();
-  for (unsigned int z = 0; z + 1 < nz; ++z)
-    for (unsigned int y = 0; y + 1 < ny; ++y)
-      for (unsigned int x = 0; x + 1 < nx; ++x) {
-        const float v = grid.GetValues()[(std::size_t{z} * ny + y) * nx + x] * sigma;
-        f.min = std::min(f.min, v);
-        f.max = std::max(f.max, v);
-        sum += v;
-        squares += double{v} * v;
-        ++n;
-      }
+  for (unsigned int i = 0; i < grid.GetSize(); ++i) {
+    if (i % nx == nx - 1 || i / nx % ny == ny - 1 || i / nx / ny == nz - 1) continue;
+    const float v = grid.GetValues()[i] * sigma;
+    f.min = std::min(f.min, v);
+    f.max = std::max(f.max, v);
+    sum += v;
+    squares += double{v} * v;
+    ++n;
+  }
   f.rms = static_cast<float>(std::sqrt(squares / n - sum * sum / (n * n)));
   return f;
 }
 
 TEST(RealCrystals, MapStatistics) {
   for (const Crystal& crystal : kCrystals) {
-    SKIP_WITHOUT_DATA(mtz_of(crystal));
-    for (const bool difference : {false, true}) {
-      SCOPED_TRACE(testing::Message() << crystal.id << (difference ? " Fdelwt" : " Fwt"));
-      const Figures& expected = difference ? crystal.fdelwt : crystal.fwt;
+    const std::string file = std::string("crystals/") + crystal.id + ".mtz";
+    SKIP_WITHOUT_DATA(file);
+    for (const unsigned int type : {VXMTZMapType::Fwt, VXMTZMapType::Fdelwt}) {
+      SCOPED_TRACE(testing::Message() << file << " " << type);
+      const Figures& expected = type == VXMTZMapType::Fwt ? crystal.fwt : crystal.fdelwt;
       VXSkewGrid grid;
-      ASSERT_TRUE(
-          VXReadMTZ(real_data(mtz_of(crystal)), grid, difference ? VXMTZMapType::Fdelwt : VXMTZMapType::Fwt));
+      ASSERT_TRUE(VXReadMTZ(real_data(file), grid, type));
       const Figures f = figures_of(grid);
       // The r.m.s. over a cell is a sum over the coefficients, whatever the grid: the printed digits agree.
       EXPECT_NEAR(f.rms, expected.rms, 0.6e-4);
@@ -123,15 +121,6 @@ TEST(RealCrystals, DensityAtAtoms) {
     ++atoms;
   }
   EXPECT_EQ(atoms, 80);
-}
-
-TEST(RealCrystals, BigEndianFileGivesTheSameMap) {
-  SKIP_WITHOUT_DATA("crystals/5wkd_be.mtz");
-  VXSkewGrid little, big;
-  ASSERT_TRUE(VXReadMTZ(real_data("crystals/5wkd.mtz"), little, VXMTZMapType::Fwt));
-  ASSERT_TRUE(VXReadMTZ(real_data("crystals/5wkd_be.mtz"), big, VXMTZMapType::Fwt));
-  ASSERT_EQ(little.GetSize(), big.GetSize());
-  for (unsigned int i = 0; i < little.GetSize(); ++i) ASSERT_EQ(little.GetValues()[i], big.GetValues()[i]);
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ using Index = std::array<int, 3>;
 
 struct Coefficient {
   int h, k, l;
-  float amp, phase;  ///< degrees
+  float amp = 0, phase = 0;  ///< phase in degrees
 };
 
 /// A set of type Fo.
@@ -60,12 +60,6 @@ class DirectSum {
       sum += t.mates * (t.a * std::cos(angle) + t.b * std::sin(angle));
     }
     return sum / volume_;
-  }
-  /// Sum of |F|^2 / V^2 over both mates of each pair: the mean square of the density.
-  double mean_square() const {
-    double sum = 0;
-    for (const Term& t : terms_) sum += t.mates * (double{t.a} * t.a + double{t.b} * t.b);
-    return sum / (volume_ * volume_);
   }
 
  private:

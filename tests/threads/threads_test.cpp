@@ -1,5 +1,4 @@
 #include <array>
-#include <functional>
 #include <sstream>
 #include <thread>
 
@@ -10,10 +9,12 @@
 #include <vxgrid/processing/regularize.h>
 #include <vxgrid/realspace/density.h>
 #include <vxgrid/realspace/fit_statistics.h>
+#include <vxgrid/reflection/fft_backend.h>
 #include <vxgrid/reflection/mtz.h>
 #include <vxgrid/reflection/reflection.h>
 
 #include "grid/grid_support.h"
+#include "reflection/support.h"
 #include "support/support.h"
 
 // Distinct objects belong to distinct threads: the same work, alone and beside others, gives the same bytes.
@@ -26,13 +27,20 @@ namespace {
 constexpr int kThreads = 4;
 constexpr int kRounds = 20;
 
-/// Runs job(0), job(1) ... at the same time, after they were run one by one.
-void expect_same_beside_others(const std::function<std::string(int)>& job) {
+/// Runs job(0), job(1) ... at the same time.
+template <class Job>
+void run_together(Job job) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) threads.emplace_back(job, i);
+  for (auto& thread : threads) thread.join();
+}
+
+/// Runs the jobs at the same time, after they were run one by one.
+template <class Job>
+void expect_same_beside_others(Job job) {
   std::array<std::string, kThreads> alone, beside;
   for (int i = 0; i < kThreads; ++i) alone[i] = job(i);
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) threads.emplace_back([&, i] { beside[i] = job(i); });
-  for (auto& thread : threads) thread.join();
+  run_together([&](int i) { beside[i] = job(i); });
   for (int i = 0; i < kThreads; ++i)
     EXPECT_TRUE(!alone[i].empty() && alone[i] == beside[i]) << "thread " << i;
 }
@@ -82,56 +90,62 @@ TEST(Threads, MapsAndFits) {
   });
 }
 
+/// Plans of transforms are made and kept inside.
+TEST(Threads, SmallMaps) {
+  for (const VXFFTBackend backend : {VXFFTBackend::PocketFFT, VXFFTBackend::FFTW2}) {
+    VXSetFFTBackend(backend);
+    expect_same_beside_others([](int) {
+      std::string bytes;
+      for (int round = 0; round < kRounds; ++round) {
+        VXReflection set = make_set({{1, 2, 3, 30, 40}, {7, 1, 4, 25, 77}}, 19, {10, 12, 14, 90, 90, 90});
+        VXSkewGrid map;
+        EXPECT_TRUE(set.Sort() && set.Expand() && set.MakeMap(map, VXMTZMapType::Fo));
+        bytes.append(reinterpret_cast<const char*>(map.GetValues()), map.GetSize() * sizeof(float));
+      }
+      return bytes;
+    });
+  }
+}
+
 template <int kNumber>
-struct Kind {
-  int value = kNumber;
-};
+struct Kind {};
 
 /// Tags and type ids that several threads ask for first, beside ones of their own.
 TEST(Threads, TagsAndTypes) {
   std::array<unsigned int, kThreads> shared_tag;
   std::array<const void*, kThreads> shared_type;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i)
-    threads.emplace_back([&, i] {
-      shared_tag[i] = VXGetTag("threads: shared");
-      shared_type[i] = VXGetDataType<Kind<0>>();
-      VXScalarGrid grid;
-      for (int n = 0; n < 200; ++n) {
-        const std::string name = "threads: " + std::to_string(i * 1000 + n);
-        grid.SetData(name, n);
-        if (VXGetTag(VXGetTag(name)) != name || grid.GetData<int>(name) != n) shared_tag[i] = 0;
-      }
-      if (VXGetDataType<Kind<1>>() == VXGetDataType<Kind<2>>()) shared_type[i] = nullptr;
-      VXSkewGrid other;
-      VXCopyBaseData(other, grid);
-    });
-  for (auto& thread : threads) thread.join();
+  run_together([&](int i) {
+    shared_tag[i] = VXGetTag("threads: shared");
+    shared_type[i] = VXGetDataType<Kind<0>>();
+    VXScalarGrid grid;
+    for (int n = 0; n < 200; ++n) {
+      const std::string name = "threads: " + std::to_string(i * 1000 + n);
+      grid.SetData(name, n);
+      if (VXGetTag(VXGetTag(name)) != name || grid.GetData<int>(name) != n) shared_tag[i] = 0;
+    }
+    if (VXGetDataType<Kind<1>>() == VXGetDataType<Kind<2>>()) shared_type[i] = nullptr;
+    VXSkewGrid other;
+    VXCopyBaseData(other, grid);
+  });
   EXPECT_NE(shared_tag[0], 0u);
-  for (int i = 1; i < kThreads; ++i) {
-    EXPECT_EQ(shared_tag[i], shared_tag[0]);
-    EXPECT_EQ(shared_type[i], shared_type[0]);
-  }
+  EXPECT_THAT(shared_tag, testing::Each(shared_tag[0]));
+  EXPECT_THAT(shared_type, testing::Each(shared_type[0]));
 }
 
 /// Lines from several threads come out whole, none is lost.
 TEST(Threads, Reports) {
   CapturedLog log;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i)
-    threads.emplace_back([i] {
-      for (int n = 0; n < 100; ++n) VXThrow.Warning("thread %d says %d", i, n);
-    });
-  for (auto& thread : threads) thread.join();
+  run_together([](int i) {
+    for (int n = 0; n < 100; ++n) VXThrow.Warning("thread %d says %d", i, n);
+  });
   std::istringstream lines(log.text());
   std::array<int, kThreads> next{};
   for (std::string line; std::getline(lines, line);) {
     int i = -1, n = -1;
     ASSERT_EQ(std::sscanf(line.c_str(), "Warning: thread %d says %d", &i, &n), 2) << line;
-    ASSERT_TRUE(i >= 0 && i < kThreads);
-    EXPECT_EQ(n, next[i]++);
+    ASSERT_TRUE(i >= 0 && i < kThreads && n == next[i]++) << line;
   }
-  for (const int count : next) EXPECT_EQ(count, 100);
+  EXPECT_THAT(next, testing::Each(100));
 }
 
 }  // namespace

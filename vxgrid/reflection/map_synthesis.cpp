@@ -281,7 +281,7 @@ float* CopyZeroPlanes(int nx, int ny, int nz, int dx, int dy, int dz, float* src
 }
 
 // Blocks of points along x and z turn the order of the axes, so that cache lines are read and written whole,
-// several in a row. The bits are those of the plain loops (MapSynthesis.ReorderGivesTheBitsOfThePlainLoops).
+// several in a row. Each value keeps its bits (MapSynthesis.IsTheFourierSum).
 void ReorderWithZeroPlanes(const FFTMap& map, float* out) {
   constexpr int kBlockX = 16, kBlockZ = 64;
   const std::size_t row = static_cast<std::size_t>(map.nx) + 1,
