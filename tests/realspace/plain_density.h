@@ -44,14 +44,10 @@ inline unsigned int add_atom_plainly(VXCore::VXSkewGrid& grid, const VXCore::XYZ
   for (long z = low[2]; z <= high[2]; ++z)
     for (long y = low[1]; y <= high[1]; ++y)
       for (long x = low[0]; x <= high[0]; ++x) {
-        const float along[3] = {(static_cast<float>(x) - map.centre[0]) * map.spacing,
-                                (static_cast<float>(y) - map.centre[1]) * map.spacing,
-                                (static_cast<float>(z) - map.centre[2]) * map.spacing};
+        const float index[3] = {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)};
         float d[3];
-        for (int axis = 0; axis < 3; ++axis) {
-          const float* o = map.orientation + 3 * axis;
-          d[axis] = ((o[0] * along[0] + o[1] * along[1]) + o[2] * along[2]) + map.mid[axis] - xyz[axis];
-        }
+        map.ToCartesian(index, d);
+        for (int axis = 0; axis < 3; ++axis) d[axis] -= xyz[axis];
         const double d2 = d[0] * d[0] + d[1] * d[1] + d[2] * d[2];
         if (!(d2 < radius * radius)) continue;
         ++touched;
