@@ -27,10 +27,10 @@ const VXUnitCell kOblique(7.1f, 9.3f, 12.2f, 81, 97, 104);
 // Any signs, all zones, some indices several times and as Friedel mates.
 std::vector<Coefficient> some_coefficients() {
   std::mt19937 random(3);
-  std::uniform_int_distribution<int> h(-13, 13), k(-2, 2), l(-19, 19);
+  std::uniform_int_distribution<int> h(-13, 13), k(-14, 14), l(-27, 27);
   std::uniform_real_distribution<float> value(0, 360);
-  std::vector<Coefficient> list = {{0, 0, 0, 40, 0},    {0, 2, 0, 50, 30},    {0, -2, 0, 60, 70},
-                                   {-13, 0, 0, 70, 20}, {1, 1, 0, 9, 99},     {0, 0, -19, 5, 55},
+  std::vector<Coefficient> list = {{0, 0, 0, 40, 0},    {0, 14, 0, 50, 30},   {0, -14, 0, 60, 70},
+                                   {-13, 0, 0, 70, 20}, {1, 1, 0, 9, 99},     {0, 0, -27, 5, 55},
                                    {4, 1, -7, 30, 40},  {-4, -1, 7, 50, 290}, {4, 1, -7, 20, 130}};
   while (list.size() < 60) list.push_back({h(random), k(random), l(random), value(random), value(random)});
   return list;
@@ -49,7 +49,8 @@ TEST(MapSynthesis, IsTheFourierSum) {
     EXPECT_TRUE(VXSetFFTBackend(backend));
     EXPECT_EQ(VXGetFFTBackend(), backend);
     ASSERT_TRUE(set.MakeMap(grid, VXMTZMapType::Fo));
-    const unsigned int nx = 36, ny = 8, nz = 50;  // 2.5 * (14, 3, 20), made even; no whole blocks of any loop
+    const unsigned int nx = 36, ny = 38,
+                       nz = 70;  // 2.5 * (14, 15, 28), made even; no whole blocks of any loop
     unsigned int n[3];
     grid.GetDim(n[0], n[1], n[2]);
     ASSERT_THAT(n, testing::ElementsAre(nx + 1, ny + 1, nz + 1));
@@ -151,17 +152,17 @@ TEST(MapSynthesis, CopyZeroPlanesRepeatsThePeriod) {
 // mate, the full arrays keep the mate and the half spectrum the reflection.
 TEST(MapSynthesis, FillGridForms) {
   const VXReflection set = make_set(some_coefficients(), 1, kOblique);
-  FFTMap map = {36, 8, 50, 36, 8, 26, 36, 8, 52, nullptr, nullptr, 1};
-  std::vector<double> array(36 * 8 * 52);
+  FFTMap map = {36, 38, 70, 36, 38, 36, 36, 38, 72, nullptr, nullptr, 1};
+  std::vector<double> array(36 * 38 * 72);
   map.complex_data = reinterpret_cast<double(*)[2]>(array.data());
   set.GetImpl()->FillGrid(&map, VXMTZMapType::Fo);
-  std::vector<float> re(36 * 8 * 50), im(re);
-  set.GetImpl()->FillGrid(re.data(), im.data(), 36, 8, 50, VXMTZMapType::Fo);
+  std::vector<float> re(36 * 38 * 70), im(re);
+  set.GetImpl()->FillGrid(re.data(), im.data(), 36, 38, 70, VXMTZMapType::Fo);
   for (int h = 0; h < 18; ++h)
-    for (int k = 0; k < 8; ++k)
-      for (int l = h + k == 0 ? 1 : 0; l < 25; ++l) {
-        const double* const element = map.complex_data[(h * 8 + k) * 26 + l];
-        const int at = (l * 8 + k) * 36 + h;
+    for (int k = 0; k < 38; ++k)
+      for (int l = h + k == 0 ? 1 : 0; l < 35; ++l) {
+        const double* const element = map.complex_data[(h * 38 + k) * 36 + l];
+        const int at = (l * 38 + k) * 36 + h;
         ASSERT_TRUE(re[at] == element[0] && im[at] == element[1]) << h << " " << k << " " << l;
       }
 }
