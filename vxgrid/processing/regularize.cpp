@@ -80,8 +80,9 @@ void resample_clipped(const Source& source, const GridStruct& out) {
 
 // Takes `period` off c while c >= stop. False when that no longer changes c.
 //
-// Within one binade of c every step rounds to the same grid and so takes off the same amount (unless it falls
-// half-way between two neighbours): such steps are taken together, with the bits of the single steps.
+// Within one binade of c every step rounds to the same grid and so takes off the same amount: such steps are
+// taken together, with the bits of the single steps. Where a step falls half-way between two neighbours, this
+// holds from the first even one on, as the even neighbour is taken each time.
 bool step_below(float& c, float period, float stop) {
   while (c >= stop) {
     const float next = c - period;
@@ -89,8 +90,9 @@ bool step_below(float& c, float period, float stop) {
     const double amount = static_cast<double>(c) - next;
     const bool is_tie = std::fabs(amount - period) * 2 == std::ldexp(1.0, std::ilogb(c) - FLT_MANT_DIG + 1);
     const double floor = std::max<double>(std::ldexp(1.0, std::ilogb(c)), stop);
+    const bool is_even = std::fmod(std::ldexp(c, FLT_MANT_DIG - 1 - std::ilogb(c)), 2.0f) == 0;
     c = next;
-    if (next > floor && !is_tie)
+    if (next > floor && (is_even || !is_tie))
       c = static_cast<float>(next - (std::ceil((next - floor) / amount) - 1) * amount);
   }
   return true;
