@@ -1,6 +1,7 @@
 #include <vxgrid/reflection/mtz.h>
 
 #include <cmath>
+#include <fstream>
 #include <limits>
 #include <numeric>
 #include <sstream>
@@ -283,5 +284,28 @@ TEST(Mtz, WhatTheMapCarries) {
   EXPECT_FALSE(VXReadMTZ(write_file(file_with("FP:F SIGFP:Q")), grid, VXMTZMapType::Fo));
   EXPECT_EQ(log.text(), "Warning: Could not find appropriate columns for auto opening.\n");
 }
+
+#ifndef VXGRID_SANITIZED
+// Each test is a process of its own, so its largest memory is that of this map.
+TEST(Mtz, MemoryStaysBelowTheColumnsAndThreeMaps) {
+  const auto peak = [] {  // bytes
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line) && line.rfind("VmHWM:", 0) != 0) continue;
+    return 1024 * std::stod(line.substr(6));
+  };
+  const std::string path = source_file("examples/data/4hg7.mtz");
+  const double before = peak();
+  VXSkewGrid grid;
+  ASSERT_TRUE(VXReadMTZ(path, grid, VXMTZMapType::Fwt));
+  const double used = peak() - before;
+
+  VXReflection set;
+  VXHost::vxifstream in(path);
+  ASSERT_TRUE(VXReadReflectionMTZ(in, set, VXMTZColumnNames()) && set.Expand());
+  const double columns = 5.0 * sizeof(float) * set.GetCount();  // indices, amplitudes, phases
+  EXPECT_LT(used, columns + 3 * sizeof(float) * grid.GetSize());
+}
+#endif
 
 }  // namespace
