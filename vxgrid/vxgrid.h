@@ -55,6 +55,10 @@
 #include <vxgrid/formats/ccp4.h>
 #include <vxgrid/formats/gridio.h>
 
+#include <vxgrid/gaussian/gaussian.h>
+#include <vxgrid/gaussian/gaussian_container.h>
+
+
 #include <vxgrid/reflection/fft_backend.h>
 #include <vxgrid/reflection/map_synthesis.h>
 #include <vxgrid/reflection/mtz.h>
