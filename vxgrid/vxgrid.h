@@ -57,6 +57,10 @@
 
 #include <vxgrid/gaussian/gaussian.h>
 #include <vxgrid/gaussian/gaussian_container.h>
+#include <vxgrid/gaussian/gaussian_expansion.h>
+#include <vxgrid/gaussian/gaussian_width.h>
+#include <vxgrid/gaussian/gsphere.h>
+#include <vxgrid/gaussian/point_tree.h>
 
 
 #include <vxgrid/reflection/fft_backend.h>
