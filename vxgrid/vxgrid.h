@@ -62,6 +62,8 @@
 #include <vxgrid/gaussian/gsphere.h>
 #include <vxgrid/gaussian/point_tree.h>
 
+#include <vxgrid/molgrid/molecular_grid.h>
+#include <vxgrid/molgrid/sphere_grid.h>
 
 #include <vxgrid/reflection/fft_backend.h>
 #include <vxgrid/reflection/map_synthesis.h>
