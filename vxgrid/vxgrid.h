@@ -62,6 +62,7 @@
 #include <vxgrid/gaussian/gsphere.h>
 #include <vxgrid/gaussian/point_tree.h>
 
+#include <vxgrid/molgrid/gaussian_fit.h>
 #include <vxgrid/molgrid/molecular_grid.h>
 #include <vxgrid/molgrid/sphere_grid.h>
 
