@@ -62,8 +62,11 @@
 #include <vxgrid/gaussian/gsphere.h>
 #include <vxgrid/gaussian/point_tree.h>
 
+#include <vxgrid/molgrid/contact_grid.h>
 #include <vxgrid/molgrid/gaussian_fit.h>
 #include <vxgrid/molgrid/molecular_grid.h>
+#include <vxgrid/molgrid/molecule_mask.h>
+#include <vxgrid/molgrid/proximity_grid.h>
 #include <vxgrid/molgrid/sphere_grid.h>
 
 #include <vxgrid/reflection/fft_backend.h>
