@@ -1,6 +1,6 @@
-// Coordinate files in all four formats: the first byte says which (P, C, S or M; any other by its remainder),
-// the rest is the file. The library reads files by name, so each run writes one: TMPDIR on a memory file
-// system makes it several times as fast.
+// Coordinate files in all four formats, their first molecule and all of them: the first byte says which (P,
+// C, S or M; any other by its remainder), the rest is the file. The library reads files by name, so each run
+// writes one: TMPDIR on a memory file system makes it several times as fast.
 
 #include <unistd.h>
 
@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <string>
 
+#include <molio/molecule_reader.h>
 #include <molio/read_molecule.h>
 
 #include "fuzz.h"
@@ -39,7 +40,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   std::fclose(file);
 
   const QuietLog quiet;
-  VXCore::VXGraphMol mol;
-  if (VXCore::VXReadMolecule(name, mol) != static_cast<bool>(mol)) __builtin_trap();
+  VXCore::VXGraphMol first, mol;
+  const bool has_first = VXCore::VXReadMolecule(name, first);
+  if (has_first != static_cast<bool>(first)) __builtin_trap();
+  VXCore::VXMoleculeReader reader(name);
+  for (unsigned long number = 1; reader.Next(); ++number) {
+    mol.Clear();
+    const bool is_read = reader.Read(mol);
+    if (is_read != static_cast<bool>(mol) || reader.GetNumber() != number) __builtin_trap();
+    if (number == 1 && (is_read != has_first || mol.NumAtoms() != first.NumAtoms())) __builtin_trap();
+  }
   return 0;
 }

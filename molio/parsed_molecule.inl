@@ -49,12 +49,18 @@ void keep_best_alternates(ParsedMolecule& parsed);
 /// itself goes.
 void merge_bonds(ParsedMolecule& parsed);
 
-/// The readers take the whole text of a file and throw ParseFault, or whatever the libraries behind them
-/// throw.
+/// The text of one molecule of an SDF or MOL2 file.
+struct Record {
+  std::string_view text;
+  long line;      // of the file, where it starts
+  bool is_ended;  // by "$$$$", which is its last line then
+};
+
+/// The parsers of whole files and of records throw ParseFault, or whatever the libraries behind them throw.
 ParsedMolecule parse_pdb(std::string_view text);
 ParsedMolecule parse_mmcif(std::string_view text);
-ParsedMolecule parse_sdf(std::string_view text);
-ParsedMolecule parse_mol2(std::string_view text);
+ParsedMolecule parse_sdf(const Record& record);
+ParsedMolecule parse_mol2(const Record& record);
 
 /// Takes the next line off the text, without its line end.
 std::string_view next_line(std::string_view& text);

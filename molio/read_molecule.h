@@ -33,7 +33,8 @@ VXGRID_API VXMoleculeFile VXGetMoleculeFile(const std::string& filename);
 /// first line of an SDF or MOL2 molecule says.
 ///
 /// False, with one Warning (file, line where known, fault) and the molecule as it was, for a file that cannot
-/// be read, is cut short or holds no atoms, and for coordinates that are not finite numbers.
+/// be read, for a molecule that is cut short (one of an SDF file ends in "M  END") or without atoms, and for
+/// coordinates that are not finite numbers. VXMoleculeReader reads all molecules of a file.
 VXGRID_API bool VXReadMolecule(const std::string& filename, VXGraphMol& mol);
 
 }  // namespace VXCore

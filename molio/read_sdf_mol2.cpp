@@ -1,5 +1,5 @@
-// SDF (V2000 and V3000) and MOL2 files: the atoms and bonds of the first molecule. No count is trusted:
-// memory follows the lines that are there.
+// Records of SDF (V2000 and V3000) and MOL2 files: their atoms and bonds. No count is trusted: memory follows
+// the lines that are there.
 
 #include <algorithm>
 #include <string>
@@ -30,10 +30,12 @@ std::vector<std::string_view> words(std::string_view text) {
   return found;
 }
 
-/// Lines of a text with their numbers; asking for one too many is a fault.
+/// Lines of a record with their numbers in the file; asking for one too many is a fault.
 class LineReader {
  public:
-  explicit LineReader(std::string_view text) : text_(text) {}
+  explicit LineReader(const Record& record) : text_(record.text), number_(record.line - 1) {
+    if (record.is_ended) text_ = text_.substr(0, text_.rfind("$$$$"));
+  }
   bool at_end() const { return text_.empty(); }
   std::string_view next() {
     if (text_.empty()) throw ParseFault("the molecule is cut short", number_);
@@ -44,7 +46,7 @@ class LineReader {
 
  private:
   std::string_view text_;
-  long number_ = 0;
+  long number_;
 };
 
 int count(std::string_view text, const char* what, long line) {
@@ -116,9 +118,7 @@ void read_v2000(LineReader& in, std::string_view counts, ParsedMolecule& parsed)
              whole_number(field(line, 3, 3), "atom of a bond", in.number()), field(line, 6, 3), in.number());
   }
   bool is_first = true;
-  while (!in.at_end()) {
-    const std::string_view line = in.next();
-    if (starts_with(line, "M  END") || starts_with(line, "$$$$")) return;
+  for (std::string_view line = in.next(); !starts_with(line, "M  END"); line = in.next()) {
     if (!starts_with(line, "M  CHG")) continue;
     set_charges(parsed, line, in.number(), is_first);
     is_first = false;
@@ -180,8 +180,8 @@ unsigned int mol2_element(std::string_view type) { return VXGetAtomicNum(type.su
 
 }  // namespace
 
-ParsedMolecule parse_sdf(std::string_view text) {
-  LineReader in(text);
+ParsedMolecule parse_sdf(const Record& record) {
+  LineReader in(record);
   ParsedMolecule parsed;
   parsed.title = trimmed(in.next());
   in.next();
@@ -194,8 +194,8 @@ ParsedMolecule parse_sdf(std::string_view text) {
   return parsed;
 }
 
-ParsedMolecule parse_mol2(std::string_view text) {
-  LineReader in(text);
+ParsedMolecule parse_mol2(const Record& record) {
+  LineReader in(record);
   ParsedMolecule parsed;
   std::string part;
   int line_of_part = 0, atoms = -1, bonds = 0, found_bonds = 0;
@@ -203,7 +203,6 @@ ParsedMolecule parse_mol2(std::string_view text) {
     const std::string_view line = in.next();
     if (starts_with(line, "@<TRIPOS>")) {
       part = trimmed(line.substr(9));
-      if (part == "MOLECULE" && atoms >= 0) break;
       line_of_part = 0;
       continue;
     }
