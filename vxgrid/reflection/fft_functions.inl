@@ -11,7 +11,7 @@ struct FFTFunctions {
   void* (*allocate)(std::size_t bytes);
   void (*release)(void* memory, std::size_t bytes);
   /// Sum of c(h, k, l) exp(+2 pi i (hx/nx + ky/ny + lz/nz)), unnormalised. Coefficients (x, y, z) with
-  /// z >= l_limits[y] are 0. Safe from any thread.
+  /// z >= l_limits[y] are 0; ny is even. Safe from any thread.
   void (*complex_to_real)(int nx, int ny, int nz, const int* l_limits, double* data);
 };
 

@@ -10,7 +10,6 @@
 #include <memory>
 #include <mutex>
 #include <stdexcept>
-#include <utility>
 #include <vector>
 
 #include <vxgrid/host/large_array.h>
@@ -71,43 +70,43 @@ std::size_t points(int n) { return static_cast<std::size_t>(n); }
 std::ptrdiff_t bytes(std::size_t elements) { return static_cast<std::ptrdiff_t>(elements * sizeof(Complex)); }
 
 // The half rows a and b of two real lines as the whole row a + ib, whose transform has one line as its real
-// and one as its imaginary parts. Without b it is a line of 0.
+// and one as its imaginary parts.
 void pack_pair(const Complex* a, const Complex* b, std::size_t n, Complex* row) {
-  const auto both = [a, b](std::size_t k) { return std::pair(a[k], b ? b[k] : Complex()); };
-  const auto real_parts = [&both](std::size_t k) {
-    const auto [p, q] = both(k);
-    return Complex(p.real(), q.real());
-  };
-  row[0] = real_parts(0);
+  using Pair = double __attribute__((vector_size(16)));
+  const auto load = [](const Complex& c) { return Pair{c.real(), c.imag()}; };
+  const auto store = [](Pair p, Complex& c) { c = Complex(p[0], p[1]); };
+  row[0] = Complex(a[0].real(), b[0].real());
   for (std::size_t k = 1; 2 * k < n; ++k) {
-    const auto [p, q] = both(k);
-    row[k] = Complex(p.real() - q.imag(), p.imag() + q.real());
-    row[n - k] = Complex(p.real() + q.imag(), q.real() - p.imag());
+    const Pair p = load(a[k]), ib = Pair{-b[k].imag(), b[k].real()};
+    const Pair own = p + ib, mate = p - ib;
+    store(own, row[k]);
+    store(Pair{mate[0], -mate[1]}, row[n - k]);
   }
-  if (n % 2 == 0) row[n / 2] = real_parts(n / 2);
+  if (n % 2 == 0) row[n / 2] = Complex(a[n / 2].real(), b[n / 2].real());
 }
 
 void unpack_pair(const Complex* row, std::size_t n, double* a, double* b) {
-  for (std::size_t z = 0; z < n; ++z) a[z] = row[z].real();
-  for (std::size_t z = 0; b && z < n; ++z) b[z] = row[z].imag();
+  for (std::size_t z = 0; z < n; ++z) {
+    a[z] = row[z].real();
+    b[z] = row[z].imag();
+  }
 }
 
-// The rows of one plane, `half` elements apart, become real lines in place. In pairs through complex
-// transforms: for sizes with a large prime these take half the time of real ones. `work` holds kPairs rows.
+// The rows of one plane, an even number `half` elements apart, become real lines in place. In pairs through
+// complex transforms: for sizes with a large prime these take half the time of real ones. `work` holds kPairs
+// rows.
 constexpr std::size_t kPairs = 16;
 template <class Engine>
 void rows_to_lines(std::size_t rows, std::size_t n, std::size_t half, Complex* plane, Complex* work) {
   for (std::size_t first = 0; first < rows; first += 2 * kPairs) {
-    const std::size_t end = std::min(first + 2 * kPairs, rows), pairs = (end - first + 1) / 2;
-    const auto pair = [=](std::size_t i) {
-      Complex* const a = plane + (first + 2 * i) * half;
-      return std::pair(a, first + 2 * i + 1 < end ? a + half : nullptr);
-    };
-    for (std::size_t i = 0; i < pairs; ++i) pack_pair(pair(i).first, pair(i).second, n, work + i * n);
-    Engine::c2c({n, pairs}, {bytes(1), bytes(n)}, work);
+    const std::size_t pairs = std::min(kPairs, (rows - first) / 2);
+    Complex* const begin = plane + first * half;
     for (std::size_t i = 0; i < pairs; ++i)
-      unpack_pair(work + i * n, n, reinterpret_cast<double*>(pair(i).first),
-                  reinterpret_cast<double*>(pair(i).second));
+      pack_pair(begin + 2 * i * half, begin + (2 * i + 1) * half, n, work + i * n);
+    Engine::c2c({n, pairs}, {bytes(1), bytes(n)}, work);
+    auto* const lines = reinterpret_cast<double*>(begin);
+    for (std::size_t i = 0; i < pairs; ++i)
+      unpack_pair(work + i * n, n, lines + 4 * i * half, lines + (4 * i + 2) * half);
   }
 }
 

@@ -1,6 +1,5 @@
 #include <vxgrid/reflection/map_synthesis.h>
 
-#include <malloc.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -183,10 +182,7 @@ bool synthesise(const VXReflectionImpl& set, VXReflectionImpl* spent, FFTMap& ma
     c[1] = -(b * scale);
     l_limits[y] = std::max(l_limits[y], z + 1);
   });
-  if (spent) {
-    spent->ReleaseColumns();
-    malloc_trim(0);  // else the heap would hold on to them
-  }
+  if (spent) spent->ReleaseColumns();
   try {
     array.ComplexToReal(map.nx, map.ny, map.nz, l_limits.data());
     values = VXMakeValueBlock<float>(size(map.nx + 1) * size(map.ny + 1) * size(map.nz + 1),
