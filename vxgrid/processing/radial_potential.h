@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <vector>
 
 #include <vxgrid/grid/value_grid.h>
@@ -56,17 +57,14 @@ class AxisWindow {
   std::vector<double> heap_;
 };
 
-}  // namespace radial_detail
-
-/// Applies f(point, potential(distance)) to every grid point within `reach` of (x, y, z), in element order,
-/// and gives their number. Distances are in double; the potential gets sqrt(d^2), and a point at exactly
-/// `reach` counts. Where the grid and the box of the sphere do not meet the result is 0.
-template <class T, class Potential, class Functor>
-unsigned int MapRadialPotentialToGrid(VXFixedGrid<T>& grid, const Potential& potential, Functor f, double x,
-                                      double y, double z, double reach) {
+/// Calls visit(element, d2) for every grid point within `reach` of (x, y, z), in element order, and gives
+/// their number.
+template <class T, class Visit>
+unsigned int ForEachPointWithin(const VXFixedGrid<T>& grid, double x, double y, double z, double reach,
+                                Visit visit) {
   if (grid.GetSize() == 0) return 0;
   const double spacing = grid.GetSpacing();
-  radial_detail::AxisWindow wx, wy, wz;
+  AxisWindow wx, wy, wz;
   if (!wx.Set(grid.GetXDim(), grid.GetXMid(), spacing, x, reach) ||
       !wy.Set(grid.GetYDim(), grid.GetYMid(), spacing, y, reach) ||
       !wz.Set(grid.GetZDim(), grid.GetZMid(), spacing, z, reach))
@@ -80,16 +78,30 @@ unsigned int MapRadialPotentialToGrid(VXFixedGrid<T>& grid, const Potential& pot
     for (unsigned int j = 0; j < wy.count(); ++j) {
       const double yz = wz.square(k) + wy.square(j);
       if (yz > reach2) continue;
-      T* const row = grid.GetValues() + ((wz.first() + k) * ydim + wy.first() + j) * xdim + wx.first();
+      const std::size_t row = ((wz.first() + k) * ydim + wy.first() + j) * xdim + wx.first();
       for (unsigned int i = 0; i < wx.count(); ++i) {
         const double d2 = yz + wx.square(i);
         if (d2 > reach2) continue;
-        f(row[i], potential(std::sqrt(d2)));
+        visit(row + i, d2);
         ++touched;
       }
     }
   }
   return touched;
+}
+
+}  // namespace radial_detail
+
+/// Applies f(point, potential(distance)) to every grid point within `reach` of (x, y, z), in element order,
+/// and gives their number. Distances are in double; the potential gets sqrt(d^2), and a point at exactly
+/// `reach` counts. Where the grid and the box of the sphere do not meet the result is 0.
+template <class T, class Potential, class Functor>
+unsigned int MapRadialPotentialToGrid(VXFixedGrid<T>& grid, const Potential& potential, Functor f, double x,
+                                      double y, double z, double reach) {
+  T* const values = grid.GetValues();
+  return radial_detail::ForEachPointWithin(grid, x, y, z, reach, [&](std::size_t element, double d2) {
+    f(values[element], potential(std::sqrt(d2)));
+  });
 }
 
 /// The same with a functor that holds nothing.
