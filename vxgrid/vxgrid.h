@@ -67,6 +67,7 @@
 #include <vxgrid/molgrid/molecular_grid.h>
 #include <vxgrid/molgrid/molecule_mask.h>
 #include <vxgrid/molgrid/proximity_grid.h>
+#include <vxgrid/molgrid/soft_sphere.h>
 #include <vxgrid/molgrid/sphere_grid.h>
 
 #include <vxgrid/reflection/fft_backend.h>

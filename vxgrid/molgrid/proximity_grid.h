@@ -38,8 +38,9 @@ struct GridStruct;
 /// then y, then x; that order of float additions decides the cells at the rim.
 ///
 /// Returns 1; 0 when no cell is near a point (the list then stays). Spacing 0 prints one line on standard
-/// output and gives 1. A lattice or a list beyond what an int counts, or beyond memory, gives 0 with one
-/// Warning, and the record stays; so does an unknown kind, silently.
+/// output and gives 1. A lattice that an int cannot count, or that memory does not hold, gives 0 with one
+/// Warning, and the record stays; so does an unknown kind, silently. A list that an int cannot count gives 0
+/// with the same Warning, and cells that are all 0.
 VXGRID_API int vx_make_proximity_grid(int reserved, void* points, float* radii, int n, float probe,
                                       GridStruct* grid, float spacing, float margin, int kind,
                                       std::vector<int>& list);
