@@ -73,8 +73,8 @@ VXGRID_API float vx_make_grid_gaussian_representation(VXZemoGrid& grid, float ta
 /// the energies of the fit rely on. A centre between grid points is moved to the point below it.
 VXGRID_API void subtract_gaussians_from_grid(VXZemoGrid& grid, Gsphere* spheres, int n, float tail);
 
-/// vi_gauss_grid for centres in a plain array of 3n floats, with an Info line on what the mode calculates. `a`
-/// and `b` are kept for derivatives and not looked at.
+/// vi_gauss_grid for centres in a plain array of 3n floats, with an Info line on what the mode calculates.
+/// `a` and `b` are kept for derivatives and not looked at.
 VXGRID_API void vi_gauss_grid_tegs(int n, float* coords, float* widths, float* prefactors, float cutoff,
                                    int mode, GridStruct* grid, float* a, float* b);
 
