@@ -61,6 +61,7 @@
 #include <vxgrid/gaussian/gaussian_width.h>
 #include <vxgrid/gaussian/gsphere.h>
 #include <vxgrid/gaussian/point_tree.h>
+#include <vxgrid/gaussian/shape_multipoles.h>
 
 #include <vxgrid/molgrid/contact_grid.h>
 #include <vxgrid/molgrid/gaussian_fit.h>
