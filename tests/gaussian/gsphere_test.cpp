@@ -1,0 +1,135 @@
+#include <vxgrid/gaussian/gsphere.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+
+#include <vxgrid/gaussian/gaussian_width.h>
+
+#include "support/support.h"
+
+using namespace VXCore;
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+const Gsphere kA = {0.8f, 0.125f, -0.375f, 0.25f, 2.7f, 0, 20.5f, 1.7f};
+const Gsphere kB = {1.3f, 1.2f, 0.5f, -0.6f, 1.1f, 2, 7.25f, 1.2f};
+
+Gsphere moved(Gsphere g, int axis, float by) {
+  (axis == 0 ? g.x : axis == 1 ? g.y : g.z) += by;
+  return g;
+}
+
+// The integral of p q exp(-a r^2 - b |r - d|^2) is p q (pi / (a + b))^(3/2) exp(-a b d^2 / (a + b)).
+double closed_form(const Gsphere& a, const Gsphere& b, double amplitude) {
+  const double s = double{a.width} + b.width;
+  const double d2 = std::pow(a.x - b.x, 2) + std::pow(a.y - b.y, 2) + std::pow(a.z - b.z, 2);
+  return amplitude * std::pow(kPi / s, 1.5) * std::exp(-a.width * b.width / s * d2);
+}
+
+TEST(Gsphere, OverlapIsTheProduct) {
+  Gsphere product = kA;
+  EXPECT_EQ(vi_make_overlap_gaussian(&product, &kB, &product), 1);
+  EXPECT_EQ(product.order, 3);
+  EXPECT_EQ(product.radius, kA.radius);
+  const float at[3] = {0.7f, -1.1f, 0.2f};
+  const auto value = [&at](const Gsphere& g) {
+    return g.prefactor * std::exp(-g.width * (std::pow(at[0] - g.x, 2) + std::pow(at[1] - g.y, 2) +
+                                              std::pow(at[2] - g.z, 2)));
+  };
+  EXPECT_NEAR(value(product) / (value(kA) * value(kB)), 1, 1e-6);
+
+  double vol = 0;
+  EXPECT_EQ(vi_vol_sg_intersect(&vol, &kA, &kB), 1);
+  EXPECT_NEAR(vol / closed_form(kA, kB, kA.prefactor * kB.prefactor), 1, 1e-6);
+  product.radius = 0;
+  vi_set_gaussian_volume(&product);
+  EXPECT_NEAR(product.volume / vol, 1, 1e-6);
+}
+
+TEST(Gsphere, DerivativesAreThoseOfTheVolume) {
+  // Amplitudes are prefactors at first order and volumes at second, so each is held against its own function.
+  const float step = 1.0f / 1024;
+  double vol, grad[3], low, high, ignored[3];
+  EXPECT_EQ(vi_vol_deriv_sg_intersect(&vol, grad, &kA, &kB), 1);
+  double vol2, grad2[3], hess[6], grad_low[3], grad_high[3], ignored_hess[6];
+  EXPECT_EQ(vi_vol_deriv_sec_deriv_sg_intersect(&vol2, grad2, hess, &kA, &kB), 1);
+  EXPECT_NEAR(vol2 / closed_form(kA, kB, kA.volume * kB.volume), 1, 1e-6);
+  const int of[3][3] = {{0, 1, 2}, {1, 3, 4}, {2, 4, 5}};
+  for (int i = 0; i < 3; ++i) {
+    const Gsphere before = moved(kA, i, -step), after = moved(kA, i, step);
+    vi_vol_deriv_sg_intersect(&low, ignored, &before, &kB);
+    vi_vol_deriv_sg_intersect(&high, ignored, &after, &kB);
+    EXPECT_NEAR(grad[i], (high - low) / (2 * step), 1e-5 * vol);
+    EXPECT_NEAR(grad2[i] / vol2, grad[i] / vol, 1e-12);
+    vi_vol_deriv_sec_deriv_sg_intersect(&low, grad_low, ignored_hess, &before, &kB);
+    vi_vol_deriv_sec_deriv_sg_intersect(&high, grad_high, ignored_hess, &after, &kB);
+    for (int j = 0; j < 3; ++j)
+      EXPECT_NEAR(hess[of[i][j]], (grad_high[j] - grad_low[j]) / (2 * step), 1e-5 * vol2) << i << j;
+  }
+}
+
+TEST(Gsphere, FarOverlapsAreCutOff) {
+  // Two of width 2: the exponent is d^2, and the cut-off lies at d = 4.79854.
+  const Gsphere a = {2, 0, 0, 0, 1, 0, 1, 0};
+  for (const float d : {4.798f, 4.799f, std::numeric_limits<float>::quiet_NaN()}) {
+    const Gsphere b = moved(a, 0, d);
+    double vol, grad[3], hess[6];
+    EXPECT_EQ(vi_vol_sg_intersect(&vol, &a, &b), 1);
+    EXPECT_TRUE(d < 4.7985f ? vol > 0 : std::isnan(d) ? std::isnan(vol) : vol == 0) << d;
+    EXPECT_EQ(vi_vol_deriv_sg_intersect(&vol, grad, &a, &b), d < 4.7985f);
+    EXPECT_TRUE(d < 4.7985f || (vol == 0 && grad[0] == 0 && grad[1] == 0 && grad[2] == 0)) << d;
+    EXPECT_EQ(vi_vol_deriv_sec_deriv_sg_intersect(&vol, grad, hess, &a, &b), 1);
+    EXPECT_TRUE(std::isnan(d) || vol > 0) << d;
+  }
+}
+
+TEST(Gsphere, FieldsFromTheOthers) {
+  for (const float p : {0.5f, 2.7f, 4.0f}) {
+    Gsphere g = {0.9f, 0, 0, 0, p, 0, 0, 0};
+    vi_set_gaussian_volume(&g);
+    EXPECT_NEAR(g.volume / (p * std::pow(kPi / 0.9, 1.5)), 1, 1e-6);
+    g.prefactor = 0;
+    vi_set_gaussian_prefactor(&g);
+    EXPECT_NEAR(g.prefactor / p, 1, 1e-6);
+    vi_set_gaussian_radius(&g);
+    EXPECT_NEAR(4 * kPi / 3 * std::pow(g.radius, 3) / g.volume, 1, 3e-5);  // the exponent is 0.666666
+  }
+  // No float is the double 2.7, for which the exact constant stands.
+  Gsphere atom = {1, 0, 0, 0, 2.7f, 0, 0, 0};
+  vi_set_gaussian_radius(&atom);
+  EXPECT_NE(atom.radius, static_cast<float>(std::sqrt(2.344250976862621)));
+
+  Gsphere g = {0, 0, 0, 0, -1, 0, 7, 0};
+  vi_set_gaussian_volume(&g);
+  vi_set_gaussian_radius(&g);
+  EXPECT_TRUE(g.volume == 7 && g.radius == 0) << "a width of 0";
+  g.width = 1;
+  vi_set_gaussian_radius(&g);
+  g.volume = 0;
+  vi_set_gaussian_prefactor(&g);
+  EXPECT_TRUE(g.radius == 0 && g.prefactor == -1) << "a prefactor below 0, a volume of 0";
+  g.radius = 2;
+  vi_set_gaussian_volume(&g);
+  EXPECT_NEAR(g.volume, 32 * kPi / 3, 1e-5) << "the radius comes first";
+}
+
+TEST(GaussianWidth, GivesTheVolumeOfTheSphere) {
+  const float p[] = {2.7f, 2.7f, 1, 0, 2.7f}, r[] = {1.7f, 1.2f, 3, 1, 0};
+  float w[5];
+  vi_assign_gwid_from_rad_pre(p, r, w, 5);
+  for (int i = 0; i < 3; ++i)
+    EXPECT_NEAR(p[i] * std::pow(kPi / w[i], 1.5) / (4 * kPi / 3 * std::pow(r[i], 3)), 1, 1e-6);
+  EXPECT_TRUE(w[3] == 0 && w[4] == 0);
+}
+
+TEST(GaussianWidth, RadiusOfACutOff) {
+  EXPECT_NEAR(2.7 * std::exp(-0.8 * std::pow(vi_gauss_rad(-2.7f, 0.8f, 0.001f), 2)), 0.001, 1e-8);
+  EXPECT_EQ(vi_gauss_rad(2, 1, -2), 0);
+  for (const auto& [p, w, c] :
+       {std::array<float, 3>{2.7f, 0, 0.1f}, {2.7f, -1, 0.1f}, {0, 1, 0.1f}, {2.7f, 1, 0}, {2.7f, 1, -2.8f}})
+    EXPECT_EQ(vi_gauss_rad(p, w, c), 0) << p << " " << w << " " << c;
+}
+
+}  // namespace
