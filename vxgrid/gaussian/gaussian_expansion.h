@@ -35,7 +35,7 @@ class VXGRID_API Gaussian {
   static constexpr int kTableSize = 1001;
   /// A full expansion gives up beyond so many records, with a Warning and 0: many atoms at one place, or a
   /// vmin too small for the size of the molecule. Records double with each further atom there.
-  static constexpr int kMaxRecords = 1 << 24;
+  static constexpr int kMaxRecords = 1 << 23;
 
   Gaussian();
   Gaussian(const Gaussian&) = delete;
@@ -56,8 +56,9 @@ class VXGRID_API Gaussian {
   int vx_make_bond_gaussian_representation_no_hydrogens(const VXMolBase& mol, Gsphere** out, int* n);
 
   /// The full expansion: each atom, followed by its overlaps with the atoms before it. Records of odd order
-  /// have negative volumes, all have positive prefactors. The plain form leaves hydrogens out, where the
-  /// plain forms of the others keep them; this is meant.
+  /// have negative volumes, all have positive prefactors; `radius` keeps what the expansion had there, the
+  /// squared distance beyond which a further atom does not count. The plain form leaves hydrogens out, where
+  /// the plain forms of the others keep them; this is meant.
   int vx_make_gaussian_representation(const VXMolBase& mol, Gsphere** out, int* n);
   int vx_make_gaussian_representation_with_hydrogens(const VXMolBase& mol, Gsphere** out, int* n);
   int vx_make_gaussian_representation_no_hydrogens(const VXMolBase& mol, Gsphere** out, int* n);
