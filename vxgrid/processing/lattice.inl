@@ -1,6 +1,6 @@
 #pragma once
 
-// Arithmetic of plain lattices shared by the sources of this folder.
+// Arithmetic of plain lattices shared by the sources that work on them.
 
 #include <emmintrin.h>
 

@@ -7,18 +7,11 @@
 
 #include <xmmintrin.h>
 
+#include <vxgrid/host/wide.inl>
+
 namespace VXCore {
 
 namespace {
-
-// Wider vectors where the processor has them; every clone gives the same bits.
-#if defined(VXGRID_SANITIZED) || defined(__clang__)
-#define VXGRID_WIDE
-#else
-#define VXGRID_WIDE __attribute__((target_clones("avx2", "default")))
-#endif
-// What a clone calls with vectors has to be part of it: the clones pass them in different places.
-#define VXGRID_PART_OF_CLONE __attribute__((always_inline))
 
 using Doubles = double __attribute__((vector_size(32)));
 using Longs = long long __attribute__((vector_size(32)));

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include <vxgrid/reflection/reflection_impl.h>
+#include <vxgrid/host/wide.inl>
 #include <vxgrid/reflection/column_block.inl>
-#include <vxgrid/reflection/wide.inl>
 
 namespace VXCore {
 

@@ -8,7 +8,7 @@
 
 #include <vxgrid/host/error_handler.h>
 #include <vxgrid/host/platform.h>
-#include <vxgrid/reflection/wide.inl>
+#include <vxgrid/host/wide.inl>
 
 namespace VXCore {
 

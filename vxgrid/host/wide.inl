@@ -7,3 +7,6 @@
 #else
 #define VXGRID_WIDE
 #endif
+
+// What a clone calls with vectors has to be part of it: the clones pass them in different places.
+#define VXGRID_PART_OF_CLONE __attribute__((always_inline))
