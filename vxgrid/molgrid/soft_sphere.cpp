@@ -7,7 +7,7 @@
 #include <xmmintrin.h>
 
 #include <vxgrid/host/error_handler.h>
-#include <vxgrid/molgrid/wide.inl>
+#include <vxgrid/host/wide.inl>
 
 namespace VXCore {
 namespace {
