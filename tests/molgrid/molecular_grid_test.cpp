@@ -1,0 +1,288 @@
+#include <vxgrid/molgrid/molecular_grid.h>
+
+#include <cstring>
+#include <numeric>
+#include <random>
+
+#include <vxgrid/gaussian/gaussian_width.h>
+#include <vxgrid/gaussian/gsphere.h>
+#include <vxgrid/host/zemomol.h>
+
+#include "molgrid/plain_gaussians.h"
+#include "processing/lattices.h"
+#include "support/support.h"
+
+using namespace VXCore;
+using testing::Each;
+using testing::ElementsAre;
+using testing::FloatNear;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr int kSum = 2, kProduct = 4;
+const double kPi = std::acos(-1.0);
+
+/// The evaluation point by point over the whole lattice, with factors from the recurrence and no clipping,
+/// for a ball with exp in float, a box with exp in double. False when the cut-off sphere misses the lattice.
+template <class Exp>
+bool plain_gaussian(const GridStruct& grid, const Gsphere& g, int mode, bool ball, Exp exp) {
+  const float c[3] = {g.x, g.y, g.z}, h = grid.spacing;
+  float low[3], high[3], d[3], d2 = 0;
+  int nearest[3];
+  vi_get_grid_limits(grid, &low[0], &low[1], &low[2], &high[0], &high[1], &high[2]);
+  for (int a = 0; a < 3; ++a) {
+    if (c[a] + g.radius < low[a] || c[a] - g.radius > high[a]) return false;
+    const float f = (c[a] - low[a]) / h;
+    nearest[a] = vi_nint(f);
+    d[a] = f - static_cast<float>(nearest[a]);
+    d2 += d[a] * d[a];
+  }
+  const float reach = std::sqrt(d2) + g.radius / h, a = g.width * h * h, q = static_cast<float>(exp(-a));
+  const float amplitude = static_cast<float>(g.prefactor * exp(-a * d2));
+  const int n = static_cast<int>(reach), n2 = static_cast<int>(reach * reach);
+  std::vector<float> t[3];
+  for (int axis = 0; axis < 3; ++axis) {
+    t[axis].assign(2 * n + 1, 1.0f);
+    float *const at = &t[axis][n], e = static_cast<float>(exp(2 * d[axis] * a)), s = q;
+    for (int i = 0; i < n; ++i, s *= q * q) {
+      at[i + 1] = at[i] * e * s;
+      at[-(i + 1)] = at[-i] * (1 / e) * s;
+    }
+  }
+  for (int z = 0, at = 0; z < grid.zdim; ++z)
+    for (int y = 0; y < grid.ydim; ++y)
+      for (int x = 0; x < grid.xdim; ++x, ++at) {
+        const int k = z - nearest[2], j = y - nearest[1], i = x - nearest[0];
+        if (std::max({std::abs(i), std::abs(j), std::abs(k)}) > n) continue;
+        if (ball && i * i + j * j + k * k > n2) continue;
+        const float v = amplitude * t[2][k + n] * t[1][j + n] * t[0][i + n];
+        grid.floats[at] = mode == kSum ? grid.floats[at] + v : grid.floats[at] * (1 - v);
+      }
+  return true;
+}
+
+bool same_bits(const float* a, const std::vector<float>& b) {
+  return std::memcmp(a, b.data(), b.size() * sizeof(float)) == 0;
+}
+
+/// Gaussians of radii up to 5 Å in a box of this half edge, in all forms; p is not 0.
+struct Gaussians {
+  Gaussians(int n, float half, unsigned seed) {
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> place(-half, half), radius(0.05f, 5), height(-1, 3);
+    for (int i = 0; i < n; ++i) {
+      const float x = place(random), y = place(random), z = place(random);
+      radii.push_back(radius(random));
+      widths.push_back(2.344229f / (radii[i] * radii[i]));
+      prefactors.push_back(height(random));
+      atoms.push_back({x, y, z, {}});
+      coords.insert(coords.end(), {x, y, z});
+      spheres.push_back({widths[i], x, y, z, prefactors[i], 0, 0, 0});
+    }
+  }
+  std::vector<PdbStruct> atoms;
+  std::vector<Gsphere> spheres;
+  std::vector<float> coords, radii, widths, prefactors;
+};
+
+/// Atoms on a line in the xy plane, by x and radius.
+VXGraphMol molecule(const std::vector<std::pair<float, double>>& atoms) {
+  VXGraphMol mol;
+  for (const auto& [x, radius] : atoms) {
+    VXAtomBase* const atom = mol.AddAtom(8);
+    const float xyz[3] = {x, 0.5f * x, 0};
+    mol.SetCoords(atom, xyz);
+    atom->SetRadius(radius);
+  }
+  return mol;
+}
+
+std::vector<unsigned> dims(const VXGridAbstractBase& grid) {
+  return {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()};
+}
+
+}  // namespace
+
+TEST(GaussGrid, SameBitsAsPlainLoop) {
+  const struct {
+    int x, y, z;
+    float spacing, half;
+  } rows[] = {
+      {17, 23, 12, 0.5f, 7}, {41, 9, 30, 0.25f, 6}, {1, 1, 50, 0.3f, 8}, {3, 2, 5, 1, 4}, {7, 6, 5, 4, 20}};
+  for (const auto& row : rows)
+    for (const int mode : {kSum, kProduct}) {
+      const auto lattice = [&] { return Lattice(row.x, row.y, row.z, row.spacing, 0.3f, -0.2f); };
+      Lattice atoms = lattice(), spheres = lattice(), plain = lattice();
+      for (Lattice* values : {&atoms, &spheres, &plain}) values->randomize(5);
+      Gaussians all(60, row.half, 7);
+      vi_gauss_grid(0, 60, all.atoms.data(), all.widths.data(), all.prefactors.data(), 0.001f, mode,
+                    atoms.grid, nullptr);
+      vi_gauss_grid(0, 60, all.spheres.data(), nullptr, nullptr, 0.001f, mode, spheres.grid, nullptr);
+      EXPECT_EQ(all.spheres[9].radius, vi_gauss_rad(all.prefactors[9], all.widths[9], 0.001f)) << "stored";
+      if (mode == kProduct) vi_constant_grid(plain.grid, 1);
+      for (const Gsphere& g : all.spheres) plain_gaussian(plain.grid, g, mode, true, vi_exp_f);
+      if (mode == kProduct)
+        for (float& v : plain.floats) v = 1 - v;
+      EXPECT_TRUE(same_bits(atoms.floats.data(), plain.floats)) << row.x << " mode " << mode;
+      EXPECT_TRUE(same_bits(spheres.floats.data(), plain.floats)) << row.x << " mode " << mode;
+    }
+}
+
+TEST(GaussGrid, AgreesWithOneExpPerPoint) {
+  // Some n^2 / 2 roundings gather in n steps of the recurrence; points between radius and ball carry 1e-5.
+  Lattice fast(60, 50, 40, 0.2f), plain(60, 50, 40, 0.2f);
+  for (Gsphere& g : Gaussians(20, 5, 3).spheres) {
+    add_gaussian_with_exp(plain.grid, &g.x, g.width, g.prefactor, vi_gauss_rad(g.prefactor, g.width, 1e-5f));
+    vi_gauss_grid(0, 1, &g, nullptr, nullptr, 1e-5f, kSum, fast.grid, nullptr);
+  }
+  EXPECT_THAT(fast.floats, testing::Pointwise(FloatNear(4e-4f), plain.floats));
+}
+
+TEST(GaussGrid, WhatNoLatticeHolds) {
+  const float inf = INFINITY, nan = NAN;
+  // How many points of 27 change: none, the nearest alone, or all, which become 1.
+  const std::pair<Gsphere, int> rows[] = {
+      {{1, nan, 0, 0, 1, 0, 0, 2}, 0},     {{1, 0, inf, 0, 1, 0, 0, 2}, 0},
+      {{1, 0, 0, 0, 1, 0, 0, nan}, 0},     {{nan, 0, 0, 0, 1, 0, 0, 0}, 0},
+      {{1, 0, 0, 0, 1, 0, 0, -9}, 0},      {{1, 3e9f, 0, 0, 1, 0, 0, 4e9f}, 0},
+      {{1, -inf, 0, 0, 1, 0, 0, inf}, 0},  {{1, 1e5f, 0, 0, 1, 0, 0, 2e5f}, 0},
+      {{-1, 0, 0, 0, 1, 0, 0, 0}, 1},      {{0, 0.2f, 0, 0, 1, 0, 0, 0}, 1},
+      {{inf, 0, 0, 0, 1, 0, 0, 0}, 1},     {{0, 0, 0, 0, 1, 0, 0, 1e30f}, 27},
+      {{1e-38f, 0, 0, 0, 1, 0, 0, 0}, 27}, {{1e-12f, 0, 0, 4e4f, 1, 0, 0, 5e4f}, 27},
+      {{1e-9f, 0, 0, 0, 1, 0, 0, inf}, 27}};
+  for (const auto& [gaussian, points] : rows) {
+    Lattice lattice(3, 3, 3, 1);
+    Gsphere g = gaussian;
+    vi_gauss_grid(0, 1, &g, nullptr, nullptr, 0.001f, kSum, lattice.grid, nullptr);
+    EXPECT_EQ(27 - std::count(lattice.floats.begin(), lattice.floats.end(), 0.0f), points)
+        << g.x << " " << g.width;
+    if (points == 27) {
+      EXPECT_THAT(lattice.floats, Each(FloatNear(1, 3e-3f)));
+    }
+    for (const float spacing : {0.0f, -1.0f, nan, inf}) {
+      Lattice still(3, 3, 3, spacing);
+      vi_gauss_grid(0, 1, &g, nullptr, nullptr, 0.001f, kSum, still.grid, nullptr);
+      EXPECT_THAT(still.floats, Each(0));
+    }
+  }
+}
+
+TEST(MolecularGaussianGrid, VolumeIsThatOfTheSphere) {
+  // Beyond the radius where 2.7 exp(-w r^2) is 0.001 lie erfc(x) + 2 x exp(-x^2) / sqrt(pi) = 0.0012 of the
+  // volume, x^2 = ln 2700; the ball of whole steps takes some of it back.
+  for (const float r : {1.0f, 1.7f, 2.2f}) {
+    VXScalarGrid grid;
+    ASSERT_TRUE(VXMakeMolecularGaussianGrid(grid, molecule({{0.13f, r}}), 0.25f));
+    const double sum = std::accumulate(grid.GetValues(), grid.GetValues() + grid.GetSize(), 0.0);
+    EXPECT_NEAR(sum * 0.25 * 0.25 * 0.25 / (4 * kPi / 3 * r * r * r), 1 - 0.0012, 4e-4);
+  }
+}
+
+TEST(MolecularGaussianGrid, LatticeAndFormerValues) {
+  const VXGraphMol mol = molecule({{-1, 1.7}, {2, 1.5}});
+  VXZemoGrid sized, once(VXScalarGrid(10, 10, 10, 0, 0, 0, 0.7f, "title", nullptr)), twice = once;
+  ASSERT_TRUE(VXMakeMolecularGaussianGrid(sized, mol, 0.5f));
+  EXPECT_THAT(dims(sized), ElementsAre(25, 22, 19)) << "11, 9.5 and 8 Å";
+  EXPECT_FLOAT_EQ(sized.GetXMid(), 0.5f);
+  EXPECT_EQ(sized.GetSpacing(), 0.5f);
+  EXPECT_TRUE(VXMakeMolecularGaussianGrid(once, mol, 0.1f));
+  EXPECT_TRUE(VXMakeMolecularGaussianGrid(twice, mol) && VXMakeMolecularGaussianGrid(twice, mol, 3));
+  for (unsigned i = 0; i < 1000; ++i) EXPECT_FLOAT_EQ(twice.GetValues()[i], 2 * once.GetValues()[i]);
+
+  VXScalarGrid plain(10, 10, 10, 0, 0, 0, 0.7f, "title", nullptr);
+  for (int pass = 0; pass < 2; ++pass) {
+    EXPECT_TRUE(VXMakeMolecularGaussianGrid(plain, mol));
+    EXPECT_TRUE(same_bits(once.GetValues(), values_of(plain)));
+  }
+  EXPECT_TRUE(VXMakeMolecularGaussianGrid(plain, mol, 0.5f));
+  EXPECT_TRUE(VXGridSameGeometry(plain, sized) && same_bits(sized.GetValues(), values_of(plain)));
+
+  EXPECT_FALSE(VXMakeMolecularGaussianGrid(sized, VXGraphMol(), 0.5f));
+  EXPECT_TRUE(same_bits(sized.GetValues(), values_of(plain))) << "as it was";
+  EXPECT_FALSE(VXMakeMolecularGaussianGrid(plain, VXGraphMol(), 0.5f));
+  EXPECT_EQ(plain.GetSize(), 1u) << "the empty grid is assigned";
+}
+
+TEST(MolecularGaussianGrid, RadiiAndProductForm) {
+  const VXScalarGrid coarse(3, 3, 3, 0, 0, 0, 0.9f, "", nullptr);
+  const double kappa = std::pow(2.7 * 3 * std::sqrt(kPi) / 4, 2 / 3.0);
+  for (const double radius : {0.0, -1.0}) {
+    const VXGraphMol mol = molecule({{0, radius}});
+    VXZemoGrid grid(coarse);
+    EXPECT_TRUE(VXMakeMolecularGaussianGrid(grid, mol));
+    EXPECT_NEAR(grid.GetValues()[4], 2.7 * std::exp(-kappa * 0.81 / 1.6 / 1.6), 1e-5) << "1.6 Å of oxygen";
+    EXPECT_EQ(VXIter<VXAtomBase>(mol.GetAtoms())->GetRadius(), radius) << "of the caller";
+  }
+  // With one radius above 0 the others stay: a radius of 0 puts 2.7 on one point.
+  VXZemoGrid wide(VXScalarGrid(5, 5, 5, 0, 0, 0, 30, "", nullptr));
+  EXPECT_TRUE(VXMakeMolecularGaussianGrid(wide, molecule({{0, 0}, {40, 1}})));
+  EXPECT_EQ(std::accumulate(wide.GetValues(), wide.GetValues() + 125, 0.0f), 2.7f);
+  // 1 - (1 - 2.7) at an atom, 1 - 1.7^2 at two in one place; former values go.
+  for (const std::size_t atoms : {1, 2}) {
+    EXPECT_EQ(vx_make_molecular_product_gaussian_grid(molecule({atoms, {0, 1}}), 0.1f, wide), 1);
+    EXPECT_FLOAT_EQ(wide.GetValues()[62], atoms == 1 ? 2.7f : 1 - 1.7f * 1.7f);
+  }
+}
+
+TEST(MolecularGaussianGrid, RefusesWhatNoGridHolds) {
+  const char *const large = "too large", *const zero = "spacing above 0";
+  const std::tuple<float, float, const char*> rows[] = {
+      {1e6f, 0.5f, large}, {NAN, 0.5f, large}, {5, 0, zero}, {5, -1, zero}, {5, NAN, zero}};
+  for (const auto& [x, spacing, says] : rows) {
+    CapturedLog log;
+    VXZemoGrid grid, explicitly;
+    const float coords[] = {x, 0, 0, 0, 0, 0}, radii[] = {1, 1};
+    EXPECT_TRUE(VXMakeMolecularGaussianGrid(grid, molecule({{x, 1}, {0, 1}}), spacing));
+    EXPECT_THAT(log.text(), HasSubstr(says));
+    if (!(spacing > 0)) vx_make_gaussian_grid_explicit(coords, radii, nullptr, 2, spacing, explicitly, 0);
+    EXPECT_EQ(grid.GetSize() * explicitly.GetSize(), 1u);
+  }
+}
+
+TEST(ExplicitGaussianGrid, SameBitsAsPlainBoxes) {
+  const Gaussians all(40, 6, 11);
+  for (const bool widths : {true, false})
+    for (const bool own : {true, false}) {
+      VXZemoGrid grid(VXScalarGrid(22, 15, 19, 0, 0, 0, 0.4f, "", nullptr));
+      Lattice plain(22, 15, 19, 0.4f);
+      float last = 2.7f;  // the reach is that of the prefactor before
+      for (int i = 0; i < 40; ++i) {
+        Gsphere g = all.spheres[i];
+        if (!own) g.prefactor = 2.7f;
+        g.radius = widths
+                       ? static_cast<float>(std::sqrt(std::log(std::fabs(last) / double{0.001f}) / g.width))
+                       : all.radii[i];
+        if (plain_gaussian(plain.grid, g, kSum, false, [](float x) { return std::exp(double{x}); }))
+          last = g.prefactor;
+      }
+      vx_make_gaussian_grid_explicit(all.coords.data(), (widths ? all.widths : all.radii).data(),
+                                     own ? all.prefactors.data() : nullptr, 40, 1, grid, widths);
+      EXPECT_TRUE(same_bits(grid.GetValues(), plain.floats)) << widths << own;
+    }
+}
+
+TEST(GridSize, OfGaussians) {
+  float coords[] = {1, 2, 3, 4, 2, 2}, radii[] = {1, 1.5f}, widths[] = {2, 0.5f}, prefactors[] = {1, -3},
+        mid[3];
+  VXZemoGrid by_radius, by_width;
+  vx_make_gaussian_grid_explicit(coords, radii, nullptr, 2, 0.4f, by_radius, 0);
+  EXPECT_THAT(dims(by_radius), ElementsAre(16, 8, 11)) << "3, 0, 1 and twice 1.5 Å";
+  EXPECT_FLOAT_EQ(by_radius.GetXMid(), 2.5f);
+  vx_make_gaussian_grid_explicit(coords, widths, prefactors, 2, 0.4f, by_width, 1);
+  EXPECT_EQ(by_width.GetYDim(), 21u) << "2 sqrt(ln(3000) / 0.5) is 8.003";
+
+  int dim[3];
+  const auto size = [&](int n) {
+    vi_grid_size(n, coords, widths, prefactors, 0.01f, 0.4f, &mid[0], &mid[1], &mid[2], &dim[0], &dim[1],
+                 &dim[2]);
+  };
+  size(2);  // 1.517 and 3.378 Å: x from -0.517 (and 0.622) to 7.378
+  EXPECT_NEAR(mid[0], (7.378 - 0.517) / 2, 1e-3);
+  EXPECT_THAT(dim, ElementsAre(2 * 9 + 3, 2 * 8 + 3, 2 * 8 + 3));
+  coords[0] = 3e38f;
+  size(2);
+  EXPECT_EQ(dim[0], std::numeric_limits<int>::max());
+  size(0);
+  EXPECT_THAT(dim, Each(3));
+}

@@ -1,0 +1,158 @@
+#include <vxgrid/molgrid/sphere_grid.h>
+
+#include <cmath>
+#include <random>
+
+#include <vxgrid/molgrid/molecular_grid.h>
+
+#include "processing/lattices.h"
+#include "support/support.h"
+
+using namespace VXCore;
+using testing::Each;
+
+namespace {
+
+constexpr int kSpheres = 9;
+
+/// The same spheres in every layout, by kind from 1 on.
+struct Spheres {
+  Spheres() {
+    std::mt19937 random(4);
+    std::uniform_real_distribution<float> place(-5, 5), radius(0.3f, 2.5f);
+    for (int i = 0; i < kSpheres; ++i) {
+      const float x = place(random), y = place(random), z = place(random), r = radius(random);
+      atoms.push_back({x, y, z, {7, 7, 7, 7, 7, 7}});
+      points.insert(points.end(), {x, y, z});
+      xyzr.insert(xyzr.end(), {x, y, z, r});
+      doubles.insert(doubles.end(), {x, y, z});
+      radii.push_back(r);
+    }
+  }
+  void* of_kind(int kind) {
+    void* const items[] = {atoms.data(), points.data(), points.data(), xyzr.data(), doubles.data()};
+    return items[kind - 1];
+  }
+
+  std::vector<PdbStruct> atoms;
+  std::vector<float> points, xyzr, radii;
+  std::vector<double> doubles;
+};
+
+/// Checks each point with (d / r)^2 - 1 of the i-th sphere, in double: check(n, on_low_face, outside(i, r)).
+/// The walk's rounding decides within some 1e-5 of 0.
+template <class Check>
+void each_point(const GridStruct& g, const Spheres& spheres, Check check) {
+  const double h = g.spacing;
+  for (int k = 0, n = 0; k < g.zdim; ++k)
+    for (int j = 0; j < g.ydim; ++j)
+      for (int i = 0; i < g.xdim; ++i, ++n)
+        check(n, i * j * k == 0, [&](int s, double r) {
+          const float* const c = &spheres.points[3 * s];
+          return (std::pow(g.xmid + (i - (g.xdim - 1) / 2.0) * h - c[0], 2) +
+                  std::pow(g.ymid + (j - (g.ydim - 1) / 2.0) * h - c[1], 2) +
+                  std::pow(g.zmid + (k - (g.zdim - 1) / 2.0) * h - c[2], 2)) /
+                     (r * r) -
+                 1;
+        });
+}
+
+/// How many integers are `value`.
+auto count(const GridStruct& g, int value) {
+  return std::count(g.integers, g.integers + g.xdim * g.ydim * g.zdim, value);
+}
+
+}  // namespace
+
+TEST(SphToGrid, MarksTheUnionInEveryLayout) {
+  Spheres all;
+  for (int kind = 1; kind <= 5; ++kind) {
+    GridStruct g{};
+    EXPECT_EQ(vi_sph_to_grid(0, all.of_kind(kind), all.radii.data(), kSpheres, 0.7f, &g, 0.4f, 1, kind), 1);
+    ASSERT_NE(g.integers, nullptr);
+    int wrong = 0;
+    each_point(g, all, [&](int n, bool, auto outside) {
+      double nearest = 1e9;  // points, coordinates and doubles mark by the probe alone
+      for (int s = 0; s < kSpheres; ++s)
+        nearest = std::min(nearest, outside(s, (kind % 3 == 1 ? all.radii[s] : 0) + 0.7f));
+      if (std::fabs(nearest) > 1e-4) wrong += g.integers[n] != (nearest < 0);
+    });
+    EXPECT_EQ(wrong, 0) << kind;
+    EXPECT_GT(count(g, 1), 100);
+    vx_deallocate_grid_struct(g, true, false);
+  }
+}
+
+TEST(SphToGrid, LatticeAndMarks) {
+  float unit[] = {0, 0, 0, 1}, sphere[] = {1, 2, 3, 0.8f};
+  PdbStruct atom{1, 1, 1, {}};
+  const float inf = INFINITY;
+  // Items, number, probe, spacing, border, kind; then the dimension of all axes and the points marked.
+  const std::tuple<void*, int, float, float, float, int, int, int> rows[] = {
+      {unit, 1, 0, 1, 0, 4, 5, 1},               // 1 > 1 fails for the neighbours
+      {sphere, 1, 0.5f, 0.5f, 0.3f, 4, 11, 81},  // 0.8 + 0.5, and the probe again in the margin 0.3 + 0.5
+      {sphere, 1, 0.5f, 0.5f, 0, 9, 5, 0},       // no such kind: a point at the origin
+      {&atom, 1, 0.6f, 0.5f, 0, 1, 7, 7},        // radii that atoms lack are 0
+      {unit, 1, 3, 1, -7, 4, 3, 27},             // a margin below 0 leaves the sphere's rim outside
+      {unit, 1, inf, 1, 0, 4, 3, 0},
+      {unit, 0, 0, 1, 0, 4, -199997, 0},
+      {unit, 0, 0, -1, 0, 4, 200003, 0},
+      {unit, 0, 0, 1e-30f, 0, 4, std::numeric_limits<int>::min(), 0}};
+  GridStruct g{};
+  for (const auto& [items, n, probe, spacing, border, kind, dim, marked] : rows) {
+    EXPECT_EQ(vi_sph_to_grid(0, items, nullptr, n, probe, &g, spacing, border, kind), 1);
+    EXPECT_THAT((std::vector<int>{g.xdim, g.ydim, g.zdim}), Each(dim));
+    EXPECT_EQ(g.integers != nullptr, n > 0) << "nothing of a size that no int holds";
+    if (g.integers) {
+      EXPECT_EQ(count(g, 1), marked) << dim;
+    }
+  }
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(vi_sph_to_grid(0, unit, nullptr, 1, 0, &g, 0, 0, 4) +
+                vi_sph_to_grid(0, unit, nullptr, 1, 0, &g, NAN, 0, 4),
+            2);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "cant have a grid of zero spacing!cant have a grid of zero spacing!");
+  EXPECT_EQ(g.spacing, 1e-30f) << "as it was";
+}
+
+TEST(MapSpheresToGrid, LaterNumbersWin) {
+  Spheres all;
+  const char* const types[] = {"atoms", "points", "coordinates", "spheres"};
+  for (int kind = 1; kind <= 4; ++kind) {
+    Lattice l(23, 31, 17, 0.4f, 0.5f, 0, -1);
+    EXPECT_EQ(vi_map_spheres_to_grid(all.of_kind(kind), types[kind - 1], all.radii.data(), l.grid, 0.3f,
+                                     kSpheres, 2.5f),
+              1);
+    int wrong = 0;
+    each_point(l.grid, all, [&](int n, bool low_face, auto outside) {
+      int number = 0;
+      for (int s = 0; s < kSpheres; ++s) {
+        const double out = outside(s, all.radii[s] + 0.3f);
+        if (std::fabs(out) < 1e-4) return;
+        if (out < 0 && !low_face) number = s + 1;  // index 0 is never marked
+      }
+      wrong += l.integers[n] != number || l.floats[n] != (number ? 2.5f : 0);
+    });
+    EXPECT_EQ(wrong, 0) << types[kind - 1];
+  }
+}
+
+TEST(MapSpheresToGrid, Edges) {
+  float items[] = {NAN, 0, 0, 1, 0, 0, 0, INFINITY, 9e9f, 0, 0, 1};
+  Lattice l(4, 4, 4, 1);
+  GridStruct floats = l.grid, integers = l.grid;
+  floats.integers = nullptr;
+  integers.floats = nullptr;
+  CapturedLog log;
+  for (const char* type : {"doubles", "points", "spheres"})  // an empty operation, radii of 0, no spheres
+    EXPECT_EQ(vi_map_spheres_to_grid(items + 4, type, nullptr, l.grid, 0, *type != 's', 5), 1);
+  EXPECT_EQ(vi_map_spheres_to_grid(items, "Atoms", nullptr, l.grid, 0, 1, 5), 0);
+  EXPECT_EQ(log.text(), "Warning: no such sphere type as Atoms\n");
+  EXPECT_EQ(count(l.grid, 0), 64);
+  vi_map_spheres_to_grid(items, "spheres", nullptr, integers, 0, 3, 5);
+  EXPECT_EQ(count(l.grid, 2), 27) << "of the infinite one alone, without the first planes";
+  EXPECT_THAT(l.floats, Each(0));
+  vi_map_spheres_to_grid(items, "spheres", nullptr, floats, 0, 3, 5);
+  EXPECT_EQ(std::count(l.floats.begin(), l.floats.end(), 5.0f), 27);
+}
