@@ -46,6 +46,8 @@ TARGETS = [
     ("density*", "plain", 0.45),
     ("density*", "gemmi", 0.55),
     ("fit*", "density-fitness", 0.3),
+    ("molecular_grid*", "plain", 1 / 7),
+    ("molecular_grid*", "rdkit", 1.0),
 ]
 
 OURS = "vxgrid"
@@ -187,6 +189,34 @@ class MrcfileWrite:
         self.work = lambda: mrcfile.write(name, values, overwrite=True)
 
 
+class RdkitShape:
+    """EncodeShape of the first 68 atoms of 4HG7 onto a grid that is there, of RDKit's spacing and size: the
+    lattice of ours. Its atoms come without bonds, which the shape does not use."""
+
+    paths, side, module = "molecular_grid/rdkit_size", "rdkit", "rdkit"
+
+    def __init__(self, *_):
+        from rdkit import Chem
+        from rdkit.Chem import rdShapeHelpers
+        from rdkit.DataStructs import DiscreteValueType
+        from rdkit.Geometry import rdGeometry
+
+        self.items = 0
+        lines = (pathlib.Path(__file__).resolve().parent.parent / "examples/data/4hg7.pdb").read_text().splitlines()
+        atoms = [line for line in lines if line.startswith("ATOM  ")][:68]
+        mol = Chem.RWMol()
+        conformer = Chem.Conformer(len(atoms))
+        for i, line in enumerate(atoms):
+            mol.AddAtom(Chem.Atom(line[76:78].strip()))
+            conformer.SetAtomPosition(i, rdGeometry.Point3D(*(float(line[30 + 8 * a:38 + 8 * a]) for a in range(3))))
+        mol.AddConformer(conformer)
+        low, high = rdShapeHelpers.ComputeConfBox(mol.GetConformer())
+        grid = rdGeometry.UniformGrid3D(*(high[a] - low[a] for a in range(3)), 0.5,
+                                        DiscreteValueType.TWOBITVALUE, low)
+        assert (grid.GetNumX(), grid.GetNumY(), grid.GetNumZ()) == (31, 40, 29)
+        self.work = lambda: rdShapeHelpers.EncodeShape(mol, grid, ignoreHs=False)
+
+
 def cube(size):
     import numpy
 
@@ -194,7 +224,7 @@ def cube(size):
     return numpy.random.default_rng(1).random((edge, edge, edge), dtype=numpy.float32)
 
 
-PYTHON_PEERS = [ScipyTrilinear, MrcfileRead, MrcfileWrite]
+PYTHON_PEERS = [ScipyTrilinear, MrcfileRead, MrcfileWrite, RdkitShape]
 
 
 def python_peers(results, scratch, missing):
