@@ -17,8 +17,8 @@ namespace VXCore::lattice {
 inline int truncate(float x) { return _mm_cvttss_si32(_mm_set_ss(x)); }
 inline int truncate(double x) { return _mm_cvttsd_si32(_mm_set_sd(x)); }
 
-// 2 trunc(steps) + 3, the samples of an axis that reaches past so many steps on both sides of its middle. What
-// no int can hold becomes the nearest int, and not-a-number 3.
+// 2 trunc(steps) + 3, the samples of an axis that reaches past so many steps on both sides of its middle.
+// What no int can hold becomes the nearest int, and not-a-number 3.
 inline int odd_dimension(float steps) {
   const float half = std::trunc(steps);
   if (!(half < 0x1p30f)) return half > 0.0f ? std::numeric_limits<int>::max() : 3;
