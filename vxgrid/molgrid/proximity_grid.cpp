@@ -7,8 +7,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <new>
+
+#include <emmintrin.h>
 
 #include <vxgrid/host/error_handler.h>
 #include <vxgrid/processing/grid_struct.h>
@@ -52,14 +55,16 @@ int stride_of(int kind) {
 
 /// The place of a lattice: what turns coordinates into steps from its first cell.
 struct Origin {
-  explicit Origin(const GridStruct& grid) : inverse(1.0f / grid.spacing) {
+  explicit Origin(const GridStruct& grid)
+      : inverse(1.0f / grid.spacing), dims{grid.xdim, grid.ydim, grid.zdim} {
     float high[3];
     vi_get_grid_limits(grid, &low[0], &low[1], &low[2], &high[0], &high[1], &high[2]);
   }
   float low[3], inverse;
+  int dims[3];
 };
 
-/// A run of cells along x, end exclusive.
+/// A run of cells along x, as elements of its plane, end exclusive.
 struct Run {
   std::ptrdiff_t first, end;
 };
@@ -72,93 +77,167 @@ struct Run {
 /// runs are those of the plain walk (ProximityGrid.SameAsPlainWalk).
 class Spheres {
  public:
-  Spheres(const GridStruct& grid, const Points<float>& points) : points_(points), origin_(grid) {
-    const int dims[3] = {grid.xdim, grid.ydim, grid.zdim};
-    std::copy_n(dims, 3, dims_);
+  Spheres(const GridStruct& grid, const Points<float>& points) : dims_{grid.xdim, grid.ydim, grid.zdim} {
+    const Origin origin(grid);
+    plane_.resize(static_cast<std::size_t>(dims_[2]) + 2);
+    Ball ball;
+    for (int i = 0; i < points.n; ++i)
+      if (Place(points, i, origin, ball))
+        for (int z = ball.z.first; z < ball.z.end; ++z) ++plane_[z + 2];
+    for (std::size_t z = 2; z < plane_.size(); ++z) plane_[z] += plane_[z - 1];
+    slices_.resize(plane_.back());
+    for (int i = 0; i < points.n; ++i) {
+      if (!Place(points, i, origin, ball)) continue;
+      const float dz = static_cast<float>(ball.z.first) - ball.at[2];
+      float dz2 = dz * dz, step = 2.0f * dz + 1.0f;
+      for (int z = ball.z.first; z < ball.z.end; ++z, dz2 += step, step += 2.0f)
+        slices_[plane_[z + 1]++] = {i, ball.at[0], ball.at[1], dz2, ball.radius};
+    }
   }
 
-  /// Calls visit(run) for the runs of point i, by rising element.
+  /// Calls visit(point, run) for the runs in a plane of cells, by rising point.
   template <class Visit>
-  void ForEachRun(int i, Visit visit) const {
-    const float radius = (points_.radius(i) + points_.probe) * origin_.inverse;
-    if (!points_.is_finite(i) || !(radius > 0.0f) || !std::isfinite(radius)) return;
-    float f[3];
-    int first[3], end[3];
-    for (int axis = 0; axis < 3; ++axis) {
-      f[axis] = (points_[i][axis] - origin_.low[axis]) * origin_.inverse;
-      first[axis] = std::max(Truncated(f[axis] - radius, dims_[axis]) + 1, 0);
-      end[axis] = std::min(Truncated(f[axis] + radius, dims_[axis]) + 1, dims_[axis]);
-      if (!std::isfinite(f[axis]) || !(first[axis] < end[axis])) return;
-    }
-    const RowWalk row{f[0], radius * radius, first[0], end[0], RoundingOfSums(radius)};
-    const float dz = static_cast<float>(first[2]) - f[2], dy = static_cast<float>(first[1]) - f[1];
-    float dz2 = dz * dz, z_step = 2.0f * dz + 1.0f;
-    for (int z = first[2]; z < end[2]; ++z) {
-      std::ptrdiff_t element = dims_[0] * (first[1] + dims_[1] * static_cast<std::ptrdiff_t>(z));
-      float dyz2 = dz2 + dy * dy, y_step = 2.0f * dy + 1.0f;
-      for (int y = first[1]; y < end[1]; ++y, element += dims_[0]) {
-        Run run;
-        if (row.Find(dyz2, run)) visit(Run{element + run.first, element + run.end});
-        dyz2 += y_step;
-        y_step += 2.0f;
+  void ForEachRun(int z, Visit visit) const {
+    for (std::size_t s = plane_[z]; s < plane_[z + 1]; ++s) {
+      const Slice& slice = slices_[s];
+      const Range range(slice.y, slice.radius, dims_[1]);
+      const Rows rows(slice.x, slice.radius, Range(slice.x, slice.radius, dims_[0]));
+      const float dy = static_cast<float>(range.first) - slice.y;
+      float dyz2 = slice.dz2 + dy * dy, step = 2.0f * dy + 1.0f;
+      const auto next = [&] {
+        const float d2 = dyz2;
+        dyz2 += step;
+        step += 2.0f;
+        return d2;
+      };
+      std::ptrdiff_t element = std::ptrdiff_t{dims_[0]} * range.first;
+      for (int y = range.first; y < range.end; y += Rows::kLanes) {
+        const float a = next(), b = next(), c = next(), d = next();
+        int from[Rows::kLanes], end[Rows::kLanes];
+        rows.Find(_mm_setr_ps(a, b, c, d), from, end);
+        const int lanes = std::min(Rows::kLanes, range.end - y);
+        for (int lane = 0; lane < lanes; ++lane, element += dims_[0])
+          if (from[lane] < end[lane]) visit(slice.point, Run{element + from[lane], element + end[lane]});
       }
-      dz2 += z_step;
-      z_step += 2.0f;
     }
   }
 
  private:
-  /// Truncated, and bounded to what an axis of `dim` cells can tell apart.
-  static int Truncated(float x, int dim) {
-    if (!(x > -2.0f)) return -2;
-    return x < static_cast<float>(dim) ? static_cast<int>(x) : dim;
-  }
-
-  /// A bound of the difference between the sums along a row and exact arithmetic. With n <= 2 (radius + 1)
-  /// terms below 2 (radius + 2) the step sums are off by n roundings of one term each, d2 by their sum
-  /// and by n roundings of at most 3 (radius + 2)^2.
-  static float RoundingOfSums(float radius) {
-    const float reach = radius + 2.0f;
-    return 0x1p-24f * 16.0f * reach * reach * reach;
-  }
-
-  struct RowWalk {
-    float centre, radius2;
+  /// The cells of an axis from trunc(at - radius) + 1 to trunc(at + radius), end exclusive, on the lattice.
+  struct Range {
+    Range() = default;
+    Range(float at, float radius, int dim)
+        : first(std::max(Truncated(at - radius, dim) + 1, 0)),
+          end(std::min(Truncated(at + radius, dim) + 1, dim)) {}
     int first, end;
-    double rounding;
 
-    bool Find(float dyz2, Run& run) const {
-      const double room = static_cast<double>(radius2) - dyz2;
-      if (!std::isfinite(room)) return Walk(dyz2, run);
-      if (room < -rounding) return false;
-      const double half = std::sqrt(std::max(room, 0.0));
-      const double at = centre;
-      const double low = std::clamp<double>(at - half, first, end);
-      const double high = std::clamp<double>(at + half, first - 1, end - 1);
-      const int from = static_cast<int>(low) + (low > static_cast<int>(low));
-      const int to = static_cast<int>(high) - (high < static_cast<int>(high));
-      run = {from, to + 1};
-      const auto is_certain = [&](int x) { return std::fabs((x - at) * (x - at) - room) > rounding; };
-      if (is_certain(from - 1) & is_certain(from) & is_certain(to) & is_certain(to + 1)) return from <= to;
-      return Walk(dyz2, run);
+   private:
+    /// Bounded to what an axis of `dim` cells can tell apart.
+    static int Truncated(float x, int dim) {
+      if (!(x > -2.0f)) return -2;
+      return x < static_cast<float>(dim) ? static_cast<int>(x) : dim;
+    }
+  };
+  struct Ball {
+    float at[3], radius;
+    Range z;
+  };
+  /// What of a ball lies in one plane of cells.
+  struct Slice {
+    int point;
+    float x, y, dz2, radius;
+  };
+
+  /// False for a point that is near no cell.
+  static bool Place(const Points<float>& points, int i, const Origin& origin, Ball& ball) {
+    ball.radius = (points.radius(i) + points.probe) * origin.inverse;
+    if (!(ball.radius > 0.0f) || !std::isfinite(ball.radius)) return false;
+    for (int axis = 0; axis < 3; ++axis) {
+      ball.at[axis] = (points[i][axis] - origin.low[axis]) * origin.inverse;
+      ball.z = Range(ball.at[axis], ball.radius, origin.dims[axis]);
+      if (!std::isfinite(ball.at[axis]) || ball.z.first >= ball.z.end) return false;
+    }
+    return true;
+  }
+
+  /// The runs of a ball's rows, four rows at a time.
+  class Rows {
+   public:
+    static constexpr int kLanes = 4;
+    /// Cells below this are whole floats, and so are their neighbours.
+    static constexpr int kWhole = 1 << 23;
+
+    Rows(float at, float radius, const Range& range)
+        : at_(at),
+          radius2_(radius * radius),
+          doubt_(range.end < kWhole ? RoundingOfSums(radius) : std::numeric_limits<float>::infinity()),
+          first_(range.first),
+          end_(range.end) {}
+
+    /// The cells of each row whose d2, `base` without its x part, stays below radius^2.
+    void Find(__m128 base, int* from, int* end) const {
+      const __m128 at = _mm_set1_ps(at_), doubt = _mm_set1_ps(doubt_), one = _mm_set1_ps(1.0f);
+      const __m128 first = _mm_set1_ps(static_cast<float>(first_)),
+                   stop = _mm_set1_ps(static_cast<float>(end_));
+      const __m128 room = _mm_sub_ps(_mm_set1_ps(radius2_), base);
+      const __m128 half = _mm_sqrt_ps(_mm_max_ps(room, _mm_setzero_ps()));
+      const __m128 low = _mm_min_ps(_mm_max_ps(_mm_sub_ps(at, half), first), stop);
+      const __m128 high =
+          _mm_max_ps(_mm_min_ps(_mm_add_ps(at, half), _mm_sub_ps(stop, one)), _mm_sub_ps(first, one));
+      // Rounded up and down to whole cells x and w.
+      const __m128 low_cell = _mm_cvtepi32_ps(_mm_cvttps_epi32(low));
+      const __m128 high_cell = _mm_cvtepi32_ps(_mm_cvttps_epi32(high));
+      const __m128 x = _mm_add_ps(low_cell, _mm_and_ps(_mm_cmpgt_ps(low, low_cell), one));
+      const __m128 w = _mm_sub_ps(high_cell, _mm_and_ps(_mm_cmplt_ps(high, high_cell), one));
+      const auto is_certain = [&](__m128 cell) {
+        const __m128 dx = _mm_sub_ps(cell, at), excess = _mm_sub_ps(_mm_mul_ps(dx, dx), room);
+        return _mm_cmpgt_ps(_mm_andnot_ps(_mm_set1_ps(-0.0f), excess), doubt);
+      };
+      const __m128 is_empty = _mm_cmplt_ps(room, _mm_sub_ps(_mm_setzero_ps(), doubt));
+      const __m128 ends = _mm_and_ps(_mm_and_ps(is_certain(x), is_certain(_mm_sub_ps(x, one))),
+                                     _mm_and_ps(is_certain(w), is_certain(_mm_add_ps(w, one))));
+      const __m128i x_end = _mm_cvttps_epi32(_mm_add_ps(w, one));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(from), _mm_cvttps_epi32(x));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(end), _mm_andnot_si128(_mm_castps_si128(is_empty), x_end));
+      const int certain = _mm_movemask_ps(_mm_or_ps(ends, is_empty));
+      if (certain == 0xF) return;
+      float bases[kLanes];
+      _mm_storeu_ps(bases, base);
+      for (int lane = 0; lane < kLanes; ++lane)
+        if (!(certain >> lane & 1)) Walk(bases[lane], from[lane], end[lane]);
     }
 
-    bool Walk(float dyz2, Run& run) const {
-      const float dx = static_cast<float>(first) - centre;
-      float d2 = dyz2 + dx * dx, step = 2.0f * dx + 1.0f;
-      run = {end, 0};
-      for (int x = first; x < end; ++x) {
-        if (d2 < radius2) run = {std::min<std::ptrdiff_t>(run.first, x), x + 1};
+   private:
+    /// A bound of the difference between the sums along a row and exact arithmetic, and of the rounding
+    /// here. With n <= 2 (radius + 1) terms below 2 (radius + 2) the step sums are off by n roundings of one
+    /// term each, d2 by their sum and by n roundings of at most 3 (radius + 2)^2.
+    static float RoundingOfSums(float radius) {
+      const float reach = radius + 2.0f;
+      return 0x1p-24f * 24.0f * reach * reach * reach;
+    }
+
+    void Walk(float base, int& from, int& end) const {
+      const float dx = static_cast<float>(first_) - at_;
+      float d2 = base + dx * dx, step = 2.0f * dx + 1.0f;
+      from = end_;
+      end = 0;
+      for (int x = first_; x < end_; ++x) {
+        if (d2 < radius2_) {
+          from = std::min(from, x);
+          end = x + 1;
+        }
         d2 += step;
         step += 2.0f;
       }
-      return run.first < run.end;
     }
+
+    float at_, radius2_, doubt_;
+    int first_, end_;
   };
 
-  Points<float> points_;
-  Origin origin_;
   int dims_[3];
+  std::vector<Slice> slices_;       // by plane, then by point
+  std::vector<std::size_t> plane_;  // the first slice of each plane
 };
 
 std::ptrdiff_t element_count(const GridStruct& grid) {
@@ -190,49 +269,54 @@ bool renew_integers(GridStruct& grid) {
   return true;
 }
 
-/// Counts, adds up and fills. `mask` is 0 for the cells that take no part, or null.
+/// Counts, adds up and fills, a plane of cells at a time, so that its cells and lists stay in the cache while
+/// points in any order visit them. `mask` is 0 for the cells that take no part, or null.
 int fill_lists(GridStruct& grid, const Points<float>& points, const unsigned char* mask,
                std::vector<int>& list) {
+  struct PointRun {
+    int point;
+    Run run;
+  };
   const Spheres spheres(grid, points);
-  const std::ptrdiff_t cells = element_count(grid);
-  int* const cell = grid.integers;
-
-  // A run counts once more at its start and once less at its end: the sum up to a cell is the cell's count.
-  for (int i = 0; i < points.n; ++i)
-    spheres.ForEachRun(i, [=](Run run) {
+  const std::ptrdiff_t plane = std::ptrdiff_t{grid.xdim} * grid.ydim;
+  std::vector<PointRun> runs;
+  std::int64_t next = 1;
+  for (int z = 0; z < grid.zdim; ++z) {
+    int* const cell = grid.integers + z * plane;
+    // A run counts once more at its start and once less at its end: the sum up to a cell is the cell's count.
+    runs.clear();
+    spheres.ForEachRun(z, [&](int point, Run run) {
+      runs.push_back({point, run});
       ++cell[run.first];
-      if (run.end < cells) --cell[run.end];
+      if (run.end < plane) --cell[run.end];
     });
-  std::int64_t total = 0;
-  for (std::ptrdiff_t c = 0, count = 0; c < cells; ++c) {
-    count += cell[c];
-    cell[c] = mask && !mask[c] ? 0 : static_cast<int>(count);
-    total += cell[c] ? std::int64_t{cell[c]} + 1 : 0;
-  }
-  if (total == 0) return 0;
-  if (total >= INT_MAX) {
-    vx_zero_grid_struct(grid, true, false, 0);
-    return no_room(grid);
-  }
-  list.assign(static_cast<std::size_t>(total) + 1, 0);
-  int next = 1;
-  for (std::ptrdiff_t c = 0; c < cells; ++c)
-    if (cell[c]) {
-      next += cell[c];
-      cell[c] = next - 1;
-      ++next;
+    if (runs.empty()) continue;
+    const bool is_first = next == 1;
+    const unsigned char* const takes_part = mask ? mask + z * plane : nullptr;
+    for (std::int64_t c = 0, count = 0; c < plane; ++c) {
+      count += cell[c];
+      const std::int64_t listed = takes_part && !takes_part[c] ? 0 : count;
+      next += listed;
+      cell[c] = listed ? static_cast<int>(next - 1) : 0;
+      next += listed != 0;
+      if (next > INT_MAX) {
+        vx_zero_grid_struct(grid, true, false, 0);
+        return no_room(grid);
+      }
     }
+    if (next == 1) continue;
+    if (is_first) list.assign(1, 0);
+    list.resize(static_cast<std::size_t>(next));
 
-  // Points enter their runs from the back; each cell comes down to the slot before its run.
-  int* const slots = list.data();
-  for (int i = 0; i < points.n; ++i)
-    spheres.ForEachRun(i, [=](Run run) {
-      for (std::ptrdiff_t c = run.first; c < run.end; ++c)
-        if (!mask || mask[c]) slots[cell[c]--] = i + 1;
-    });
-  // The first run starts at slot 1: its cell has come down to 0 and stays there, as the header says.
-  for (std::ptrdiff_t c = 0; c < cells; ++c) cell[c] += cell[c] != 0;
-  return 1;
+    // Points enter their runs from the back; each cell comes down to the slot before its run.
+    int* const slots = list.data();
+    for (const PointRun& entry : runs)
+      for (std::ptrdiff_t c = entry.run.first; c < entry.run.end; ++c)
+        if (!takes_part || takes_part[c]) slots[cell[c]--] = entry.point + 1;
+    // The first run of all starts at slot 1: its cell has come down to 0 and stays there, as the header says.
+    for (std::ptrdiff_t c = 0; c < plane; ++c) cell[c] += cell[c] != 0;
+  }
+  return next > 1;
 }
 
 /// Midpoint and dimensions of a lattice around the spheres, `margin` wider at each end.
@@ -307,10 +391,10 @@ int vx_make_masked_and_boxed_proximity_grid(float* coords, float* radii, int n, 
   if (cells == 0 || !mask || !renew_integers(*grid)) return no_room(*grid);
   std::fill_n(mask.get(), cells, static_cast<unsigned char>(1));
   const Spheres cut(*grid, {mask_coords, 3, mask_n, mask_radii, mask_probe});
-  for (int i = 0; i < mask_n; ++i)
-    cut.ForEachRun(i, [&](Run run) {
-      std::fill(mask.get() + run.first, mask.get() + run.end, static_cast<unsigned char>(0));
-    });
+  for (int z = 0; z < grid->zdim; ++z) {
+    unsigned char* const plane = mask.get() + z * (cells / grid->zdim);
+    cut.ForEachRun(z, [=](int, Run run) { std::fill(plane + run.first, plane + run.end, char{0}); });
+  }
   return fill_lists(*grid, {coords, 3, n, radii, probe}, mask.get(), list);
 }
 
