@@ -111,20 +111,15 @@ TEST(GaussianContainer, CopiesAreDeepAndPlain) {
   VXGaussianContainer set, assigned;
   fill(set);
   fill(assigned);
-  assigned = static_cast<const VXGaussianContainerBase&>(set);
-  set = static_cast<const VXGaussianContainerBase&>(set);
-  EXPECT_EQ(set.NumGaussians(), 3u);
-  const std::unique_ptr<VXGaussianContainerBase> copies[] = {
-      std::unique_ptr<VXGaussianContainerBase>(set.CreateCopy()),
-      std::make_unique<VXGaussianContainerImpl>(VXGaussianContainerImpl(set)),
-      std::make_unique<VXGaussianContainer>(assigned)};
+  assigned = static_cast<const VXGaussianContainerBase&>(VXGaussianContainerImpl(set));
+  assigned = static_cast<const VXGaussianContainerBase&>(assigned);
+  const std::unique_ptr<VXGaussianContainer> copy(assigned.CreateCopy());
   set.Clear();
-  for (const auto& copy : copies) {
-    EXPECT_TRUE(copy->HasData("charge"));
-    EXPECT_THAT(xs(*copy), ElementsAre(1, 100, 7));
-    for (const VXGaussianBase& g : VXIter<const VXGaussianBase>(std::as_const(*copy).GetGaussians()))
-      EXPECT_FALSE(dynamic_cast<const FarGaussian*>(&g));
-  }
+  assigned.Clear();
+  EXPECT_TRUE(copy->HasData("charge"));
+  EXPECT_THAT(xs(*copy), ElementsAre(1, 100, 7));
+  for (const VXGaussianBase& g : VXIter<VXGaussianBase>(copy->GetGaussians()))
+    EXPECT_FALSE(dynamic_cast<const FarGaussian*>(&g));
 }
 
 TEST(VXMakeGaussians, AppendsOneAnAtomAndMovesCenters) {

@@ -213,9 +213,8 @@ TEST(ShapeMultipoles, OfMolecules) {
     EXPECT_THAT(rotation, Pointwise(FloatNear(1e-4f), kIdentity));
     EXPECT_THAT(center, Pointwise(FloatNear(1e-4f), turned)) << "turned, then shifted by the first centre";
   }
-  EXPECT_LT(volumes[1], volumes[0] - 10) << "overlaps are taken off";
   gaussian.vx_calculate_volume_no_hydrogens(given, values);
-  EXPECT_EQ(values[0], volumes[2]);
+  EXPECT_TRUE(volumes[1] < volumes[0] - 10 && volumes[2] == values[0]) << "overlaps are taken off";
   given.GetCoords(before);
   EXPECT_EQ(gaussian.vx_calculate_shape_multipoles(given, "Atoms", values), 0);
   EXPECT_EQ(gaussian.vx_transform_to_inertial_frame_using_shape_multipoles(given, nullptr), 0);
