@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <utility>
 #include <vector>
 
 #include <vxgrid/host/error_handler.h>
@@ -79,10 +80,8 @@ MoleculeSource::MoleculeSource(const std::string& filename) : file_(VXGetMolecul
 
 bool MoleculeSource::next() {
   if (at_end_) return false;
-  const std::string_view passed = record().text;
-  line_ += std::count(passed.begin(), passed.end(), '\n');
-  start_ += length_;
-  length_ = 0;
+  line_ += std::exchange(lines_, 0);
+  start_ += std::exchange(length_, 0);
   is_ended_ = has_content_ = false;
   try {
     find_end();
@@ -161,6 +160,7 @@ void MoleculeSource::find_end_of_record() {
     is_ended_ = is_sdf && starts_with(line, "$$$$");
     has_content_ = has_content_ || !(is_ended_ || is_blank(line));
     length_ += line.size();
+    ++lines_;
   }
 }
 

@@ -37,6 +37,7 @@ class MoleculeSource {
   std::string buffer_;
   std::size_t start_ = 0;    // of the record, in the buffer
   std::size_t length_ = 0;   // of the record
+  long lines_ = 0;           // of the record, where the file has several
   std::size_t longest_ = 0;  // that a record of this file may be
   double size_ = 0;          // of the file, in the measure of vxistream::max_bytes_left
   unsigned long number_ = 0;
