@@ -5,8 +5,9 @@
 
 Every program of BUILD/bench is run. Its benchmarks are named "<path>/vxgrid" and "<path>/<peer>", arguments
 and options behind that name apart; each peer of a path makes a row. Where both report items processed, times
-are per item. Three peers live here: scipy for the trilinear path (on as many points as ours reports items),
-mrcfile for the CCP4 paths (on as many bytes as ours reports), and density-fitness for the whole `fit` command.
+are per item. These peers live here: scipy for the trilinear path and for the first correlation of the fit of
+Gaussians (on as many points as ours reports items), mrcfile for the CCP4 paths (on as many bytes as ours
+reports), RDKit for the molecular grid, and density-fitness for the whole `fit` command.
 
 Times are processor time, medians over all repetitions of all rounds, everything pinned to one processor, so
 each side has one thread. The exit status is 1 when a ratio misses its target or a program fails.
@@ -48,6 +49,8 @@ TARGETS = [
     ("fit*", "density-fitness", 0.3),
     ("molecular_grid*", "plain", 1 / 7),
     ("molecular_grid*", "rdkit", 1.0),
+    ("gaussian_fit/first", "scipy", 1.0),
+    ("gaussian_fit/further", "first", 0.01),
 ]
 
 OURS = "vxgrid"
@@ -145,7 +148,7 @@ def processor_ns(work):
 class ScipyTrilinear:
     """map_coordinates(order=1) on points spread evenly over a periodic map of 128^3 floats."""
 
-    paths, side, module = "trilinear*", "scipy", "scipy.ndimage"
+    paths, side, counts = "trilinear*", "scipy", "items"
 
     def __init__(self, ours, _):
         import numpy
@@ -162,10 +165,36 @@ class ScipyTrilinear:
         self.work = lambda: ndimage.map_coordinates(values, points, out, order=1, mode="grid-wrap")
 
 
+class ScipyCorrelation:
+    """correlate1d along x, y and z with three Gaussians, cut off at 1 %, at 0.5 Å."""
+
+    paths, side, counts = "gaussian_fit/first", "scipy", "items"
+
+    def __init__(self, ours, _):
+        import numpy
+        from scipy import ndimage
+
+        values = cube(4 * ours.items)
+        self.items = values.size
+        kernels = []
+        for radius in (3.2, 2.2, 1.2):
+            width, spacing = 2.344229 / radius**2, 0.5
+            reach = int((-numpy.log(0.01) / width) ** 0.5 / spacing)
+            kernels.append(spacing * numpy.exp(-width * (numpy.arange(-reach, reach + 1) * spacing) ** 2))
+
+        def correlate():
+            for kernel in kernels:
+                level = values
+                for axis in (2, 1, 0):
+                    level = ndimage.correlate1d(level, kernel, axis, mode="constant")
+
+        self.work = correlate
+
+
 class MrcfileRead:
     """mrcfile.read of a float map as large as ours."""
 
-    paths, side, module = "ccp4_read*", "mrcfile", "mrcfile"
+    paths, side, counts = "ccp4_read*", "mrcfile", "size"
 
     def __init__(self, ours, scratch):
         import mrcfile
@@ -179,7 +208,7 @@ class MrcfileRead:
 class MrcfileWrite:
     """mrcfile.write of a float map as large as ours, statistics included."""
 
-    paths, side, module = "ccp4_write*", "mrcfile", "mrcfile"
+    paths, side, counts = "ccp4_write*", "mrcfile", "size"
 
     def __init__(self, ours, scratch):
         import mrcfile
@@ -193,7 +222,7 @@ class RdkitShape:
     """EncodeShape of the first 68 atoms of 4HG7 onto a grid that is there, of RDKit's spacing and size: the
     lattice of ours. Its atoms come without bonds, which the shape does not use."""
 
-    paths, side, module = "molecular_grid/rdkit_size", "rdkit", "rdkit"
+    paths, side, counts = "molecular_grid/rdkit_size", "rdkit", "size"
 
     def __init__(self, *_):
         from rdkit import Chem
@@ -224,7 +253,7 @@ def cube(size):
     return numpy.random.default_rng(1).random((edge, edge, edge), dtype=numpy.float32)
 
 
-PYTHON_PEERS = [ScipyTrilinear, MrcfileRead, MrcfileWrite, RdkitShape]
+PYTHON_PEERS = [ScipyTrilinear, ScipyCorrelation, MrcfileRead, MrcfileWrite, RdkitShape]
 
 
 def python_peers(results, scratch, missing):
@@ -234,7 +263,7 @@ def python_peers(results, scratch, missing):
             ours = sides.get(OURS)
             if not fnmatch.fnmatch(path, kind.paths) or not ours:
                 continue
-            if not (ours.items if kind is ScipyTrilinear else ours.size):
+            if not getattr(ours, kind.counts):
                 missing.add(f"{kind.side} for {path}: ours reports no size")
                 continue
             try:

@@ -1,0 +1,379 @@
+#include <vxgrid/molgrid/gaussian_fit.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+#include <vxgrid/gaussian/gaussian_container.h>
+#include <vxgrid/gaussian/gaussian_width.h>
+#include <vxgrid/gaussian/gsphere.h>
+#include <vxgrid/molgrid/molecular_grid.h>
+
+#include "support/support.h"
+
+namespace VXCore {
+namespace {
+
+using Values = std::vector<float>;
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInf = std::numeric_limits<float>::infinity();
+
+float f(int i) { return static_cast<float>(i); }
+
+float width_of(float radius) {
+  const float prefactor = 2.7f;
+  float width;
+  vi_assign_gwid_from_rad_pre(&prefactor, &radius, &width, 1);
+  return width;
+}
+
+VXScalarGrid filled(unsigned int nx, unsigned int ny, unsigned int nz, float h, float value = 0) {
+  VXScalarGrid grid(nx, ny, nz, 1.0f, -2.0f, 3.0f, h, "", nullptr);
+  for (unsigned int i = 0; i < grid.GetSize(); ++i) grid[i] = value;
+  return grid;
+}
+
+/// Adds a Gaussian that stands on an element.
+void add_gaussian(VXScalarGrid& grid, int element, float prefactor, float width) {
+  const int nx = static_cast<int>(grid.GetXDim()), ny = static_cast<int>(grid.GetYDim());
+  for (int i = 0; i < static_cast<int>(grid.GetSize()); ++i) {
+    const int x = i % nx - element % nx, y = i / nx % ny - element / nx % ny,
+              z = i / nx / ny - element / nx / ny;
+    grid[i] +=
+        prefactor * std::exp(-width * grid.GetSpacing() * grid.GetSpacing() * f(x * x + y * y + z * z));
+  }
+}
+
+/// Blobs of many heights and widths on a floor of noise, some of it below 0.
+VXScalarGrid blobs() {
+  VXScalarGrid grid = filled(23, 19, 17, 0.7f);
+  std::mt19937 random(5);
+  std::uniform_real_distribution<float> part(0.0f, 1.0f);
+  for (unsigned int i = 0; i < grid.GetSize(); ++i) grid[i] = 0.02f * (part(random) - 0.5f);
+  for (int i = 0; i < 12; ++i)
+    add_gaussian(grid, static_cast<int>(random() % 7429), part(random), 0.2f + part(random));
+  return grid;
+}
+
+struct Arguments {
+  const char* what;
+  float tail, cut, tolerance;
+  int no_energy_test, levels;
+  float largest_radius, radius_step;
+  int max_gaussians;
+};
+
+/// The fit as plain loops over whole grids, for arguments that end it.
+struct PlainFit {
+  PlainFit(const VXZemoGrid& grid, const Arguments& args) : a(args), h(grid.GetSpacing()) {
+    const unsigned int d[3] = {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()};
+    const float mid[3] = {grid.GetXMid(), grid.GetYMid(), grid.GetZMid()};
+    for (int k = 0; k < 3; ++k) n[k] = static_cast<int>(d[k]), low[k] = mid[k] - f(n[k] - 1) * h / 2;
+    density.assign(grid.GetValues(), grid.GetValues() + grid.GetSize());
+    for (float& v : density) {
+      v = v < 0 ? 0 : v;
+      energy += static_cast<double>(v) * v;
+    }
+    energy *= static_cast<double>(h) * h * h;
+    for (int l = 0; l < a.levels; ++l) {
+      w.push_back(width_of(a.largest_radius - f(l) * a.radius_step));
+      s.push_back(std::sqrt(std::sqrt(w[l] * w[l] * w[l] * 0.25801292f)));
+      level.push_back(density);
+      for (int axis = 0; axis < 3; ++axis) level[l] = correlate(level[l], axis, w[l]);
+      for (std::size_t i = 0; i < density.size(); ++i) {
+        level[l][i] = density[i] > a.cut ? level[l][i] * s[l] : 0.0f;
+        top = std::max(top, level[l][i]);
+      }
+    }
+    make_lists();
+    while (add_one()) {
+    }
+  }
+
+  void make_lists() {
+    listed.assign(w.size(), std::vector<bool>(density.size()));
+    for (std::size_t l = 0; l < w.size(); ++l)
+      for (std::size_t i = 0; i < density.size(); ++i)
+        listed[l][i] = density[i] > a.cut && std::fabs(level[l][i]) > 0.85f * top;
+  }
+
+  bool add_one() {
+    const float t = 0.85f * top;
+    float b = 0;
+    std::size_t bl = 0, bi = 0;
+    for (std::size_t l = 0; l < w.size(); ++l) {
+      float size = 0;
+      for (std::size_t i = 0; i < density.size(); ++i)
+        if (listed[l][i] && std::fabs(level[l][i]) > size) {
+          size = std::fabs(level[l][i]);
+          if (size > std::fabs(b)) b = level[l][i], bl = l, bi = i;
+        }
+      if (size < t) listed[l].assign(density.size(), false);
+    }
+    if (std::fabs(b) <= t) {
+      top = t;
+      make_lists();
+      return true;
+    }
+    const int at = static_cast<int>(bi);
+    const float x = low[0] + f(at % n[0]) * h, y = low[1] + f(at / n[0] % n[1]) * h;
+    const Gsphere g = {w[bl], x, y, low[2] + f(at / n[0] / n[1]) * h, b * s[bl], 0, 0, 0};
+    const double after = energy - b * (b * s[bl]) / s[bl];
+    for (std::size_t j = 0; j < w.size(); ++j) {
+      const float u = w[bl] + w[j];
+      Gsphere o = g;
+      o.width = w[j] * w[bl] / u;
+      o.prefactor = std::sqrt(31.006203f / (u * u * u)) * s[j] * (b * s[bl]);
+      subtract(level[j], o);
+    }
+    if (!a.no_energy_test && energy - after < a.tolerance) return false;
+    records.push_back(g);
+    energy = after;
+    return static_cast<int>(records.size()) != a.max_gaussians;
+  }
+
+  Values correlate(const Values& in, int axis, float width) const {
+    const int m = static_cast<int>(std::sqrt(-std::log(a.tail) / width) / h);
+    const int stride = axis == 0 ? 1 : axis == 1 ? n[0] : n[0] * n[1];
+    Values out(in.size());
+    for (int p = 0; p < static_cast<int>(in.size()); ++p)
+      for (int at = p / stride % n[axis], i = -m; i <= m; ++i)
+        if (at + i >= 0 && at + i < n[axis] && !(axis == 0 && in[p] < 1e-7f))
+          out[p + i * stride] += in[p] * (h * std::exp(-width * (f(i) * h * (f(i) * h))));
+    return out;
+  }
+
+  void subtract(Values& values, const Gsphere& g) const {
+    const int m = static_cast<int>(std::sqrt(-std::log(a.tail) / g.width) / h);
+    const auto index = [&](int k, float c) { return static_cast<int>((c - low[k]) / h + 0.01f); };
+    const int c[3] = {index(0, g.x), index(1, g.y), index(2, g.z)};
+    const auto t = [&](int d) { return std::exp(-g.width * h * h * f(d) * f(d)); };
+    for (int z = std::max(c[2] - m, 0); z < std::min(c[2] + m, n[2]); ++z)
+      for (int y = std::max(c[1] - m, 0); y < std::min(c[1] + m, n[1]); ++y)
+        for (int x = std::max(c[0] - m, 0); x < std::min(c[0] + m, n[0]); ++x)
+          values[(z * n[1] + y) * n[0] + x] -= g.prefactor * t(z - c[2]) * t(y - c[1]) * t(x - c[0]);
+  }
+
+  const Arguments& a;
+  int n[3];
+  float h, low[3], top = 0;
+  double energy = 0;
+  Values density, w, s;
+  std::vector<Values> level;
+  std::vector<std::vector<bool>> listed;
+  std::vector<Gsphere> records;
+};
+
+TEST(GaussianFit, SameNumbersAsPlainLoops) {
+  const Arguments rows[] = {
+      {"usual values", 0.01f, 0.01f, 0.01f, 0, 3, 3.2f, 1.0f, 0},
+      {"a count, no energy test", 0.004f, 0.05f, 1e9f, 1, 4, 3.2f, 0.7f, 60},
+      {"one level, wider than the grid", 0.001f, 0.2f, 0.0f, 0, 1, 9.0f, 1.0f, 20},
+      {"many fine levels", 0.02f, 0.01f, 0.02f, 0, 6, 2.9f, 0.4f, 100},
+  };
+  for (const Arguments& row : rows) {
+    SCOPED_TRACE(row.what);
+    VXZemoGrid grid(blobs());
+    const PlainFit plain(grid, row);
+    ASSERT_GT(plain.records.size(), 5u);
+    Values positions, prefactors, widths, sum(grid.GetSize()), ours[3];
+    VXZemoGrid rebuilt;
+    const float energy = vx_make_grid_gaussian_representation(
+        grid, row.tail, row.cut, row.tolerance, row.no_energy_test, row.levels, row.largest_radius,
+        row.radius_step, row.max_gaussians, ours[0], ours[1], ours[2], true, rebuilt);
+    for (Gsphere g : plain.records) {
+      positions.insert(positions.end(), {g.x, g.y, g.z});
+      prefactors.push_back(g.prefactor);
+      widths.push_back(g.width);
+      g.prefactor = -g.prefactor;
+      plain.subtract(sum, g);
+    }
+    EXPECT_EQ(ours[2], widths);
+    EXPECT_EQ(ours[1], prefactors);
+    EXPECT_EQ(ours[0], positions);
+    EXPECT_EQ(energy, static_cast<float>(plain.energy));
+    EXPECT_EQ(Values(rebuilt.GetValues(), rebuilt.GetValues() + sum.size()), sum);
+
+    // The account is that of endless Gaussians: faces and windows cost it some percent.
+    double left = 0, whole = 0;
+    for (std::size_t i = 0; i < sum.size(); ++i) {
+      const double v = grid.GetValues()[i];
+      ASSERT_GE(v, 0.0);
+      whole += v * v * 0.343;
+      left += (v - sum[i]) * (v - sum[i]) * 0.343;
+    }
+    EXPECT_NEAR(energy, left, 0.1 * whole);
+    EXPECT_LT(left, whole);
+  }
+}
+
+TEST(GaussianFit, FindsGaussiansOfTheDictionary) {
+  // Norms fall from the first to the last; too far apart to touch.
+  const struct {
+    int element;
+    float prefactor, radius;
+  } made[] = {{(13 * 56 + 14) * 60 + 15, 2.7f, 3.2f},
+              {(14 * 56 + 40) * 60 + 45, 2.0f, 2.2f},
+              {(42 * 56 + 44) * 60 + 14, 3.0f, 1.2f}};
+  VXScalarGrid grid = filled(60, 56, 54, 0.5f);
+  for (const auto& g : made) add_gaussian(grid, g.element, g.prefactor, width_of(g.radius));
+  grid[0] = -1.0f;
+  VXGaussianContainer found;
+  found.AddGaussian(VXGaussian(1, 1, 0, 0, 0, 7));  // is replaced
+  for (unsigned int count = 1; count <= 3; ++count) {
+    ASSERT_TRUE(VXMakeGaussianRepresentation(found, grid, 0.0f, 3, count));
+    ASSERT_EQ(found.NumGaussians(), count);
+  }
+  EXPECT_EQ(grid[0], -1.0f);
+  float coords[9], prefactors[3], widths[3];
+  found.GetCoords(coords);
+  found.GetPrefactors(prefactors);
+  found.GetWidths(widths);
+  const VXZemoGrid lattice(grid);
+  for (int i = 0; i < 3; ++i) {
+    float c[3];
+    lattice.ElementToSpatialCoord(made[i].element, c[0], c[1], c[2]);
+    for (int k = 0; k < 3; ++k) EXPECT_NEAR(coords[3 * i + k], c[k], 1e-4);
+    EXPECT_EQ(widths[i], width_of(made[i].radius));
+    // A kernel that ends in whole steps, where it falls to 1 % or before, misses some percent.
+    EXPECT_NEAR(prefactors[i], made[i].prefactor, 0.06f * made[i].prefactor);
+  }
+  // Energies are integrals of squares, p^2 (pi / 2w)^(3/2): 131, 23 and 8.
+  VXMakeGaussianRepresentation(found, grid, 60.0f, 3, 0);
+  EXPECT_EQ(found.NumGaussians(), 1u);
+}
+
+TEST(GaussianFit, WindowIsOnePointShorterOnTheHighSide) {
+  // -log(0.01) / 0.5 is 3.03^2: 3 steps of 1 Å, on a row from 0 to 20 Å.
+  const struct {
+    float x;
+    int centre, first, last;
+  } rows[] = {{10.0f, 10, 7, 12}, {10.9f, 10, 7, 12},  {9.992f, 10, 7, 12},
+              {1.0f, 1, 0, 3},    {20.0f, 20, 17, 20}, {22.0f, 22, 19, 20},
+              {24.0f, 0, 0, -1},  {kNaN, 0, 0, -1},    {1e30f, 0, 0, -1}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.x);
+    VXZemoGrid grid(VXScalarGrid(21, 21, 21, 10.0f, 10.0f, 10.0f, 1.0f, "", nullptr));
+    Gsphere g = {0.5f, row.x, 10.0f, 10.0f, 2.0f, 0, 0, 0};
+    subtract_gaussians_from_grid(grid, &g, 1, 0.01f);
+    for (int x = 0; x < 21; ++x) {
+      const double value = -2.0 * std::exp(-0.5 * (x - row.centre) * (x - row.centre));
+      EXPECT_NEAR(grid.GetValues()[(10 * 21 + 10) * 21 + x], x >= row.first && x <= row.last ? value : 0.0,
+                  1e-6)
+          << x;
+    }
+    EXPECT_EQ(grid.GetValues()[(10 * 21 + 13) * 21 + 10], 0.0f);
+    EXPECT_EQ(grid.GetValues()[(13 * 21 + 10) * 21 + 10], 0.0f);
+  }
+}
+
+TEST(GaussianFit, AlwaysEnds) {
+  VXScalarGrid speck = filled(8, 7, 6, 0.5f), with_nan = blobs(), with_inf = blobs();
+  speck[100] = 1.0f;
+  with_nan[0] = kNaN;
+  with_inf[4000] = kInf;
+  const struct {
+    const char* what;
+    VXScalarGrid grid;
+    float tolerance;
+    unsigned int levels, max_gaussians, least, most;
+  } rows[] = {
+      {"empty", filled(8, 7, 6, 0.5f), 0.0f, 3, 0, 0, 0},
+      {"empty, with a count", filled(8, 7, 6, 0.5f), 1.0f, 3, 5, 0, 0},
+      {"default grid", VXScalarGrid(), 0.0f, 3, 0, 0, 0},
+      {"spacing 0", filled(8, 7, 6, 0.0f, 1.0f), 0.0f, 3, 0, 0, 0},
+      {"no end asked for: as many as candidates", filled(8, 7, 6, 0.5f, 1.0f), 0.0f, 3, 0, 1, 336},
+      {"one candidate", speck, 0.0f, 3, 0, 1, 1},
+      {"tolerance not a number", speck, kNaN, 3, 0, 1, 1},
+      {"a spacing without a window", filled(8, 7, 6, 7.0f, 1.0f), 1e-3f, 3, 0, 1, 1},
+      {"the same with a count", filled(8, 7, 6, 7.0f, 1.0f), 1e-3f, 3, 4, 4, 4},
+      {"windows of one step", filled(8, 7, 6, 3.5f, 1.0f), 1e-6f, 3, 0, 1, 10000},
+      {"radii end at 0.2", blobs(), 0.05f, 4000000000u, 0, 1, 1000},
+      {"not a number far off, with a count", with_nan, 0.05f, 3, 10, 10, 10},
+      {"not a number: no energy to lower", with_nan, 0.05f, 3, 0, 0, 0},
+      {"infinity", with_inf, 0.0f, 3, 0, 0, 0},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    VXGaussianContainer found;
+    EXPECT_TRUE(VXMakeGaussianRepresentation(found, row.grid, row.tolerance, row.levels, row.max_gaussians));
+    EXPECT_GE(found.NumGaussians(), row.least);
+    EXPECT_LE(found.NumGaussians(), row.most);
+  }
+}
+
+TEST(GaussianFit, FromAMoleculeAndBackToAGrid) {
+  VXGraphMol mol;
+  for (int i = 0; i < 5; ++i) {
+    const float xyz[3] = {1.4f * f(i), 0.9f * f(i % 2), 0.3f * f(i)};
+    mol.SetCoords(mol.AddAtom(6), xyz);
+  }
+  VXZemoGrid density;
+  VXMakeMolecularGaussianGrid(density, mol, 0.5f);
+  density.GetValues()[0] = -1.0f;
+  VXGaussianContainer of_mol, of_density, empty;
+  EXPECT_TRUE(VXMakeGaussianRepresentation(of_mol, mol, 0.1f, 0, 50));  // 0 levels are 3
+  EXPECT_TRUE(VXMakeGaussianRepresentation(of_density, density, 0.1f, 3, 50));
+  EXPECT_EQ(density.GetValues()[0], 0.0f);
+  const unsigned int n = of_mol.NumGaussians();
+  ASSERT_GT(n, 3u);
+  ASSERT_EQ(of_density.NumGaussians(), n);
+  Values prefactors(n), widths(n), same(n);
+  of_mol.GetPrefactors(prefactors.data());
+  of_mol.GetWidths(widths.data());
+  of_density.GetPrefactors(same.data());
+  EXPECT_EQ(prefactors, same);
+
+  VXScalarGrid sum = filled(3, 4, 5, 0.5f);
+  EXPECT_TRUE(VXMakeGaussianRepGrid(sum, empty, 0.4f));
+  EXPECT_EQ(sum.GetSize(), 60u);
+  EXPECT_TRUE(VXMakeGaussianRepGrid(sum, of_mol, 0.4f));
+  double integral = 0;  // of each p (pi / w)^(3/2), of which some is cut off at 0.001
+  for (unsigned int i = 0; i < n; ++i) integral += prefactors[i] * std::pow(M_PI / widths[i], 1.5);
+  double found = 0;
+  for (unsigned int i = 0; i < sum.GetSize(); ++i) found += sum[i] * 0.064;
+  EXPECT_NEAR(found, integral, 0.01 * integral);
+}
+
+TEST(GaussianFit, EvaluationRoutines) {
+  float coords[] = {0.1f, -0.2f, 0.3f, 1.5f, 0.4f, -0.6f}, widths[] = {0.8f, 1.3f},
+        prefactors[] = {2.7f, 1.1f};
+  PdbStruct atoms[] = {{0.1f, -0.2f, 0.3f, {}}, {1.5f, 0.4f, -0.6f, {}}};
+  const auto values_of = [](auto evaluate) {
+    Values values(21 * 19 * 17, 0.0f);
+    GridStruct grid = {values.data(), nullptr, 0.2f, 0.1f, 0, 21, 19, 17, 0.4f, 2.5f, nullptr};
+    evaluate(&grid);
+    return values;
+  };
+  const std::pair<int, const char*> rows[] = {{0, "Calculating Sum of Radial Gaussians\n"},
+                                              {4, "Calculating Product of Gaussians\n"},
+                                              {6, "Calculating Sum and Derivatives of Gaussians\n"},
+                                              {8, "Calculating Product and Derivatives of Gaussians\n"},
+                                              {10, ""},
+                                              {2, "Calculating Sum of Gaussians\n"}};
+  Values expected;
+  for (const auto& row : rows) {
+    CapturedLog log;
+    expected = values_of([&](GridStruct* grid) {
+      vi_gauss_grid(0, 2, atoms, widths, prefactors, 0.001f, row.first, *grid, nullptr);
+    });
+    EXPECT_EQ(expected, values_of([&](GridStruct* grid) {
+                vi_gauss_grid_tegs(2, coords, widths, prefactors, 0.001f, row.first, grid, nullptr, nullptr);
+              }));
+    EXPECT_EQ(log.text(), row.second);
+  }
+  EXPECT_EQ(expected, values_of([&](GridStruct* grid) {
+              vx_make_docking_grid(2, atoms, widths, prefactors, 0.001f, grid);
+            }));
+  const float axes[] = {0.5f, 1.0f, 2.0f};
+  const Values ellipsoid =
+      values_of([&](GridStruct* grid) { vx_ellipsoid_gauss_grid(1, coords, axes, prefactors, 1e-6f, grid); });
+  for (int i = 0; i < 21 * 19 * 17; ++i) {
+    const double x = 0.2 + (i % 21 - 10) * 0.4 - coords[0], y = 0.1 + (i / 21 % 19 - 9) * 0.4 - coords[1];
+    const double z = (i / 21 / 19 - 8) * 0.4 - coords[2];
+    ASSERT_NEAR(ellipsoid[i], 2.7 * std::exp(-0.5 * x * x - y * y - 2 * z * z), 2e-6) << i;
+  }
+}
+
+}  // namespace
+}  // namespace VXCore
