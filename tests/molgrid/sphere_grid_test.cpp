@@ -39,22 +39,20 @@ struct Spheres {
   std::vector<double> doubles;
 };
 
-/// Checks each point with (d / r)^2 - 1 of the i-th sphere, in double: check(n, on_low_face, outside(i, r)).
-/// The walk's rounding decides within some 1e-5 of 0.
-template <class Check>
-void each_point(const GridStruct& g, const Spheres& spheres, Check check) {
-  const double h = g.spacing;
-  for (int k = 0, n = 0; k < g.zdim; ++k)
-    for (int j = 0; j < g.ydim; ++j)
-      for (int i = 0; i < g.xdim; ++i, ++n)
-        check(n, i * j * k == 0, [&](int s, double r) {
-          const float* const c = &spheres.points[3 * s];
-          return (std::pow(g.xmid + (i - (g.xdim - 1) / 2.0) * h - c[0], 2) +
-                  std::pow(g.ymid + (j - (g.ydim - 1) / 2.0) * h - c[1], 2) +
-                  std::pow(g.zmid + (k - (g.zdim - 1) / 2.0) * h - c[2], 2)) /
-                     (r * r) -
-                 1;
-        });
+/// The number of the last sphere around the n-th point, by its distance in double: 0 for none, -1 where the
+/// rounding of the walk may decide.
+int number_at(const GridStruct& g, int n, const Spheres& all, float probe, bool own_radii) {
+  const int at[3] = {n % g.xdim, n / g.xdim % g.ydim, n / g.xdim / g.ydim}, dim[3] = {g.xdim, g.ydim, g.zdim};
+  const float mid[3] = {g.xmid, g.ymid, g.zmid};
+  int number = 0;
+  for (int s = 0; s < kSpheres; ++s) {
+    double d2 = 0, r = (own_radii ? all.radii[s] : 0) + probe;
+    for (int a = 0; a < 3; ++a)
+      d2 += std::pow(mid[a] + (at[a] - (dim[a] - 1) / 2.0) * g.spacing - all.points[3 * s + a], 2);
+    if (std::fabs(d2 / (r * r) - 1) < 1e-4) return -1;
+    if (d2 < r * r) number = s + 1;
+  }
+  return number;
 }
 
 /// How many integers are `value`.
@@ -64,22 +62,30 @@ auto count(const GridStruct& g, int value) {
 
 }  // namespace
 
-TEST(SphToGrid, MarksTheUnionInEveryLayout) {
+TEST(Spheres, MarkedInEveryLayout) {
   Spheres all;
+  const char* const types[] = {"atoms", "points", "coordinates", "spheres", "doubles"};
   for (int kind = 1; kind <= 5; ++kind) {
+    void* const items = all.of_kind(kind);
     GridStruct g{};
-    EXPECT_EQ(vi_sph_to_grid(0, all.of_kind(kind), all.radii.data(), kSpheres, 0.7f, &g, 0.4f, 1, kind), 1);
-    ASSERT_NE(g.integers, nullptr);
-    int wrong = 0;
-    each_point(g, all, [&](int n, bool, auto outside) {
-      double nearest = 1e9;  // points, coordinates and doubles mark by the probe alone
-      for (int s = 0; s < kSpheres; ++s)
-        nearest = std::min(nearest, outside(s, (kind % 3 == 1 ? all.radii[s] : 0) + 0.7f));
-      if (std::fabs(nearest) > 1e-4) wrong += g.integers[n] != (nearest < 0);
-    });
-    EXPECT_EQ(wrong, 0) << kind;
+    EXPECT_EQ(vi_sph_to_grid(0, items, all.radii.data(), kSpheres, 0.7f, &g, 0.4f, 1, kind), 1);
     EXPECT_GT(count(g, 1), 100);
+    int wrong = 0;
+    for (int n = 0; n < g.xdim * g.ydim * g.zdim; ++n) {
+      const int number = number_at(g, n, all, 0.7f, kind == 1 || kind == 4);  // the others by the probe alone
+      wrong += number >= 0 && g.integers[n] != (number > 0);
+    }
     vx_deallocate_grid_struct(g, true, false);
+
+    Lattice l(23, 31, 17, 0.4f, 0.5f, 0, -1);
+    vi_map_spheres_to_grid(items, types[kind - 1], all.radii.data(), l.grid, 0.3f, kSpheres, 2.5f);
+    for (int n = 0; n < 23 * 31 * 17; ++n) {
+      const int number = number_at(l.grid, n, all, 0.3f, true);
+      const bool never = n % 23 == 0 || n / 23 % 31 == 0 || n < 23 * 31 || kind == 5;
+      wrong += number >= 0 && l.integers[n] != (never ? 0 : number);
+      wrong += l.floats[n] != (l.integers[n] ? 2.5f : 0);
+    }
+    EXPECT_EQ(wrong, 0) << types[kind - 1];
   }
 }
 
@@ -108,34 +114,9 @@ TEST(SphToGrid, LatticeAndMarks) {
     }
   }
   testing::internal::CaptureStdout();
-  EXPECT_EQ(vi_sph_to_grid(0, unit, nullptr, 1, 0, &g, 0, 0, 4) +
-                vi_sph_to_grid(0, unit, nullptr, 1, 0, &g, NAN, 0, 4),
-            2);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "cant have a grid of zero spacing!cant have a grid of zero spacing!");
+  EXPECT_EQ(vi_sph_to_grid(0, unit, nullptr, 1, 0, &g, 0, 0, 4), 1);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "cant have a grid of zero spacing!");
   EXPECT_EQ(g.spacing, 1e-30f) << "as it was";
-}
-
-TEST(MapSpheresToGrid, LaterNumbersWin) {
-  Spheres all;
-  const char* const types[] = {"atoms", "points", "coordinates", "spheres"};
-  for (int kind = 1; kind <= 4; ++kind) {
-    Lattice l(23, 31, 17, 0.4f, 0.5f, 0, -1);
-    EXPECT_EQ(vi_map_spheres_to_grid(all.of_kind(kind), types[kind - 1], all.radii.data(), l.grid, 0.3f,
-                                     kSpheres, 2.5f),
-              1);
-    int wrong = 0;
-    each_point(l.grid, all, [&](int n, bool low_face, auto outside) {
-      int number = 0;
-      for (int s = 0; s < kSpheres; ++s) {
-        const double out = outside(s, all.radii[s] + 0.3f);
-        if (std::fabs(out) < 1e-4) return;
-        if (out < 0 && !low_face) number = s + 1;  // index 0 is never marked
-      }
-      wrong += l.integers[n] != number || l.floats[n] != (number ? 2.5f : 0);
-    });
-    EXPECT_EQ(wrong, 0) << types[kind - 1];
-  }
 }
 
 TEST(MapSpheresToGrid, Edges) {
