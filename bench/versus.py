@@ -7,13 +7,13 @@ Every program of BUILD/bench is run. Its benchmarks are named "<path>/vxgrid" an
 and options behind that name apart; each peer of a path makes a row. Where both report items processed, times
 are per item. These peers live here: scipy for the trilinear path and for the first correlation of the fit of
 Gaussians (on as many points as ours reports items), mrcfile for the CCP4 paths (on as many bytes as ours
-reports), RDKit for the molecular grid, and density-fitness for the whole `fit` command.
+reports), RDKit for the molecular grid and the molecular volume, and density-fitness for the whole `fit` command.
 
 Times are processor time, medians over all repetitions of all rounds, everything pinned to one processor, so
 each side has one thread. The exit status is 1 when a ratio misses its target or a program fails.
 
-Debian packages of the peers: python3-numpy python3-scipy python3-mrcfile python3-gemmi density-fitness. What
-is not there is named and left out; run this with the python3 that sees them.
+Debian packages of the peers: python3-numpy python3-scipy python3-mrcfile python3-gemmi python3-rdkit
+density-fitness. What is not there is named and left out; run this with the python3 that sees them.
 """
 
 import argparse
@@ -46,6 +46,7 @@ TARGETS = [
     ("skew_to_regular*", "gemmi", 0.55),
     ("density*", "plain", 0.45),
     ("density*", "gemmi", 0.55),
+    ("gaussian_volume*", "rdkit", 0.005),
     ("fit*", "density-fitness", 0.3),
     ("molecular_grid*", "plain", 1 / 7),
     ("molecular_grid*", "rdkit", 1.0),
@@ -246,6 +247,20 @@ class RdkitShape:
         self.work = lambda: rdShapeHelpers.EncodeShape(mol, grid, ignoreHs=False)
 
 
+class RdkitVolume:
+    """ComputeMolVolume of the same molecule on a grid of 0.5 Å."""
+
+    paths, side, counts = "gaussian_volume*", "rdkit", "items"
+
+    def __init__(self, *_):
+        from rdkit import Chem
+        from rdkit.Chem import AllChem
+
+        self.items = 1
+        mol = Chem.MolFromMolFile(str(pathlib.Path(__file__).with_name("imatinib.sdf")))
+        self.work = lambda: AllChem.ComputeMolVolume(mol, gridSpacing=0.5)
+
+
 def cube(size):
     import numpy
 
@@ -253,7 +268,7 @@ def cube(size):
     return numpy.random.default_rng(1).random((edge, edge, edge), dtype=numpy.float32)
 
 
-PYTHON_PEERS = [ScipyTrilinear, ScipyCorrelation, MrcfileRead, MrcfileWrite, RdkitShape]
+PYTHON_PEERS = [ScipyTrilinear, ScipyCorrelation, MrcfileRead, MrcfileWrite, RdkitShape, RdkitVolume]
 
 
 def python_peers(results, scratch, missing):
