@@ -70,6 +70,33 @@ VXGRID_PART_OF_CLONE inline Floats lanes(const float* from) {
   return v;
 }
 
+/// The atoms so far, by their own records.
+struct Reaches {
+  void resize(std::size_t n) {
+    for (auto* field : {&x, &y, &z, &cutoff2}) field->resize(n + kLanes);
+  }
+
+  std::vector<float> x, y, z;
+  std::vector<float> cutoff2;
+};
+
+/// Finds the first n atoms whose cut-off the place does not pass. Returns how many.
+VXGRID_WIDE
+int find_near(const Reaches& atoms, int n, const float* place, int* near) {
+  const float x = place[0], y = place[1], z = place[2];
+  int kept = 0;
+  for (int i = 0; i < n; i += kLanes) {
+    const Floats dx = x - lanes(&atoms.x[i]), dy = y - lanes(&atoms.y[i]), dz = z - lanes(&atoms.z[i]);
+    const Floats d2 = dx * dx + dy * dy + dz * dz;
+    const Ints keep = ~(d2 > lanes(&atoms.cutoff2[i])) & (kLaneNumbers < n - i);
+    for (int j = 0; j < kLanes; ++j) {
+      near[kept] = i + j;
+      kept -= keep[j];
+    }
+  }
+  return kept;
+}
+
 /// Records of the expansion, one array a field so that loops vectorise.
 struct Records {
   /// Keeps the first n, or adds zeros.
@@ -188,6 +215,8 @@ struct Gaussian::Working {
   /// Room for n more records; false beyond kMaxRecords.
   bool make_room(int n);
   void add_atom(int a, float log_volume, float cutoff);
+  /// The candidates of an atom from a tree of all.
+  int near_by_tree(int a, TdTree& tree);
   /// Adds the overlaps of an atom with the blocks of the first so many candidates.
   bool add_overlaps(const Partner& atom, int candidates_of_atom);
   void resize(std::size_t n);
@@ -195,7 +224,7 @@ struct Gaussian::Working {
   // By atom; xyz and radii of the two lower levels by atom index.
   std::vector<float> xyz;  // three each
   std::vector<float> widths, prefactors, radii;
-  std::vector<float> cutoff2;    // of the atoms' own records
+  Reaches reaches;
   std::vector<int> block_start;  // first record of an atom; one more for the end
   std::vector<int> candidates;   // earlier atoms within reach of the atom in hand
 
@@ -225,12 +254,24 @@ void Gaussian::Working::resize(std::size_t n) {
 void Gaussian::Working::add_atom(int a, float log_volume, float cutoff) {
   const int at = count++;
   records.width[at] = widths[a];
-  records.x[at] = xyz[3 * a];
-  records.y[at] = xyz[3 * a + 1];
-  records.z[at] = xyz[3 * a + 2];
+  records.x[at] = reaches.x[a] = xyz[3 * a];
+  records.y[at] = reaches.y[a] = xyz[3 * a + 1];
+  records.z[at] = reaches.z[a] = xyz[3 * a + 2];
   records.log_volume[at] = log_volume;
-  records.cutoff2[at] = cutoff2[a] = cutoff;
+  records.cutoff2[at] = reaches.cutoff2[a] = cutoff;
   records.order[at] = 0;
+}
+
+int Gaussian::Working::near_by_tree(int a, TdTree& tree) {
+  const float* place = &xyz[3 * a];
+  const int hits = ndt_hits_p(place, std::sqrt(reaches.cutoff2[a]), &tree, a);
+  int kept = 0;
+  for (int i = 0; i < hits; ++i) {
+    const int b = tree.hits[i];
+    candidates[kept] = b;
+    kept += !(squared_distance(place, &xyz[3 * b]) > reaches.cutoff2[b]);
+  }
+  return kept;
 }
 
 bool Gaussian::Working::add_overlaps(const Partner& atom, int candidates_of_atom) {
@@ -446,9 +487,9 @@ bool Gaussian::expand() {
     add_to_tree(work.xyz.data(), 0, m, tree_.get());
   }
   work.count = 0;
-  work.cutoff2.resize(m);
+  work.reaches.resize(m);
   work.block_start.resize(m + 1);
-  work.candidates.resize(m);
+  work.candidates.resize(m + kLanes);
   const float wmin = *std::min_element(work.widths.begin(), work.widths.end());
   for (int a = 0; a < m; ++a) {
     const float *centre = &work.xyz[3 * a], wa = work.widths[a], t = (wmin + wa) / wa;
@@ -456,13 +497,8 @@ bool Gaussian::expand() {
     if (!work.make_room(1)) return false;
     work.add_atom(a, log_volume, t * (1 / wmin) * (log_volume - log_f(std::sqrt(t) * t / prefactor)));
 
-    const int near = by_tree ? ndt_hits_p(centre, std::sqrt(work.cutoff2[a]), tree_.get(), a) : a;
-    int candidates = 0;
-    for (int i = 0; i < near; ++i) {
-      const int b = by_tree ? tree_->hits[i] : i;
-      work.candidates[candidates] = b;
-      candidates += !(squared_distance(centre, &work.xyz[3 * b]) > work.cutoff2[b]);
-    }
+    const int candidates =
+        by_tree ? work.near_by_tree(a, *tree_) : find_near(work.reaches, a, centre, work.candidates.data());
     const Partner atom = {centre[0],         centre[1], centre[2], wa,          work.ratio_scale / wa,
                           work.cutoff_scale, ratio,     logfactor, cutoff_scale};
     if (!work.add_overlaps(atom, candidates)) return false;
