@@ -9,15 +9,7 @@
 #include <vxgrid/host/error_handler.h>
 #include <vxgrid/host/molecule.h>
 #include <vxgrid/host/radii.h>
-
-// Wider vectors where the processor has them; every clone gives the same bits.
-#if defined(VXGRID_SANITIZED) || defined(__clang__)
-#define VXGRID_WIDE
-#else
-#define VXGRID_WIDE __attribute__((target_clones("avx2", "default")))
-#endif
-// What a clone calls with vectors has to be part of it: the clones pass them in different places.
-#define VXGRID_PART_OF_CLONE __attribute__((always_inline))
+#include <vxgrid/host/wide.inl>
 
 namespace VXCore {
 namespace {
