@@ -89,7 +89,7 @@ inline unsigned int plain_touch(VXCore::VXScalarGrid& contact, const VXCore::VXS
   unsigned int visited = 0;
   VXCore::radial_detail::ForEachPointWithin(target, x, y, z, range, [&](std::size_t i, double d2) {
     const float t = target.GetValues()[i];
-    if (t <= 0.0001f) return;
+    if (!(t > 0.0001f)) return;
     ++visited;
     const double g = pot.amplitude * std::exp(-pot.width * d2);
     const double value = (t + t) * std::min(g / (g + t), t / (g + t));

@@ -8,7 +8,8 @@
 
 namespace VXCore {
 
-/// The soft sphere of an atom: amplitude * exp(-width d^2) up to d = range, in Å.
+/// The soft sphere of an atom: amplitude * exp(-width d^2) up to d = range, in Å. The whole Gaussian has the
+/// volume of the hard sphere.
 struct VXGRID_API GaussPot {
   float range = 0.0f;
   float width = 0.0f;

@@ -1,0 +1,299 @@
+#include <vxgrid/molgrid/contact_grid.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+
+#include <vxgrid/gaussian/gaussian.h>
+#include <vxgrid/host/radii.h>
+#include <vxgrid/molgrid/molecular_grid.h>
+
+#include "plain_loops.h"
+#include "support/support.h"
+
+using namespace VXCore;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+
+GaussPot potential(float radius) {
+  GaussPot pot;
+  pot.Set(radius);
+  return pot;
+}
+
+VXAtomBase* add_atom(VXGraphMol& mol, unsigned int element, float x, float y, float z) {
+  VXAtomBase* const atom = mol.AddAtom(element);
+  const float xyz[3] = {x, y, z};
+  mol.SetCoords(atom, xyz);
+  return atom;
+}
+
+/// A folded chain of C, N, O and S atoms with a hydrogen on every third.
+VXGraphMol chain(int n, unsigned seed, float shift = 0) {
+  std::mt19937 random(seed);
+  std::uniform_real_distribution<float> step(-1.2f, 1.2f);
+  const unsigned int elements[] = {6, 6, 7, 6, 8, 6, 16};
+  VXGraphMol mol;
+  VXAtomBase* last = nullptr;
+  float at[3] = {shift, 0, 0};
+  for (int i = 0; i < n; ++i) {
+    VXAtomBase* const atom = add_atom(mol, elements[i % 7], at[0], at[1], at[2]);
+    if (last) mol.AddBond(last, atom);
+    if (i % 3 == 0) mol.AddBond(atom, add_atom(mol, 1, at[0] + 0.7f, at[1] - 0.7f, at[2]));
+    last = atom;
+    for (float& x : at) x += step(random) - 0.05f * x;
+  }
+  return mol;
+}
+
+/// Bit by bit, signs of zero and not-a-numbers included.
+bool same_bits(const VXScalarGrid& a, const VXScalarGrid& b) {
+  return VXGridSameGeometry(a, b) &&
+         std::memcmp(a.GetValues(), b.GetValues(), a.GetSize() * sizeof(float)) == 0;
+}
+
+float largest(const VXScalarGrid& grid) {
+  return *std::max_element(grid.GetValues(), grid.GetValues() + grid.GetSize());
+}
+
+}  // namespace
+
+TEST(SoftSphere, SameBitsAsPlainWalk) {
+  std::mt19937 random(5);
+  std::uniform_real_distribution<double> place(-1.1, 1.1);
+  const struct {
+    int x, y, z;
+    float spacing;
+  } lattices[] = {{24, 31, 19, 0.5f}, {13, 3, 40, 0.4f},   {3, 30, 30, 0.5f},
+                  {10, 10, 10, 1.0f}, {80, 15, 30, 0.03f}, {1, 1, 1, 1}};
+  std::vector<GaussPot> pots;
+  for (const float radius : {1.7f, 1.2f, 2.5f, 0.3f, 0.0f, kInfinity, kNan})
+    pots.push_back(potential(radius));
+  pots.push_back({2.0f, -0.5f, 3.0f});   // grows outwards
+  pots.push_back({2.5f, 40.0f, 1e38f});  // falls by 100 orders
+  pots.push_back({1.0f, 1.0f, 3e-41f});  // below the normal floats
+  for (const auto& l : lattices) {
+    VXScalarGrid fast(l.x, l.y, l.z, 0.3f, -1.0f, 2.0f, l.spacing, "", nullptr);
+    for (unsigned int i = 0; i < fast.GetSize(); ++i)
+      fast[i] = i % 5 ? 0.01f * static_cast<float>(i % 700) : -0.0f;
+    if (fast.GetSize() > 100) fast[50] = kNan, fast[51] = kInfinity;
+    VXScalarGrid plain(fast), contact(fast), plain_contact(fast);
+    for (int i = 0; i < 120; ++i) {
+      const GaussPot& pot = pots[i < 60 ? i % 3 : i % pots.size()];
+      double at[3] = {0.3 + place(random) * l.x * l.spacing / 2, -1 + place(random) * l.y * l.spacing / 2,
+                      2 + place(random) * l.z * l.spacing / 2};
+      if (i % 10 == 0)  // on a lattice point
+        for (double& x : at) x = std::round(x);
+      const double x = at[0], y = at[1], z = at[2], range = pot.range;
+      unsigned int touched = MapContactPotential(contact, fast, pot, x, y, z, range);
+      EXPECT_EQ(touched, plain_touch(plain_contact, plain, pot, x, y, z, range));
+      touched = MapRadialPotentialToGrid<float>(fast, pot, AddMappingFunctor(), x, y, z, range);
+      EXPECT_EQ(touched, MapRadialPotentialToGrid<float>(plain, pot, PlainAdd(), x, y, z, range));
+      if (i % 3 == 0) {
+        MapRadialPotentialToGrid<float>(fast, pot, SubtractMappingFunctor(), x, y, z, range);
+        MapRadialPotentialToGrid<float>(plain, pot, PlainSubtract(), x, y, z, range);
+      }
+    }
+    EXPECT_TRUE(same_bits(fast, plain)) << l.x;
+    EXPECT_TRUE(same_bits(contact, plain_contact)) << l.x;
+  }
+}
+
+TEST(SoftSphere, PotentialOfARadius) {
+  const GaussPot pot = potential(1.5f);
+  EXPECT_FLOAT_EQ(pot.width, 1.2f);
+  EXPECT_FLOAT_EQ(pot.range, 1.8257419f);
+  EXPECT_FLOAT_EQ(pot.amplitude,
+                  static_cast<float>(VXGetPrefactor(2.7)));  // the integral is the sphere's volume
+  CapturedLog log;
+  EXPECT_EQ(potential(-0.5f).range, 0);
+  EXPECT_THAT(log.text(), HasSubstr("Error: VolPot.Set : Illegal parameters, kappa   2.70, rad  -0.50"));
+
+  // Outside the box nothing changes; the contact with a target as strong as the potential is the target.
+  VXScalarGrid target(5, 5, 5, 0, 0, 0, 1, "", nullptr), contact(target);
+  EXPECT_EQ(0u, MapRadialPotentialToGrid<float>(target, pot, AddMappingFunctor(), 5, 0, 0, pot.range));
+  target[62] = pot.amplitude;
+  target[63] = 0.0001f;
+  EXPECT_EQ(1u, MapContactPotential(contact, target, pot, 0, 0, 0, pot.range));
+  EXPECT_FLOAT_EQ(contact[62], pot.amplitude);
+  target[62] = 3 * pot.amplitude;  // 2 T g / (g + T), and never lower than before
+  MapContactPotential(contact, target, pot, 0, 0, 0, pot.range);
+  EXPECT_FLOAT_EQ(contact[62], 1.5f * pot.amplitude);
+  target[62] = 0.5f * pot.amplitude;
+  MapContactPotential(contact, target, pot, 0, 0, 0, pot.range);
+  EXPECT_FLOAT_EQ(contact[62], 1.5f * pot.amplitude);
+  VXScalarGrid smaller(4, 5, 5, 0, 0, 0, 1, "", nullptr);
+  EXPECT_EQ(0u, MapContactPotential(smaller, target, pot, 0, 0, 0, pot.range));
+}
+
+TEST(ContactGrid, TwoMoleculesSameBitsAsPlainLoops) {
+  const VXGraphMol protein = chain(300, 1);
+  VXGraphMol ligand = chain(20, 2, 3);
+  add_atom(ligand, 9, 2, 1, 0)->SetRadius(1.4);  // not in the protein: its own radius counts
+  add_atom(ligand, 17, 1, 1, 1);                 // no radius: no reach
+  VXScalarGrid grid;
+  ASSERT_TRUE(VXMakeContactGrid(grid, protein, ligand, false, 0.5f, 1));
+  EXPECT_TRUE(same_bits(grid, plain_contact(protein, ligand, 0.5f)));
+  EXPECT_GT(largest(grid), 1);
+}
+
+// The molecule against itself, written out with the general template.
+TEST(ContactGrid, SelfContactSameBitsAsPlainLoops) {
+  const VXGraphMol mol = chain(90, 3);
+  VXScalarGrid grid;
+  ASSERT_TRUE(VXMakeContactGrid(grid, mol, true, 0.6f));
+
+  VXGraphMol heavy(mol);
+  VXAssignBondiVdWRadii(heavy);
+  VXSuppressHydrogens(heavy, false, false, true);
+  VXScalarGrid target(grid), contact(grid);
+  for (VXScalarGrid* const g : {&target, &contact}) std::fill_n(g->GetValues(), g->GetSize(), 0.0f);
+  const auto map = [&](const VXAtomBase& atom, auto functor) {
+    float at[3];
+    heavy.GetCoords(&atom, at);
+    const GaussPot pot = potential(static_cast<float>(atom.GetRadius()));
+    return functor(pot, at[0], at[1], at[2]);
+  };
+  const auto add = [&](const GaussPot& pot, double x, double y, double z) {
+    return MapRadialPotentialToGrid<float>(target, pot, PlainAdd(), x, y, z, pot.range);
+  };
+  const auto subtract = [&](const GaussPot& pot, double x, double y, double z) {
+    return MapRadialPotentialToGrid<float>(target, pot, PlainSubtract(), x, y, z, pot.range);
+  };
+  const auto touch = [&](const GaussPot& pot, double x, double y, double z) {
+    return plain_touch(contact, target, pot, x, y, z, pot.range);
+  };
+  for (VXAtomBase& atom : VXIter<VXAtomBase>(heavy.GetAtoms())) map(atom, add);
+  for (VXAtomBase& atom : VXIter<VXAtomBase>(heavy.GetAtoms())) {
+    std::vector<VXAtomBase*> near{&atom};
+    for (std::size_t depth = 0, from = 0; depth < 4; ++depth)
+      for (const std::size_t to = near.size(); from < to; ++from)
+        for (VXAtomBase& next : VXIter<VXAtomBase>(near[from]->GetAtoms()))
+          if (std::find(near.begin(), near.end(), &next) == near.end()) near.push_back(&next);
+    for (const VXAtomBase* a : near) map(*a, subtract);
+    map(atom, touch);
+    for (const VXAtomBase* a : near) map(*a, add);
+  }
+  EXPECT_TRUE(same_bits(grid, contact));
+  EXPECT_GT(largest(grid), 1);
+}
+
+TEST(ContactGrid, SelfContactOfFewAtoms) {
+  VXGraphMol mol;
+  VXScalarGrid grid;
+  EXPECT_TRUE(VXMakeContactGrid(grid, mol, false, 0.5f));
+  EXPECT_EQ(grid.GetSize(), 1u);
+  VXAtomBase* const first = add_atom(mol, 6, 0, 0, 0);
+  EXPECT_TRUE(VXMakeContactGrid(grid, mol, false, 0.5f));
+  EXPECT_EQ(largest(grid), 0);
+  // A second atom touches when no bond joins the two; the two densities are the same half-way.
+  VXAtomBase* const second = add_atom(mol, 6, 2, 2, 2);
+  EXPECT_TRUE(VXMakeContactGrid(grid, mol, false, 0.5f));
+  EXPECT_EQ(grid.GetXDim(), 5u);
+  EXPECT_NEAR(grid[62], 3.3374093 * std::exp(-2.7 / (1.7 * 1.7) * 3), 1e-6);
+  mol.AddBond(first, second);
+  EXPECT_TRUE(VXMakeContactGrid(grid, mol, false, 0.5f));
+  EXPECT_NEAR(largest(grid), 0, 1e-6);
+}
+
+TEST(ContactGridImpl, BoxTableAndCopies) {
+  VXGraphMol mol;
+  add_atom(mol, 6, 0, 0, 0);
+  add_atom(mol, 1, 4, 0, 0);
+  const VXContactGridImpl heavy(mol, true, 1.0f);
+  EXPECT_EQ(heavy.GetContactGrid().GetXDim(), 5u);  // the box keeps the hydrogen's place
+
+  VXContactGridImpl impl(mol, false, 1.0f);
+  VXGraphMol other;
+  const auto pot = [&](unsigned int element, double radius) {
+    VXAtomBase* const atom = add_atom(other, element, 0, 0, 0);
+    atom->SetRadius(radius);
+    return impl.GetPotential(atom);
+  };
+  EXPECT_EQ(pot(6, 9), impl.GetPotential(other.AddAtom(6)));
+  EXPECT_FLOAT_EQ(pot(6, 9)->width, 2.7f / (1.7f * 1.7f));  // the first of the element, with its Bondi radius
+  EXPECT_FLOAT_EQ(pot(7, 3)->width, 0.3f);
+  EXPECT_FLOAT_EQ(pot(7, 1)->width, 0.3f);
+  EXPECT_EQ(pot(254, 1), pot(4000000000u, 2));
+  CapturedLog log;
+  EXPECT_EQ(pot(8, -1)->range, 0);
+  EXPECT_THAT(log.text(), HasSubstr("Illegal parameters"));
+
+  const VXContactGridImpl before(impl);
+  impl.MakeContactGrid(mol);
+  VXContactGridImpl copy(before);
+  EXPECT_EQ(largest(copy.GetContactGrid()), 0);
+  copy.MakeContactGrid(mol);
+  EXPECT_TRUE(same_bits(copy.GetContactGrid(), impl.GetContactGrid()));
+  EXPECT_GT(largest(copy.GetContactGrid()), 3);
+}
+
+TEST(ContactGrid, OfDensities) {
+  VXGraphMol one = chain(30, 8), two = chain(20, 9, 4);
+  VXScalarGrid grid, v, u;
+  ASSERT_TRUE(VXMakeContactGrid(grid, one, two, false, 0.5f, 0));
+  VXAssignBondiVdWRadii(one);
+  VXAssignBondiVdWRadii(two);
+  ASSERT_TRUE(VXMakeMolecularGaussianGrid(v, one, 0.5f));
+  ASSERT_TRUE(VXMakeMolecularGaussianGrid(u, two, 0.5f));
+  ASSERT_TRUE(VXGridSameGeometry(grid, v));
+  // In double, with the eight corners weighted.
+  const auto density = [&](double x, double y, double z) {
+    const double at[3] = {x, y, z}, mid[3] = {u.GetXMid(), u.GetYMid(), u.GetZMid()};
+    const unsigned int dim[3] = {u.GetXDim(), u.GetYDim(), u.GetZDim()};
+    double t[3], sum = 0;
+    int cell[3];
+    for (int a = 0; a < 3; ++a) {
+      const double f = (at[a] - mid[a]) / 0.5 + (dim[a] - 1) / 2.0;
+      cell[a] = static_cast<int>(std::floor(f));
+      t[a] = f - cell[a];
+      if (f < 0 || f >= dim[a] - 1) return 0.0;
+    }
+    for (int c = 0; c < 8; ++c) {
+      double weight = 1;
+      for (int a = 0; a < 3; ++a) weight *= c >> a & 1 ? t[a] : 1 - t[a];
+      const auto i = [&](int a) { return static_cast<unsigned int>(cell[a] + (c >> a & 1)); };
+      sum += weight * u[(i(2) * dim[1] + i(1)) * dim[0] + i(0)];
+    }
+    return sum;
+  };
+  unsigned int e = 0;
+  const auto place = [](float mid, unsigned int dim, unsigned int i) {
+    return mid + (i - (dim - 1) / 2.0) * 0.5;
+  };
+  for (unsigned int z = 0; z < v.GetZDim(); ++z)
+    for (unsigned int y = 0; y < v.GetYDim(); ++y)
+      for (unsigned int x = 0; x < v.GetXDim(); ++x, ++e) {
+        const double there = density(place(v.GetXMid(), v.GetXDim(), x), place(v.GetYMid(), v.GetYDim(), y),
+                                     place(v.GetZMid(), v.GetZDim(), z));
+        const double expected =
+            v[e] + there == 0 ? 0 : 2 * v[e] * std::min<double>(v[e], there) / (v[e] + there);
+        ASSERT_NEAR(grid[e], expected, 2e-5) << e;  // positions in float, 1e-6 Å, on slopes of a few per Å
+      }
+  EXPECT_GT(largest(grid), 1);
+  EXPECT_FALSE(VXMakeContactGrid(grid, one, VXGraphMol(), false, 0.5f, 0));
+  EXPECT_FALSE(VXMakeContactGrid(grid, VXGraphMol(), one, false, 0.5f, 0));
+}
+
+TEST(ContactGrid, BadMolecules) {
+  CapturedLog log;
+  VXGraphMol mol = chain(10, 4);
+  add_atom(mol, 0, 0, 0, 0);       // no element: radius 0
+  add_atom(mol, 300, 0.5f, 0, 0);  // beyond the table
+  add_atom(mol, 6, kNan, 0, 0);
+  add_atom(mol, 6, 0, kInfinity, 0);
+  mol.AddAtom(6);
+  add_atom(mol, 8, 1, 1, 1);
+  add_atom(mol, 8, 1, 1, 1);  // two at one place
+  VXScalarGrid grid;
+  for (const float spacing : {0.5f, 0.0f, -1.0f, kNan, 1e-6f}) {
+    EXPECT_TRUE(VXMakeContactGrid(grid, mol, false, spacing)) << spacing;
+    EXPECT_TRUE(VXMakeContactGrid(grid, mol, mol, true, spacing, 1)) << spacing;
+    EXPECT_TRUE(VXMakeContactGrid(grid, VXGraphMol(), mol, true, spacing, 7)) << spacing;
+  }
+}
