@@ -269,15 +269,11 @@ void report_file(const std::string& file, Json* json, const Settings& settings) 
 /// Goes on behind a file that cannot be read, and fails at the end.
 void info(const InfoOptions& options, const Settings& settings) {
   Json json;
-  std::vector<std::string> failures;
   json.open_array();
-  for (const std::string& file : options.files) try {
-      report_file(file, settings.json ? &json : nullptr, settings);
-    } catch (const Failure& failure) {
-      failures.push_back(failure.what());
-    }
+  const std::vector<Failure> failures = try_each(options.files, [&](const std::string& file) {
+    report_file(file, settings.json ? &json : nullptr, settings);
+  });
   json.close_array();
   if (settings.json) json.print();
-  for (size_t i = 0; i + 1 < failures.size(); ++i) std::fprintf(stderr, "vxgrid: %s\n", failures[i].c_str());
-  if (!failures.empty()) throw Failure(failures.back());
+  throw_last(failures);
 }

@@ -143,6 +143,25 @@ void check_types(const std::string& file, const std::vector<MtzColumn>& columns,
   }
 }
 
+/// Has a file written; what could not be written whole is taken away again.
+template <class Write>
+void write_whole(const std::string& file, Write write) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const bool was_there = fs::exists(file, error);
+  if (std::FILE* out = std::fopen(file.c_str(), "ab"))
+    std::fclose(out);
+  else
+    throw Failure(file, std::string("cannot be written: ") + std::strerror(errno));
+
+  const LibraryLog log;
+  errno = 0;
+  if (write()) return;
+  const std::string why = errno ? std::strerror(errno) : "the disc may be full";
+  if (!was_there) fs::remove(file, error);
+  throw Failure(file, log.reason(file, ("could not be written whole: " + why).c_str()));
+}
+
 }  // namespace
 
 FileKind kind_of(const std::string& file) {
@@ -210,23 +229,18 @@ void require_map_extension(const std::string& file) {
 
 template <class Grid>
 void write_map(const std::string& file, const Grid& grid) {
-  namespace fs = std::filesystem;
-  std::error_code error;
-  const bool was_there = fs::exists(file, error);
-  if (std::FILE* out = std::fopen(file.c_str(), "ab"))
-    std::fclose(out);
-  else
-    throw Failure(file, std::string("cannot be written: ") + std::strerror(errno));
-
-  const LibraryLog log;
-  errno = 0;
-  if (VXWriteGrid(file, grid)) return;
-  const std::string why = errno ? std::strerror(errno) : "the disc may be full";
-  if (!was_there) fs::remove(file, error);
-  throw Failure(file, log.reason(file, ("could not be written whole: " + why).c_str()));
+  write_whole(file, [&] { return VXWriteGrid(file, grid); });
 }
 template void write_map(const std::string&, const VXSkewGrid&);
 template void write_map(const std::string&, const VXScalarGrid&);
+
+void write_text(const std::string& file, const std::string& text) {
+  write_whole(file, [&] {
+    VXHost::vxofstream out(file);
+    out << text;
+    return out.close();
+  });
+}
 
 std::vector<std::string> map_types() { return {std::begin(kMapTypes), std::end(kMapTypes)}; }
 

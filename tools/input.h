@@ -34,6 +34,9 @@ void require_map_extension(const std::string& file);
 template <class Grid>
 void write_map(const std::string& file, const Grid& grid);
 
+/// Writes a text file, compressed for a name in .gz, under the same terms.
+void write_text(const std::string& file, const std::string& text);
+
 /// Options of the verbs that make a map from reflections.
 struct MapOptions {
   std::string type;     // empty for Fwt

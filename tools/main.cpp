@@ -13,10 +13,10 @@
 namespace {
 
 /// A verb with what all of them take (--json, --quiet, -h) and an example below its help.
-CLI::App* add_verb(CLI::App& app, Settings& settings, const char* name, const char* does,
-                   const char* example) {
+CLI::App* add_verb(CLI::App& app, Settings& settings, const char* name, const char* does, const char* example,
+                   const char* json = "print one JSON document") {
   CLI::App* verb = app.add_subcommand(name, does);
-  verb->add_flag("--json", settings.json, "print one JSON document");
+  verb->add_flag("--json", settings.json, json);
   verb->add_flag("-q,--quiet", settings.quiet, "no remarks and no progress on standard error");
   verb->footer(std::string("Example: vxgrid ") + example);
   return verb;
@@ -42,10 +42,19 @@ void add_map_options(CLI::App* verb, MapOptions& options) {
       ->type_name("NAME");
 }
 
+void add_grid_options(CLI::App* verb, std::string& output, float& spacing, bool& no_hydrogens) {
+  verb->add_option("-o,--output", output, "map to write; its extension gives the format")->required();
+  verb->add_option("--spacing", spacing, "between grid points, in Å")
+      ->check(CLI::Range(0.001, 1e9))
+      ->type_name("S")
+      ->capture_default_str();
+  verb->add_flag("--no-hydrogens", no_hydrogens, "leave hydrogens out");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app("Electron-density maps, and how well models fit them.", "vxgrid");
+  CLI::App app("Electron-density maps and how well models fit them; the shapes of molecules.", "vxgrid");
   app.set_version_flag("--version", std::string("vxgrid ") + VXCore::VXGridGetVersion());
   app.require_subcommand(1);
   Settings settings;
@@ -94,6 +103,69 @@ int main(int argc, char** argv) {
     of_symmetry.one = !group->empty();
     work = [&] { symmetry(of_symmetry, settings); };
   });
+
+  GaussOptions of_gauss;
+  verb = add_verb(app, settings, "gauss", "make a map of a molecule's Gaussians",
+                  "gauss ligand.sdf -o ligand.map --spacing 0.25");
+  verb->add_option("MODEL", of_gauss.model, "coordinates; of several molecules the first")->required();
+  add_grid_options(verb, of_gauss.output, of_gauss.spacing, of_gauss.no_hydrogens);
+  verb->add_flag("--product", of_gauss.product, "a soft union of the atoms in place of the sum");
+  verb->callback([&] { work = [&] { gauss(of_gauss, settings); }; });
+
+  ShapeOptions of_shape;
+  verb = add_verb(app, settings, "shape", "volumes and shape moments, a row a molecule",
+                  "shape ligands.sdf --tsv", "print one JSON document a molecule, each on a line");
+  verb->add_option("FILE", of_shape.files, "coordinates: .sdf, .mol, .mol2, .pdb, .cif, also .gz")
+      ->required();
+  verb->add_flag("--tsv", of_shape.tsv, "tab-separated columns, all digits")->excludes("--json");
+  verb->callback([&] { work = [&] { shape(of_shape, settings); }; });
+
+  GfitOptions of_gfit;
+  verb = add_verb(app, settings, "gfit", "express a map by a few Gaussians",
+                  "gfit ligand.map -o gaussians.json --max 50");
+  verb->add_option("GRID", of_gfit.grid, "map: .map, .ccp4, .ccp, .agd, also .gz")->required();
+  verb->add_option("-o,--output", of_gfit.output, "JSON document to write")->required();
+  verb->add_option("--tolerance", of_gfit.tolerance,
+                   "end before a Gaussian that takes away less than this share of the map's energy")
+      ->check(CLI::Range(1e-12, 1.0))
+      ->capture_default_str();
+  verb->add_option("--levels", of_gfit.levels, "widths to choose from: radii 3.2, 2.2, 1.2, 0.2 Å")
+      ->check(CLI::Range(1, 4))
+      ->capture_default_str();
+  verb->add_option("--max", of_gfit.max_count, "most Gaussians; 0 for no limit")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  verb->callback([&] { work = [&] { gfit(of_gfit, settings); }; });
+
+  ContactOptions of_contact;
+  verb = add_verb(app, settings, "contact", "make a map of where molecules touch, or one touches itself",
+                  "contact protein.pdb ligand.sdf -o contact.map");
+  verb->add_option("MODEL", of_contact.model, "coordinates")->required();
+  verb->add_option("MODEL2", of_contact.other, "coordinates of what touches it; without, the model itself");
+  add_grid_options(verb, of_contact.output, of_contact.spacing, of_contact.no_hydrogens);
+  verb->add_option("--method", of_contact.method,
+                   "of two models: densities (by default), or spheres, soft ones in the box of MODEL")
+      ->check(CLI::IsMember({"densities", "spheres"}))
+      ->type_name("NAME");
+  verb->callback([&] { work = [&] { contact(of_contact, settings); }; });
+
+  MaskOptions of_mask;
+  verb = add_verb(app, settings, "mask", "cut a molecule out of a map, or all but the molecule",
+                  "mask density.map ligand.sdf -o ligand.map --mode gaussian-");
+  verb->add_option("GRID", of_mask.grid, "map: .map, .ccp4, .ccp, .agd, also .gz")->required();
+  verb->add_option("MODEL", of_mask.model, "coordinates; of several molecules the first")->required();
+  verb->add_option("-o,--output", of_mask.output, "map to write; its extension gives the format")->required();
+  verb->add_option("--mode", of_mask.mode,
+                   "gaussian empties the inside, gaussian- the outside, gaussian_smooth and gaussian_smooth- "
+                   "do so softly")
+      ->check(CLI::IsMember(mask_modes()))
+      ->type_name("MODE")
+      ->capture_default_str();
+  verb->add_option("--level", of_mask.level,
+                   "density of the molecule at its border; how steep the soft modes are")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  verb->callback([&] { work = [&] { mask(of_mask, settings); }; });
 
   try {
     app.parse(argc, argv);

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <charconv>
 #include <chrono>
-#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -35,17 +34,28 @@ bool marks_wanted() {
 }
 
 template <class T>
-void put_number(rapidjson::PrettyWriter<rapidjson::StringBuffer>& writer, T number) {
-  if (!std::isfinite(number)) {
-    writer.Null();
-    return;
-  }
+std::string digits_of(T number) {
   char digits[40];
-  const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-  writer.RawValue(digits, static_cast<size_t>(end - digits), rapidjson::kNumberType);
+  return std::string(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
 }
 
 }  // namespace
+
+std::vector<Failure> try_each(const std::vector<std::string>& files,
+                              const std::function<void(const std::string&)>& work) {
+  std::vector<Failure> failures;
+  for (const std::string& file : files) try {
+      work(file);
+    } catch (const Failure& failure) {
+      failures.push_back(failure);
+    }
+  return failures;
+}
+
+void throw_last(const std::vector<Failure>& failures) {
+  for (size_t i = 0; i + 1 < failures.size(); ++i) std::fprintf(stderr, "vxgrid: %s\n", failures[i].what());
+  if (!failures.empty()) throw failures.back();
+}
 
 std::string text(const char* format, ...) {
   va_list args, again;
@@ -63,6 +73,9 @@ std::string join(const std::vector<std::string>& words, const char* between) {
   for (const std::string& word : words) all += (all.empty() ? "" : between) + word;
   return all;
 }
+
+std::string shortest(float number) { return digits_of(number); }
+std::string shortest(double number) { return digits_of(number); }
 
 void note(const Settings& settings, const std::string& line) {
   if (!settings.quiet) std::fprintf(stderr, "vxgrid: %s\n", line.c_str());
@@ -82,8 +95,9 @@ std::vector<std::string> LibraryLog::lines(const std::string& file) const {
     const size_t end = std::min(all.find('\n', from), all.size());
     std::string line = all.substr(from, end - from);
     from = end + 1;
-    for (const std::string& lead : {std::string("Warning: "), std::string("Error: "), std::string("Error: "),
-                                    std::string("VXReadMolecule: "), file + ": ", file + ", "})
+    for (const std::string& lead :
+         {std::string("Warning: "), std::string("Error: "), std::string("Error: "),
+          std::string("VXReadMolecule: "), std::string("VXMoleculeReader: "), file + ": ", file + ", "})
       if (line.compare(0, lead.size(), lead) == 0) line.erase(0, lead.size());
     if (!line.empty() && std::find(found.begin(), found.end(), line) == found.end()) found.push_back(line);
   }
@@ -129,15 +143,14 @@ void Table::print() const {
   }
 }
 
-void Json::value(float number) { put_number(writer_, number); }
-void Json::value(double number) { put_number(writer_, number); }
-void Json::print() const { std::printf("%s\n", buffer_.GetString()); }
-
 ProgressBar::ProgressBar(const Settings& settings)
     : wanted_(!settings.quiet && isatty(STDERR_FILENO)), start_(seconds()), last_(start_) {}
 
-ProgressBar::~ProgressBar() {
+ProgressBar::~ProgressBar() { Hide(); }
+
+void ProgressBar::Hide() {
   if (shown_) std::fprintf(stderr, "\r\033[K");
+  shown_ = false;
 }
 
 bool ProgressBar::Progress(unsigned int current, unsigned int total) {

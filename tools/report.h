@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cmath>
+#include <cstdio>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -8,6 +11,7 @@
 
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
 
 #include <vxgrid/host/stream.h>
 #include <vxgrid/host/tracer.h>
@@ -31,9 +35,18 @@ class WrongUsage : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// Does work for each of several files, and goes on behind one for which it fails. All failures.
+std::vector<Failure> try_each(const std::vector<std::string>& files,
+                              const std::function<void(const std::string&)>& work);
+/// Tells failures on standard error, the last of them by throwing it.
+void throw_last(const std::vector<Failure>& failures);
+
 /// printf into a string.
 std::string text(const char* format, ...) __attribute__((format(printf, 1, 2)));
 std::string join(const std::vector<std::string>& words, const char* between);
+/// The fewest digits that give the same value back.
+std::string shortest(float number);
+std::string shortest(double number);
 
 /// A remark beside the results, one line on standard error; none with --quiet.
 void note(const Settings& settings, const std::string& line);
@@ -79,9 +92,10 @@ class Table {
 
 /// A JSON document under construction. Numbers have the fewest digits that give the same value back; those
 /// that are not finite become null.
-class Json {
+template <class Writer>
+class JsonText {
  public:
-  Json() : writer_(buffer_) { writer_.SetIndent(' ', 1); }
+  JsonText() : writer_(buffer_) { set_layout(writer_); }
 
   void open_object() { writer_.StartObject(); }
   void open_object(const char* key) { writer_.Key(key), writer_.StartObject(); }
@@ -93,8 +107,8 @@ class Json {
   void value(std::string_view s) { writer_.String(s.data(), static_cast<unsigned>(s.size())); }
   void value(const char* s) { value(std::string_view(s)); }
   void value(const std::string& s) { value(std::string_view(s)); }
-  void value(float number);
-  void value(double number);
+  void value(float number) { put_number(number); }
+  void value(double number) { put_number(number); }
   void value(int number) { writer_.Int(number); }
   void value(unsigned number) { writer_.Uint(number); }
 
@@ -111,12 +125,28 @@ class Json {
     writer_.EndArray();
   }
 
-  void print() const;
+  std::string str() const { return buffer_.GetString(); }
+  void print() const { std::puts(buffer_.GetString()); }
 
  private:
+  static void set_layout(rapidjson::PrettyWriter<rapidjson::StringBuffer>& writer) {
+    writer.SetIndent(' ', 1);
+  }
+  static void set_layout(rapidjson::Writer<rapidjson::StringBuffer>&) {}
+
+  template <class T>
+  void put_number(T number) {
+    const std::string digits = std::isfinite(number) ? shortest(number) : "null";
+    writer_.RawValue(digits.data(), digits.size(), rapidjson::kNumberType);
+  }
+
   rapidjson::StringBuffer buffer_;
-  rapidjson::PrettyWriter<rapidjson::StringBuffer> writer_;
+  Writer writer_;
 };
+
+using Json = JsonText<rapidjson::PrettyWriter<rapidjson::StringBuffer>>;
+/// The same on one line.
+using JsonLine = JsonText<rapidjson::Writer<rapidjson::StringBuffer>>;
 
 /// Shows on a terminal how far work has come that takes more than a second. One bar covers `parts` calls of
 /// equal length, of which this is number `part`.
@@ -125,6 +155,8 @@ class ProgressBar : public VXCore::VXTracerBase {
   explicit ProgressBar(const Settings& settings);
   ~ProgressBar() override;
   bool Progress(unsigned int current, unsigned int total) override;
+  /// Clears the line for something else; the next progress shows again.
+  void Hide();
 
  private:
   bool shown_ = false;

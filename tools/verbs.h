@@ -33,6 +33,45 @@ struct ConvertOptions {
 };
 void convert(const ConvertOptions& options, const Settings& settings);
 
+struct GaussOptions {
+  std::string model, output;
+  float spacing = 0.5f;  // Å
+  bool product = false;  // 1 - prod(1 - g) in place of the sum
+  bool no_hydrogens = false;
+};
+void gauss(const GaussOptions& options, const Settings& settings);
+
+struct ShapeOptions {
+  std::vector<std::string> files;
+  bool tsv = false;
+};
+void shape(const ShapeOptions& options, const Settings& settings);
+
+struct GfitOptions {
+  std::string grid, output;
+  double tolerance = 1e-4;  // a share of the energy of the density
+  int levels = 3;           // widths to choose from
+  int max_count = 0;        // 0 for no limit
+};
+void gfit(const GfitOptions& options, const Settings& settings);
+
+struct ContactOptions {
+  std::string model, other, output;  // without `other`: of the model with itself
+  std::string method;                // "densities", "spheres", or empty for the first
+  float spacing = 0.5f;              // Å
+  bool no_hydrogens = false;
+};
+void contact(const ContactOptions& options, const Settings& settings);
+
+struct MaskOptions {
+  std::string grid, model, output;
+  std::string mode = "gaussian";
+  float level = 0.5f;  // threshold or steepness
+};
+/// The modes that MaskOptions::mode may name.
+std::vector<std::string> mask_modes();
+void mask(const MaskOptions& options, const Settings& settings);
+
 struct SymmetryOptions {
   std::string group;  // number or name
   bool one = false;   // the operators of the group; else all groups

@@ -5,6 +5,8 @@
 #include <rapidjson/pointer.h>
 #include <sys/wait.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -31,13 +33,14 @@ struct Result {
 
 const std::string kModel = source_file("examples/data/4hg7.pdb");
 const std::string kMtz = source_file("examples/data/4hg7.mtz");
+const std::string kLigands = source_file("examples/data/ligands.sdf");
 
-/// `arguments` go through the shell, where $MODEL and $MTZ name the sample crystal; `before` stands in front
-/// of the command.
+/// `arguments` go through the shell, where $MODEL and $MTZ name the sample crystal and $LIGANDS the sample
+/// ligands; `before` stands in front of the command.
 Result vxgrid(const std::string& arguments, const std::string& before = "") {
   const std::string out = scratch_file("out"), err = scratch_file("err");
-  const std::string line = "MODEL=" + kModel + "; MTZ=" + kMtz + "; " + before + VXGRID_COMMAND " " +
-                           arguments + " >" + out + " 2>" + err;
+  const std::string line = "MODEL=" + kModel + "; MTZ=" + kMtz + "; LIGANDS=" + kLigands + "; " + before +
+                           VXGRID_COMMAND " " + arguments + " >" + out + " 2>" + err;
   const int status = std::system(line.c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_bytes(out), read_bytes(err)};
 }
@@ -97,6 +100,25 @@ std::string small_map(int space_group) {
   return bytes;
 }
 
+/// An SDF record of atoms of one element on the x axis.
+std::string in_a_row(const char* element, const std::vector<double>& places) {
+  std::string sdf = "a row\n\n\n" + std::string(places.size() < 10 ? "  " : " ") +
+                    std::to_string(places.size()) + "  0  0  0  0  0  0  0  0  0999 V2000\n";
+  for (const double x : places) {
+    char line[64];
+    std::snprintf(line, sizeof line, "%10.1f    0.0000    0.0000 %s   0  0\n", x, element);
+    sdf += line;
+  }
+  return sdf + "M  END\n$$$$\n";
+}
+
+std::vector<std::string> lines_of(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
 }  // namespace
 
 TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
@@ -118,10 +140,7 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
     if (atom == 0) line.replace(60, 6, "-20.00");
     return true;
   });
-  const std::string sdf =
-      "ligand\n\n\n  2  1  0  0  0  0  0  0  0  0999 V2000\n"
-      "    0.0000    0.0000    0.0000 C   0  0\n"
-      "    1.4000    0.0000    0.0000 O   0  0\n  1  2  1  0\nM  END\n$$$$\n";
+  const std::string far_apart = in_a_row("C", {0, 1e6}), hydrogen = in_a_row("H", {0});
   const std::tuple<std::string, std::string, std::string, const char*> rows[] = {
       // Arguments, with @ for a file that is made for the case; the file that is named, its bytes; the
       // reason.
@@ -138,7 +157,7 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"info @", "axes.map", map_with(16, 7), "not a CCP4 map"},
       {"fit $MTZ $MTZ", kMtz, "", "not a model"},
       {"fit @ $MTZ", "no_atoms.pdb", no_atoms, "no atoms"},
-      {"fit @ $MTZ", "ligand.sdf", sdf, "no residue data"},
+      {"fit @ $MTZ", "ligand.sdf", in_a_row("C", {0, 1.4}), "no residue data"},
       {"fit $MODEL $MTZ --columns FWT,PHI", kMtz, "",
        "no column PHI for a map of type Fwt; name others with --columns AMPLITUDE,PHASE. There are "
        "(label:type): H:H K:H L:H FREE:I FP:F"},
@@ -153,6 +172,22 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"convert @ a.agd", "steps.map", map_with(7, 100000), "would"},
       {"map $MTZ -o /nowhere/a.map", "/nowhere/a.map", "", "cannot be written"},
       {"convert " + small + " a.txt", "a.txt", "", "extension"},
+      {"gauss @ -o a.map", "far.sdf", far_apart,
+       "a box of 1e+06 x 8 x 8 Å at a spacing of 0.5 Å holds more than 268435456 grid points; a spacing of "
+       "0.728 Å fits"},
+      {"contact @ -o a.map", "far.sdf", far_apart, "fits"},
+      {"contact $MODEL @ -o a.map", "far.sdf", far_apart, "fits"},
+      {"gauss @ -o a.map --no-hydrogens", "hydrogen.sdf", hydrogen, "no atoms but hydrogens"},
+      {"gauss $MODEL -o a.txt", "a.txt", "", "extension"},
+      {"mask $MODEL $MODEL -o a.map", kModel, "", "not a map"},
+      {"mask " + small + " $MTZ -o a.map", kMtz, "", "not a model"},
+      {"gfit @ -o a.json", "flat.map", map.substr(0, 1024) + std::string(2048, '\0'), "no value above 0.01"},
+      {"gfit @ -o a.json", "nan.map", map.substr(0, 1024) + std::string(2048, '\xff'), "not finite"},
+      {"gfit " + small + " -o /nowhere/a.json", "/nowhere/a.json", "", "cannot be written"},
+      {"shape nowhere.sdf", "nowhere.sdf", "", "no such file"},
+      {"shape $MTZ", kMtz, "", "not a coordinate file"},
+      {"shape @", "blank.sdf", "\n\n", "there are no molecules in it"},
+      {"shape @", "cut.sdf", far_apart.substr(0, 60), "1 of 1 molecules could not be measured"},
       {"symmetry P7", "P7", "", "no space group"},
       {"symmetry ''", "", "", "no space group"},
   };
@@ -187,7 +222,10 @@ TEST(Command, WrongUsageIsTwo) {
   for (const char* row :
        {"", "dance", "info", "info --frobnicate $MTZ", "fit $MODEL", "fit $MODEL $MTZ --radius 0",
         "fit $MODEL $MTZ --type Fx", map.c_str(), "map $MTZ", "map $MTZ -o a.map --columns FWT",
-        "map $MTZ -o a.map --fft fftw9", "symmetry 19 --tsv"}) {
+        "map $MTZ -o a.map --fft fftw9", "symmetry 19 --tsv", "gauss $LIGANDS",
+        "gauss $LIGANDS -o a.map --spacing 0", "contact $LIGANDS -o a.map --method spheres",
+        "mask a.map $LIGANDS -o b.map --mode value+", "gfit a.map -o a.json --levels 5",
+        "shape $LIGANDS --tsv --json"}) {
     SCOPED_TRACE(row);
     const Result run = vxgrid(row);
     EXPECT_EQ(run.status, 2);
@@ -198,7 +236,8 @@ TEST(Command, WrongUsageIsTwo) {
 
 TEST(Command, HelpAndVersion) {
   EXPECT_THAT(vxgrid("--version").out, StartsWith("vxgrid 0."));
-  for (const char* verb : {"info", "map", "fit", "convert", "symmetry"}) {
+  for (const char* verb :
+       {"info", "map", "fit", "convert", "symmetry", "gauss", "shape", "gfit", "contact", "mask"}) {
     const Result run = vxgrid(std::string(verb) + " -h");
     EXPECT_EQ(run.status, 0);
     EXPECT_THAT(run.out, HasSubstr(std::string("Example: vxgrid ") + verb));
@@ -345,4 +384,156 @@ TEST(Command, WritesTheTableOfSpaceGroups) {
   EXPECT_EQ(sum, 0x6834a4152ce04b99u);
   const std::string reference = real_data("../tables/spacegroups.tsv");
   EXPECT_TRUE(reference.empty() || table == read_bytes(reference));
+}
+
+// One carbon is the Gaussian 2.7 exp(-w r^2) with the volume of its sphere, 4/3 pi 1.7^3; what lies below
+// 0.001 is left out, a 0.1 % of it. Two atoms at one place add up, or make 1 - (1 - 2.7)^2.
+TEST(Command, MakesMapsOfMolecules) {
+  const std::tuple<const char*, std::vector<double>, const char*, double, double> rows[] = {
+      {"", {0}, "max", 2.7, 20.580},
+      {" --product", {0}, "max", 2.7, 20.580},
+      {"", {0, 0}, "max", 5.4, 41.159},
+      {" --product", {0, 0}, "min", -1.89, NAN}};
+  for (const auto& [option, places, extreme, value, integral] : rows) {
+    SCOPED_TRACE(std::to_string(places.size()) + option);
+    const std::string map = scratch_file("gauss.agd");
+    const Result run = vxgrid("gauss " + written("c.sdf", in_a_row("C", places)) + " -o " + map + option);
+    EXPECT_EQ(run.out, map + ": Ascii Grid, 19 x 19 x 19 points\n") << run.err;  // trunc(8 / 0.5) + 3
+    const rapidjson::Document info = json_of("info --json " + map);
+    EXPECT_NEAR(info[0][extreme].GetDouble(), value, 1e-5);
+    if (std::isfinite(integral)) {
+      EXPECT_NEAR(info[0]["mean"].GetDouble() * 6859 / 8, integral, 0.003 * integral);
+    }
+  }
+}
+
+// Half-way between two carbons at 3 Å both have 2.7 exp(-w 1.5^2), w = 2.344229 / 1.7^2, and so has the
+// contact; far from each other they have none. An atom does not touch itself, nor its neighbours by bonds.
+TEST(Command, MakesContactMaps) {
+  const std::string left = written("left.sdf", in_a_row("C", {-1.5})),
+                    right = written("right.sdf", in_a_row("C", {1.5}));
+  const std::string far_off = written("far_off.sdf", in_a_row("C", {20})),
+                    both = written("both.sdf", in_a_row("C", {-1.5, 1.5}));
+  const std::tuple<std::string, double, double> rows[] = {
+      {left + " " + right, 0.4352, 1e-4},
+      {left + " " + far_off, 0, 0},
+      {both + " " + right + " --method spheres", 3.3374, 1e-4},
+
+      {both + " --spacing 0.25", 0.4078, 1e-4}};
+  for (const auto& [models, highest, within] : rows) {
+    SCOPED_TRACE(models);
+    const std::string map = scratch_file("contact.agd");
+    const Result run = vxgrid("contact " + models + " -o " + map);
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_NEAR(json_of("info --json " + map)[0]["max"].GetDouble(), highest, within);
+  }
+}
+
+// The two sides of a mask add up to the map, hard or smooth.
+TEST(Command, MasksMaps) {
+  const std::string map = scratch_file("whole.agd");
+  ASSERT_EQ(vxgrid("gauss $LIGANDS -o " + map).status, 0);
+  const double whole = json_of("info --json " + map)[0]["mean"].GetDouble();
+  for (const std::string mode : {"gaussian", "gaussian_smooth"}) {
+    double sum = 0;
+    for (const char* side : {"", "-"}) {
+      const std::string part = scratch_file("part.agd");
+      const Result run = vxgrid("mask " + map + " $LIGANDS -o " + part + " --mode " + mode + side);
+      EXPECT_THAT(run.err, IsEmpty());
+      const double mean = json_of("info --json " + part)[0]["mean"].GetDouble();
+      EXPECT_GT(mean, 0.01 * whole);
+      sum += mean;
+    }
+    EXPECT_NEAR(sum, whole, 1e-5 * whole) << mode;
+  }
+  // A crystal's map on oblique axes becomes a regular one; a model elsewhere is told.
+  const Result run = vxgrid("mask " + map_file() + " $LIGANDS -o " + scratch_file("cut.map"));
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.err, AllOf(HasSubstr("brought onto a regular grid"), HasSubstr("atoms lie outside")));
+}
+
+// The energy of one Gaussian is p^2 (pi / 2w)^(3/2); each one fitted takes its own energy away.
+TEST(Command, FitsGaussiansToMaps) {
+  const std::string map = scratch_file("one.agd"), out = scratch_file("one.json");
+  ASSERT_EQ(vxgrid("gauss " + written("c.sdf", in_a_row("C", {0})) + " -o " + map).status, 0);
+  const rapidjson::Document said = json_of("gfit --json --max 7 " + map + " -o " + out);
+  rapidjson::Document fit;
+  fit.Parse(read_bytes(out).c_str());
+  ASSERT_FALSE(fit.HasParseError());
+  EXPECT_EQ(fit["count"], said["count"]);
+  EXPECT_EQ(fit["energy_left"], said["energy_left"]);
+  ASSERT_EQ(fit["gaussians"].Size(), fit["count"].GetUint());
+  EXPECT_LE(fit["gaussians"].Size(), 7u);
+  const double energy = fit["energy"].GetDouble();
+  EXPECT_NEAR(energy, 19.645, 0.02);
+  double left = energy;
+  for (const auto& each : fit["gaussians"].GetArray()) {
+    const double p = each["prefactor"].GetDouble(), w = each["width"].GetDouble();
+    left -= p * p * std::pow(std::acos(-1.0) / (2 * w), 1.5);
+    EXPECT_EQ(each["center"].Size(), 3u);
+  }
+  EXPECT_NEAR(fit["energy_left"].GetDouble(), left, 1e-4 * energy);
+  EXPECT_LT(left, 0.1 * energy);
+}
+
+// Volumes of the atoms by their radii; in full, those of a count of points 0.1 Å apart inside the union of
+// the spheres, and the second moments of these points, which Gaussians spread a
+// little further.
+TEST(Command, MeasuresShapes) {
+  const struct {
+    const char* title;
+    double atoms, full, atoms_h, full_h, moments[3];
+  } molecules[] = {{"ZINC03814457", 313.208, 178.39, 407.305, 204.49, {0.866, 2.902, 11.278}},
+                   {"ZINC03814458", 339.657, 188.63, 448.231, 218.66, {0.876, 2.921, 12.049}},
+                   {"ZINC00023543", 339.657, 190.17, 462.707, 224.11, {0.873, 2.926, 12.159}}};
+  const std::vector<std::string> json = lines_of(vxgrid("shape --json $LIGANDS").out);
+  const std::vector<std::string> tsv = lines_of(vxgrid("shape --tsv $LIGANDS").out);
+  ASSERT_EQ(json.size(), 3u);
+  ASSERT_EQ(tsv.size(), 4u);
+  for (size_t i = 0; i < 3; ++i) {
+    rapidjson::Document row;
+    row.Parse(json[i].c_str());
+    ASSERT_FALSE(row.HasParseError()) << json[i];
+    EXPECT_STREQ(row["title"].GetString(), molecules[i].title);
+    EXPECT_EQ(row["number"].GetUint(), i + 1);
+    EXPECT_NEAR(row["volume"]["atoms"].GetDouble(), molecules[i].atoms, 0.01);
+    EXPECT_NEAR(row["volume_h"]["atoms"].GetDouble(), molecules[i].atoms_h, 0.01);
+    EXPECT_NEAR(row["volume"]["full"].GetDouble(), molecules[i].full, 0.05 * molecules[i].full);
+    EXPECT_NEAR(row["volume_h"]["full"].GetDouble(), molecules[i].full_h, 0.05 * molecules[i].full_h);
+    std::vector<double> moments;
+    for (const auto& moment : row["second_moments"].GetArray()) moments.push_back(moment.GetDouble());
+    std::sort(moments.begin(), moments.end());
+    for (size_t axis = 0; axis < 3; ++axis)
+      EXPECT_NEAR(moments[axis], molecules[i].moments[axis], 0.15 * moments[axis]);
+    std::istringstream cells(tsv[i + 1]);
+    std::string file, title;
+    float number, atoms, volumes[6];
+    cells >> file >> number >> title >> atoms;
+    for (float& volume : volumes) cells >> volume;
+    EXPECT_EQ(file + title, kLigands + molecules[i].title);
+    EXPECT_FLOAT_EQ(volumes[1], row["volume"]["bonds"].GetFloat());
+    EXPECT_FLOAT_EQ(volumes[5], row["volume_h"]["full"].GetFloat());
+  }
+}
+
+TEST(Command, ShapeGoesOnBehindABadMolecule) {
+  const std::string whole = in_a_row("C", {0}), cut = whole.substr(0, whole.find("M  END"));
+  const std::string file =
+      written("bad.sdf", whole + cut + "$$$$\n" + in_a_row("R#", {0}) + in_a_row("H", {0}));
+  for (const std::string& name : {file, written("bad.sdf.gz", gz(read_bytes(file)))}) {
+    const Result run = vxgrid("shape " + name + " nowhere.sdf");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "vxgrid: " + name + ": molecule 2, line 12: the molecule is cut short\n" +
+                           "vxgrid: " + name + ": molecule 3: none of its atoms has a radius\n" +
+                           "vxgrid: " + name + ": 2 of 4 molecules could not be measured\n" +
+                           "vxgrid: nowhere.sdf: there is no such file\n");
+    const std::vector<std::string> rows = lines_of(run.out);
+    ASSERT_EQ(rows.size(), 4u) << run.out;  // the head, the file, two molecules
+    // A sphere: volumes alike at all levels, second moments 1 / 2w; hydrogen alone has no heavy atoms.
+    EXPECT_THAT(
+        rows[2],
+        HasSubstr("1      1     20.58     20.58     20.58     20.58     20.58     20.58    0.616    0.616"));
+    EXPECT_THAT(rows[3],
+                HasSubstr("4      1      0.00      0.00      0.00      7.24      7.24      7.24        -"));
+  }
 }

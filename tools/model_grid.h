@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include <vxgrid/grid/scalargrid.h>
+#include <vxgrid/grid/skewgrid.h>
+#include <vxgrid/host/molecule.h>
+
+#include "report.h"
+
+// What the verbs share that make grids from molecules.
+
+/// Most points of a grid that is made around a model: a GiB of values.
+constexpr double kMostPoints = 268435456;  // 2^28
+
+/// Failure when the box of the atoms with `margin` Å on each side takes more than kMostPoints at a spacing,
+/// or too many along one axis; it names a spacing that fits.
+void require_bearable_box(const std::string& file, const VXCore::VXMolBase& model, float margin,
+                          float spacing);
+
+/// A map on a regular lattice with its own spacing. Failure when that takes points out of proportion.
+VXCore::VXScalarGrid regular_map(const std::string& file, const VXCore::VXSkewGrid& grid);
+
+/// Says what was written to a file: its format and dimensions.
+void report_map(const std::string& file, const VXCore::VXGridAbstractBase& grid, const Settings& settings);
