@@ -52,6 +52,7 @@ TARGETS = [
     ("molecular_grid*", "rdkit", 1.0),
     ("gaussian_fit/first", "scipy", 1.0),
     ("gaussian_fit/further", "first", 0.01),
+    ("shape_sdf*", "reading", 1.5),
 ]
 
 OURS = "vxgrid"
@@ -261,6 +262,24 @@ class RdkitVolume:
         self.work = lambda: AllChem.ComputeMolVolume(mol, gridSpacing=0.5)
 
 
+class RdkitReading:
+    """SDMolSupplier over the same ligands as ours repeats, hydrogens kept; as many as ours reports items."""
+
+    paths, side, counts = "shape_sdf*", "rdkit_reading", "items"
+
+    def __init__(self, ours, scratch):
+        from rdkit import Chem
+
+        root = pathlib.Path(__file__).resolve().parent.parent
+        data = pathlib.Path(os.environ.get("VXGRID_TEST_DATA", root.parent / "shared" / "data")) / "ligands"
+        files = sorted(data.glob("*.sdf")) or [root / "examples/data/ligands.sdf"]
+        records = [record for file in files for record in re.findall(r"(?s).*?^\$\$\$\$\n", file.read_text(), re.M)]
+        self.items = round(ours.items)
+        name = scratch / "ligands.sdf"
+        name.write_text("".join(records[i % len(records)] for i in range(self.items)))
+        self.work = lambda: sum(mol is None for mol in Chem.SDMolSupplier(str(name), removeHs=False))
+
+
 def cube(size):
     import numpy
 
@@ -268,7 +287,8 @@ def cube(size):
     return numpy.random.default_rng(1).random((edge, edge, edge), dtype=numpy.float32)
 
 
-PYTHON_PEERS = [ScipyTrilinear, ScipyCorrelation, MrcfileRead, MrcfileWrite, RdkitShape, RdkitVolume]
+PYTHON_PEERS = [ScipyTrilinear, ScipyCorrelation, MrcfileRead, MrcfileWrite, RdkitShape, RdkitVolume,
+                RdkitReading]
 
 
 def python_peers(results, scratch, missing):
