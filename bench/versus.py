@@ -226,7 +226,7 @@ class RdkitShape:
 
     paths, side, counts = "molecular_grid/rdkit_size", "rdkit", "size"
 
-    def __init__(self, *_):
+    def __init__(self, ours, _):
         from rdkit import Chem
         from rdkit.Chem import rdShapeHelpers
         from rdkit.DataStructs import DiscreteValueType
@@ -244,7 +244,7 @@ class RdkitShape:
         low, high = rdShapeHelpers.ComputeConfBox(mol.GetConformer())
         grid = rdGeometry.UniformGrid3D(*(high[a] - low[a] for a in range(3)), 0.5,
                                         DiscreteValueType.TWOBITVALUE, low)
-        assert (grid.GetNumX(), grid.GetNumY(), grid.GetNumZ()) == (31, 40, 29)
+        assert 4 * grid.GetNumX() * grid.GetNumY() * grid.GetNumZ() == round(ours.size), "another lattice than ours"
         self.work = lambda: rdShapeHelpers.EncodeShape(mol, grid, ignoreHs=False)
 
 
