@@ -1,3 +1,4 @@
+#include <vxgrid/host/radii.h>
 #include <vxgrid/molgrid/contact_grid.h>
 
 #include "model_grid.h"
@@ -15,7 +16,9 @@ void contact(const ContactOptions& options, const Settings& settings) {
 
   VXScalarGrid grid;
   if (is_pair) {
-    const VXGraphMol other = read_model(options.other, settings);
+    VXGraphMol other = read_model(options.other, settings);
+    VXAssignBondiVdWRadii(other);  // soft spheres take the second model as it comes
+    if (options.no_hydrogens) VXSuppressHydrogens(other);
     const int method = options.method == "spheres";
     if (method == 0) require_bearable_box(options.other, other, kMargin, options.spacing);
     const LibraryLog log;

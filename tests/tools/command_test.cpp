@@ -414,10 +414,15 @@ TEST(Command, MakesContactMaps) {
                     right = written("right.sdf", in_a_row("C", {1.5}));
   const std::string far_off = written("far_off.sdf", in_a_row("C", {20})),
                     both = written("both.sdf", in_a_row("C", {-1.5, 1.5}));
+  const std::string nitrogen = written("n.sdf", in_a_row("N", {1.5})),
+                    hydrogen = written("h.sdf", in_a_row("H", {1.5}));
   const std::tuple<std::string, double, double> rows[] = {
       {left + " " + right, 0.4352, 1e-4},
       {left + " " + far_off, 0, 0},
       {both + " " + right + " --method spheres", 3.3374, 1e-4},
+      {both + " " + nitrogen + " --method spheres", 3.3374, 1e-4},
+      {both + " " + hydrogen + " --method spheres", 3.3374, 1e-4},
+      {both + " " + hydrogen + " --method spheres --no-hydrogens", 0, 0},
 
       {both + " --spacing 0.25", 0.4078, 1e-4}};
   for (const auto& [models, highest, within] : rows) {
