@@ -13,15 +13,15 @@ struct Ball {
 /// The volume of the union of balls in Å³: rows along x at every `step` Å in y and z, each with the exact
 /// length of the union of its intervals.
 inline double union_volume(const std::vector<Ball>& balls, double step) {
-  double low[2] = {1e30, 1e30}, high[2] = {-1e30, -1e30};
+  double y0 = 1e30, y1 = -1e30, z0 = 1e30, z1 = -1e30;
   for (const Ball& b : balls) {
-    low[0] = std::min(low[0], b.y - b.r), high[0] = std::max(high[0], b.y + b.r);
-    low[1] = std::min(low[1], b.z - b.r), high[1] = std::max(high[1], b.z + b.r);
+    y0 = std::min(y0, b.y - b.r), y1 = std::max(y1, b.y + b.r);
+    z0 = std::min(z0, b.z - b.r), z1 = std::max(z1, b.z + b.r);
   }
   double length = 0;
   std::vector<std::pair<double, double>> row;
-  for (double z = low[1] + step / 2; z < high[1]; z += step)
-    for (double y = low[0] + step / 2; y < high[0]; y += step) {
+  for (double z = z0 + step / 2; z < z1; z += step)
+    for (double y = y0 + step / 2; y < y1; y += step) {
       row.clear();
       for (const Ball& b : balls) {
         const double half2 = b.r * b.r - (y - b.y) * (y - b.y) - (z - b.z) * (z - b.z);
