@@ -2,9 +2,9 @@
 //
 //     gaussian_accuracy FILE... -- VMIN...
 //
-// A line for every vmin, without and with hydrogens: terms a molecule, molecules a second on one core, median
-// and worst difference in percent. Radii are those that the expansion takes (after Bondi); the union is cut
-// into rows 0.02 Å apart.
+// A line for every vmin, without and with hydrogens: terms a molecule, molecules a second on one core (tables
+// made anew wherever the radii change), median and worst difference in percent. Radii are those that the
+// expansion takes (after Bondi); the union is cut into rows 0.02 Å apart.
 
 #include <algorithm>
 #include <chrono>

@@ -14,7 +14,9 @@
 namespace VXCore {
 namespace {
 
-/// Measured on ligands: see docs/gaussians.md.
+/// In Å³. Volumes of ligands come within 0.4 % of the union of hard spheres at the median and 0.8 % at worst
+/// (bench/gaussian_accuracy.cpp); at 0.1 it is 0.7 and 1.7 %, and below 0.02 time grows, but accuracy does
+/// not.
 constexpr float kDefaultVmin = 0.02f;
 constexpr int kTreeFrom = 201;  // atoms from which on neighbours come from the tree
 constexpr float kSmallestRadius = 0.0001f;
