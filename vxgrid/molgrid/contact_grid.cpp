@@ -189,7 +189,7 @@ VXContactGridImpl::~VXContactGridImpl() = default;
 
 void VXContactGridImpl::MakeGrids(const float* center, const float* extents, float spacing) {
   target_ = grid_in_box(center, extents, spacing);
-  contact_ = std::make_unique<VXScalarGrid>(*target_);
+  contact_ = grid_in_box(center, extents, spacing);
   MakeTargetGrid();
 }
 
@@ -213,7 +213,7 @@ void VXContactGridImpl::MakeTargetGrid() {
 
 void VXContactGridImpl::MakeContactGrid(const VXMolBase& other) {
   const std::vector<float> coords = coords_of(other);
-  std::fill_n(contact_->GetValues(), contact_->GetSize(), 0.0f);
+  contact_->Realloc();  // zeros, which cost nothing where no atom comes
   for (const VXAtomBase& atom : VXIter<VXAtomBase>(other.GetAtoms())) {
     const GaussPot& pot = *GetPotential(&atom);
     const float* const at = &coords[std::size_t{3} * atom.GetIdx()];

@@ -95,6 +95,15 @@ class Spheres {
     }
   }
 
+  /// About how many cells all runs have together: the discs of the slices, none larger than a plane.
+  double NumCells() const {
+    const double plane = static_cast<double>(dims_[0]) * dims_[1];
+    double sum = 0.0;
+    for (const Slice& slice : slices_)
+      sum += std::max(0.0, std::min(plane, 3.15 * (slice.radius * slice.radius - slice.dz2)));
+    return sum;
+  }
+
   /// Calls visit(point, run) for the runs in a plane of cells, by rising point.
   template <class Visit>
   void ForEachRun(int z, Visit visit) const {
@@ -305,7 +314,13 @@ int fill_lists(GridStruct& grid, const Points<float>& points, const unsigned cha
       }
     }
     if (next == 1) continue;
-    if (is_first) list.assign(1, 0);
+    if (is_first) {
+      const double cells = spheres.NumCells(),
+                   starts = std::min(cells, static_cast<double>(element_count(grid)));
+      list.clear();
+      list.reserve(static_cast<std::size_t>(std::min<double>(cells + starts, INT_MAX)));
+      list.assign(1, 0);
+    }
     list.resize(static_cast<std::size_t>(next));
 
     // Points enter their runs from the back; each cell comes down to the slot before its run.

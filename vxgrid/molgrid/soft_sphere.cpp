@@ -84,7 +84,8 @@ VXGRID_PART_OF_CLONE inline void store_where(const Mask& mask, const Floats& now
   std::memcpy(out, &chosen, sizeof chosen);
 }
 
-/// Calls visit(element, exponentials, d2, inside) with four points at a time, and gives the number inside.
+/// Calls visit(element, exponential of y and z, those of x, d2, inside) with four points at a time, and gives
+/// the number of points that visit counts.
 template <class Visit>
 VXGRID_PART_OF_CLONE inline unsigned int for_each_vector(const SphereTables& t, Visit visit) {
   Longs touched{};
@@ -101,7 +102,7 @@ VXGRID_PART_OF_CLONE inline unsigned int for_each_vector(const SphereTables& t, 
         const Doubles d2 = yz + square;
         const Longs within = d2 <= t.reach2;
         const Mask inside = __builtin_convertvector(within, Mask);
-        if (any(inside)) touched -= visit(row + i, factor * exponential, d2, inside, within);
+        touched -= visit(row + i, factor, exponential, d2, inside, within);
       }
     }
   return static_cast<unsigned int>(touched[0] + touched[1] + touched[2] + touched[3]);
@@ -112,24 +113,26 @@ VXGRID_PART_OF_CLONE inline unsigned int for_each_vector(const SphereTables& t, 
 // others take the plain road, so that all floats are those of the plain walk
 // (SoftSphere.SameBitsAsPlainWalk).
 VXGRID_WIDE unsigned int add_sphere(float* values, const SphereTables& t, const GaussPot& pot, double sign) {
-  const double amplitude = sign * pot.amplitude;
-  return for_each_vector(t, [&](std::size_t element, const Doubles& exponential, const Doubles& d2,
-                                const Mask& inside, const Longs& within) VXGRID_PART_OF_CLONE {
-    Floats before;
-    std::memcpy(&before, values + element, sizeof before);
-    const Doubles value = amplitude * exponential, sum = __builtin_convertvector(before, Doubles);
-    const Floats low = __builtin_convertvector(sum + value * (1.0 - kErrorBound), Floats);
-    const Floats high = __builtin_convertvector(sum + value * (1.0 + kErrorBound), Floats);
-    if (any(inside & (low != high))) {
-      for (unsigned int lane = 0; lane < kLanes; ++lane)
-        if (inside[lane])
-          values[element + lane] =
-              static_cast<float>(values[element + lane] + sign * pot(std::sqrt(d2[lane])));
-    } else {
-      store_where(inside, low, before, values + element);
-    }
-    return within;
-  });
+  const double least = sign * pot.amplitude * (1.0 - kErrorBound);
+  const double most = sign * pot.amplitude * (1.0 + kErrorBound);
+  return for_each_vector(
+      t, [&](std::size_t element, double factor, const Doubles& exponential, const Doubles& d2,
+             const Mask& inside, const Longs& within) VXGRID_PART_OF_CLONE {
+        Floats before;
+        std::memcpy(&before, values + element, sizeof before);
+        const Doubles sum = __builtin_convertvector(before, Doubles);
+        const Floats low = __builtin_convertvector(sum + least * factor * exponential, Floats);
+        const Floats high = __builtin_convertvector(sum + most * factor * exponential, Floats);
+        if (any(inside & (low != high))) {
+          for (unsigned int lane = 0; lane < kLanes; ++lane)
+            if (inside[lane])
+              values[element + lane] =
+                  static_cast<float>(values[element + lane] + sign * pot(std::sqrt(d2[lane])));
+        } else {
+          store_where(inside, low, before, values + element);
+        }
+        return within;
+      });
 }
 
 double contact_of(double potential, float target) {
@@ -140,14 +143,14 @@ double contact_of(double potential, float target) {
 VXGRID_WIDE unsigned int raise_contact(float* contact, const float* target, const SphereTables& t,
                                        const GaussPot& pot) {
   const double amplitude = pot.amplitude;
-  return for_each_vector(t, [&](std::size_t element, const Doubles& exponential, const Doubles& d2,
-                                const Mask& inside, const Longs&) VXGRID_PART_OF_CLONE {
+  return for_each_vector(t, [&](std::size_t element, double factor, const Doubles& exponential,
+                                const Doubles& d2, const Mask& inside, const Longs&) VXGRID_PART_OF_CLONE {
     Floats there, before;
     std::memcpy(&there, target + element, sizeof there);
     const Mask counts = inside & (there > kLeastTarget);
     if (!any(counts)) return Longs{};
     std::memcpy(&before, contact + element, sizeof before);
-    const Doubles g = amplitude * exponential, full = __builtin_convertvector(there, Doubles);
+    const Doubles g = amplitude * factor * exponential, full = __builtin_convertvector(there, Doubles);
     const Longs weaker = g < full;
     const Doubles least = (Doubles)(((Longs)g & weaker) | ((Longs)full & ~weaker));
     const Doubles value = __builtin_convertvector(there + there, Doubles) * (least / (g + full));
