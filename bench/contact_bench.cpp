@@ -1,5 +1,5 @@
-// Who is near whom: proximity grids of 50,000 points, and the contact of a protein with its ligand, 4HG7,
-// three copies of the protein side by side (2,385 atoms).
+// Who is near whom: proximity grids of 50,000 points, and the contact grid of a protein of 2,370 atoms (4HG7
+// three times, side by side) with a ligand of 40, at 0.5 Å.
 
 #include <benchmark/benchmark.h>
 
@@ -94,15 +94,6 @@ void contact(benchmark::State& state) {
   }
 }
 
-void self_contact(benchmark::State& state) {
-  const VXGraphMol mol = protein();
-  for (auto _ : state) {
-    VXScalarGrid grid;
-    VXMakeContactGrid(grid, mol, false, 0.5f);
-    benchmark::DoNotOptimize(grid.GetValues());
-  }
-}
-
 void contact_plain(benchmark::State& state) {
   const VXGraphMol mol1 = protein(), mol2 = ligand();
   for (auto _ : state) benchmark::DoNotOptimize(plain_contact(mol1, mol2, 0.5f).GetValues());
@@ -113,7 +104,6 @@ void contact_plain(benchmark::State& state) {
 BENCHMARK(proximity)->Name("proximity/vxgrid")->Unit(benchmark::kMillisecond);
 BENCHMARK(proximity_plain)->Name("proximity/plain")->Unit(benchmark::kMillisecond);
 BENCHMARK(contact)->Name("contact/vxgrid")->Unit(benchmark::kMillisecond);
-BENCHMARK(self_contact)->Name("contact/self/vxgrid")->Unit(benchmark::kMillisecond);
 BENCHMARK(contact_plain)->Name("contact/plain")->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();

@@ -53,6 +53,8 @@ TARGETS = [
     ("gaussian_fit/first", "scipy", 1.0),
     ("gaussian_fit/further", "first", 0.01),
     ("shape_sdf*", "reading", 1.5),
+    ("proximity*", "plain", 0.5),
+    ("contact*", "plain", 0.5),
 ]
 
 OURS = "vxgrid"
