@@ -6,6 +6,7 @@
 #include <random>
 
 #include <vxgrid/gaussian/gaussian.h>
+#include <vxgrid/host/mol_geometry.h>
 #include <vxgrid/host/radii.h>
 #include <vxgrid/molgrid/molecular_grid.h>
 
@@ -153,31 +154,25 @@ TEST(ContactGrid, SelfContactSameBitsAsPlainLoops) {
   VXSuppressHydrogens(heavy, false, false, true);
   VXScalarGrid target(grid), contact(grid);
   for (VXScalarGrid* const g : {&target, &contact}) std::fill_n(g->GetValues(), g->GetSize(), 0.0f);
-  const auto map = [&](const VXAtomBase& atom, auto functor) {
+  const auto map = [&](const VXAtomBase& atom, char what) {
     float at[3];
     heavy.GetCoords(&atom, at);
     const GaussPot pot = potential(static_cast<float>(atom.GetRadius()));
-    return functor(pot, at[0], at[1], at[2]);
+    const double x = at[0], y = at[1], z = at[2], range = pot.range;
+    if (what == '+') MapRadialPotentialToGrid<float>(target, pot, PlainAdd(), x, y, z, range);
+    if (what == '-') MapRadialPotentialToGrid<float>(target, pot, PlainSubtract(), x, y, z, range);
+    if (what == 'c') plain_touch(contact, target, pot, x, y, z, range);
   };
-  const auto add = [&](const GaussPot& pot, double x, double y, double z) {
-    return MapRadialPotentialToGrid<float>(target, pot, PlainAdd(), x, y, z, pot.range);
-  };
-  const auto subtract = [&](const GaussPot& pot, double x, double y, double z) {
-    return MapRadialPotentialToGrid<float>(target, pot, PlainSubtract(), x, y, z, pot.range);
-  };
-  const auto touch = [&](const GaussPot& pot, double x, double y, double z) {
-    return plain_touch(contact, target, pot, x, y, z, pot.range);
-  };
-  for (VXAtomBase& atom : VXIter<VXAtomBase>(heavy.GetAtoms())) map(atom, add);
+  for (VXAtomBase& atom : VXIter<VXAtomBase>(heavy.GetAtoms())) map(atom, '+');
   for (VXAtomBase& atom : VXIter<VXAtomBase>(heavy.GetAtoms())) {
     std::vector<VXAtomBase*> near{&atom};
     for (std::size_t depth = 0, from = 0; depth < 4; ++depth)
       for (const std::size_t to = near.size(); from < to; ++from)
         for (VXAtomBase& next : VXIter<VXAtomBase>(near[from]->GetAtoms()))
           if (std::find(near.begin(), near.end(), &next) == near.end()) near.push_back(&next);
-    for (const VXAtomBase* a : near) map(*a, subtract);
-    map(atom, touch);
-    for (const VXAtomBase* a : near) map(*a, add);
+    for (const VXAtomBase* a : near) map(*a, '-');
+    map(atom, 'c');
+    for (const VXAtomBase* a : near) map(*a, '+');
   }
   EXPECT_TRUE(same_bits(grid, contact));
   EXPECT_GT(largest(grid), 1);
@@ -233,48 +228,26 @@ TEST(ContactGridImpl, BoxTableAndCopies) {
   EXPECT_GT(largest(copy.GetContactGrid()), 3);
 }
 
+// A molecule with itself, moved by 2.5, 1 and 3 steps: between two values on x, on a value on y and z.
 TEST(ContactGrid, OfDensities) {
-  VXGraphMol one = chain(30, 8), two = chain(20, 9, 4);
-  VXScalarGrid grid, v, u;
+  const VXGraphMol one = chain(30, 8);
+  VXGraphMol two(one), radii(one);
+  const float step[3] = {1.25f, 0.5f, 1.5f};
+  VXTranslate(two, step);
+  VXScalarGrid grid, v;
   ASSERT_TRUE(VXMakeContactGrid(grid, one, two, false, 0.5f, 0));
-  VXAssignBondiVdWRadii(one);
-  VXAssignBondiVdWRadii(two);
-  ASSERT_TRUE(VXMakeMolecularGaussianGrid(v, one, 0.5f));
-  ASSERT_TRUE(VXMakeMolecularGaussianGrid(u, two, 0.5f));
+  VXAssignBondiVdWRadii(radii);
+  ASSERT_TRUE(VXMakeMolecularGaussianGrid(v, radii, 0.5f));
   ASSERT_TRUE(VXGridSameGeometry(grid, v));
-  // In double, with the eight corners weighted.
-  const auto density = [&](double x, double y, double z) {
-    const double at[3] = {x, y, z}, mid[3] = {u.GetXMid(), u.GetYMid(), u.GetZMid()};
-    const unsigned int dim[3] = {u.GetXDim(), u.GetYDim(), u.GetZDim()};
-    double t[3], sum = 0;
-    int cell[3];
-    for (int a = 0; a < 3; ++a) {
-      const double f = (at[a] - mid[a]) / 0.5 + (dim[a] - 1) / 2.0;
-      cell[a] = static_cast<int>(std::floor(f));
-      t[a] = f - cell[a];
-      if (f < 0 || f >= dim[a] - 1) return 0.0;
-    }
-    for (int c = 0; c < 8; ++c) {
-      double weight = 1;
-      for (int a = 0; a < 3; ++a) weight *= c >> a & 1 ? t[a] : 1 - t[a];
-      const auto i = [&](int a) { return static_cast<unsigned int>(cell[a] + (c >> a & 1)); };
-      sum += weight * u[(i(2) * dim[1] + i(1)) * dim[0] + i(0)];
-    }
-    return sum;
-  };
-  unsigned int e = 0;
-  const auto place = [](float mid, unsigned int dim, unsigned int i) {
-    return mid + (i - (dim - 1) / 2.0) * 0.5;
-  };
-  for (unsigned int z = 0; z < v.GetZDim(); ++z)
-    for (unsigned int y = 0; y < v.GetYDim(); ++y)
-      for (unsigned int x = 0; x < v.GetXDim(); ++x, ++e) {
-        const double there = density(place(v.GetXMid(), v.GetXDim(), x), place(v.GetYMid(), v.GetYDim(), y),
-                                     place(v.GetZMid(), v.GetZDim(), z));
-        const double expected =
-            v[e] + there == 0 ? 0 : 2 * v[e] * std::min<double>(v[e], there) / (v[e] + there);
-        ASSERT_NEAR(grid[e], expected, 2e-5) << e;  // positions in float, 1e-6 Å, on slopes of a few per Å
-      }
+  const unsigned int nx = v.GetXDim(), plane = nx * v.GetYDim();
+  for (unsigned int e = 0; e < grid.GetSize(); ++e) {
+    const bool is_inside = e % nx >= 3 && e % plane >= nx && e >= 3 * plane;
+    const double low = is_inside ? v[e - 3 - nx - 3 * plane] : 0,
+                 high = is_inside ? v[e - 2 - nx - 3 * plane] : 0;
+    const double u = (low + high) / 2,
+                 expected = u + v[e] > 0 ? 2 * v[e] * std::min<double>(u, v[e]) / (u + v[e]) : 0;
+    ASSERT_NEAR(grid[e], expected, 2e-5) << e;  // places in float, 1e-6 Å, on slopes of a few per Å
+  }
   EXPECT_GT(largest(grid), 1);
   EXPECT_FALSE(VXMakeContactGrid(grid, one, VXGraphMol(), false, 0.5f, 0));
   EXPECT_FALSE(VXMakeContactGrid(grid, VXGraphMol(), one, false, 0.5f, 0));

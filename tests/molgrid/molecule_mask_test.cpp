@@ -126,16 +126,15 @@ TEST(MoleculeMask, Refusals) {
 
 TEST(MoleculeMask, BySpheres) {
   const float coords[] = {-1, 0, 0, 2, 0.5f, 0.1f}, radii[] = {1.5f, 2};
+  VXZemoGrid density(numbered());
+  std::fill_n(density.GetValues(), density.GetSize(), 0.0f);
+  vx_make_gaussian_grid_explicit(coords, radii, nullptr, 2, 0, density, 0);
   for (const unsigned int mode : {4u, 5u, 6u, 7u, 9u}) {
     VXScalarGrid grid = numbered();
-    VXZemoGrid density(numbered());
-    std::fill_n(density.GetValues(), density.GetSize(), 0.0f);
-    vx_make_gaussian_grid_explicit(coords, radii, nullptr, 2, 0, density, 0);
     EXPECT_EQ(VXMaskGridByCoordsAndRadii(grid, coords, radii, 2, mode), mode < 8);
-    for (unsigned int i = 0; i < grid.GetSize(); ++i) {
-      const double v = 2.0 + i;
-      ASSERT_NEAR(grid[i], mode > 7 ? v : masked(mode, v, density.GetValues()[i], 0.5), 3e-7 * v);
-    }
+    for (unsigned int i = 0; i < grid.GetSize(); ++i)
+      ASSERT_NEAR(grid[i], mode > 7 ? 2.0 + i : masked(mode, 2.0 + i, density.GetValues()[i], 0.5),
+                  3e-7 * (2.0 + i));
   }
   VXScalarGrid one;
   EXPECT_FALSE(VXMaskGridByCoordsAndRadii(one, coords, radii, 2, 4));

@@ -89,41 +89,37 @@ TEST(ProximityGrid, SameAsPlainWalk) {
 
 // A law, apart from the walk: a run names just the points whose sphere holds the cell's place.
 TEST(ProximityGrid, RunsNameThePointsNearACell) {
-  const PlainSpheres points = random_spheres(150, 6, 1, 2, 3);
-  std::vector<float> xyz = points.xyz, radii = points.radii;
+  PlainSpheres points = random_spheres(150, 6, 1, 2, 3);
   Record grid;
   std::vector<int> list;
-  ASSERT_EQ(1, vx_make_proximity_grid(0, xyz.data(), radii.data(), 150, 0.5f, &grid, 0.6f, 1.0f, 2, list));
-  const auto place = [&](float mid, int dim, int i) { return mid + (i - (dim - 1) / 2.0) * grid.spacing; };
-  int first = -1, e = 0;
-  for (int z = 0; z < grid.zdim; ++z)
-    for (int y = 0; y < grid.ydim; ++y)
-      for (int x = 0; x < grid.xdim; ++x, ++e) {
-        std::vector<int> near;
-        bool is_at_rim = false;
-        for (int p = 149; p >= 0; --p) {
-          const double dx = place(grid.xmid, grid.xdim, x) - xyz[3 * p],
-                       dy = place(grid.ymid, grid.ydim, y) - xyz[3 * p + 1],
-                       dz = place(grid.zmid, grid.zdim, z) - xyz[3 * p + 2];
-          const double inside = radii[p] + 0.5 - std::sqrt(dx * dx + dy * dy + dz * dz);
-          is_at_rim = is_at_rim || std::fabs(inside) < 1e-4;  // rounding decides
-          if (inside > 0) near.push_back(p + 1);
-        }
-        if (is_at_rim) continue;
-        if (first < 0 && !near.empty()) {
-          first = e;  // its run stands from slot 1 on, but its cell reads 0
-          EXPECT_EQ(grid.integers[e], 0);
-          EXPECT_EQ(list[1], near[0]);
-          continue;
-        }
-        ASSERT_EQ(grid.integers[e] != 0, !near.empty()) << e;
-        if (near.empty()) continue;
-        near.push_back(0);
-        const int* const run = &list[grid.integers[e]];
-        ASSERT_EQ(std::vector<int>(run, run + near.size()), near) << e;
-      }
-  EXPECT_EQ(list[0], 0);
-  EXPECT_GE(first, 0);
+  ASSERT_EQ(1, vx_make_proximity_grid(0, points.xyz.data(), points.radii.data(), 150, 0.5f, &grid, 0.6f, 1.0f,
+                                      2, list));
+  const float mid[3] = {grid.xmid, grid.ymid, grid.zmid};
+  const int dim[3] = {grid.xdim, grid.ydim, grid.zdim};
+  bool is_first = true;
+  for (int e = 0; e < dim[0] * dim[1] * dim[2]; ++e) {
+    const int idx[3] = {e % dim[0], e / dim[0] % dim[1], e / dim[0] / dim[1]};
+    std::vector<int> near;
+    bool is_at_rim = false;
+    for (int p = 149; p >= 0; --p) {
+      double d2 = 0;
+      for (int a = 0; a < 3; ++a)
+        d2 += std::pow(mid[a] + (idx[a] - (dim[a] - 1) / 2.0) * grid.spacing - points.xyz[3 * p + a], 2);
+      const double inside = points.radii[p] + 0.5 - std::sqrt(d2);
+      is_at_rim = is_at_rim || std::fabs(inside) < 1e-4;  // rounding decides
+      if (inside > 0) near.push_back(p + 1);
+    }
+    if (is_at_rim || near.empty()) {
+      EXPECT_TRUE(is_at_rim || grid.integers[e] == 0);
+      continue;
+    }
+    near.push_back(0);
+    // The first cell reads 0 although its run stands from slot 1 on.
+    const int* const run = &list[is_first ? 1 : grid.integers[e]];
+    EXPECT_EQ(grid.integers[e] == 0, is_first);
+    is_first = false;
+    ASSERT_EQ(std::vector<int>(run, run + near.size()), near) << e;
+  }
 }
 
 TEST(ProximityGrid, MaskedSameAsPlainWalk) {
@@ -149,20 +145,6 @@ TEST(ProximityGrid, MaskedSameAsPlainWalk) {
   EXPECT_EQ(grid.cells(), std::vector<int>(15 * 20 * 9));
 }
 
-TEST(ProximityGrid, OnePoint) {
-  float at[3] = {1, 2, 3}, radius = 1.2f;
-  Record grid;
-  std::vector<int> list;
-  // Low and high are 1.2 + 0.5 away: 2 trunc(1.7) + 3 cells, the middle one on the point and six within 1.2.
-  ASSERT_EQ(1, vx_make_proximity_grid(0, at, &radius, 1, 0, &grid, 1, 0.5f, 2, list));
-  EXPECT_THAT((std::vector<int>{grid.xdim, grid.ydim, grid.zdim}), ElementsAre(5, 5, 5));
-  EXPECT_THAT((std::vector<float>{grid.xmid, grid.ymid, grid.zmid}), ElementsAre(1, 2, 3));
-  EXPECT_THAT(list, ElementsAre(0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0));
-  const std::vector<int> cells = grid.cells();
-  EXPECT_EQ(std::count(cells.begin(), cells.end(), 0), 125 - 6);  // seven, less the first
-  EXPECT_EQ(cells[62], 7);
-}
-
 TEST(ProximityGrid, EdgesAndRefusals) {
   float xyz[12] = {0, 0, 0, 1, 1, 1, 4, 0, 0, 0, 0, 0}, radii[4] = {1, 1, 0, 0};
   const auto make = [&](Record& grid, std::vector<int>& list, int n, float probe, float h, int kind,
@@ -180,45 +162,34 @@ TEST(ProximityGrid, EdgesAndRefusals) {
     EXPECT_EQ(grid.xmid, 2);
     EXPECT_EQ(grid.cells(), std::vector<int>(11 * 7 * 7));
   }
-  const int before = 3;
+  // Two points at (x, x, x) and (1, 1, 1).
+  const char* const no_room = "no room for a lattice";
   const struct {
-    const char* what;
-    int n;
-    float probe, h;
-    int kind;
-    float x;
-    const char* says;
-    int result;
+    float probe, h, x;
+    int kind, result;
+    const char *says, *prints;
   } rows[] = {
-      {"kind 5", 2, 1, 1, 5, 0, "", 0},
-      {"kind 0", 2, 1, 1, 0, 0, "", 0},
-      {"no spacing", 2, 1, 0, 2, 0, "", 1},
-      {"far apart", 2, 1, 0.5f, 2, 1e6f, "no room for a lattice", 0},
-      {"further", 2, 1, 0.5f, 2, 3e38f, "no room for a lattice", 0},
-      {"tiny spacing", 2, 1, 1e-30f, 2, 0, "no room for a lattice", 0},
-      {"negative spacing", 2, 1, -1, 2, 0, "no room for a lattice", 0},
-      {"spacing not a number", 2, 1, kNan, 2, 0, "no room for a lattice", 0},
-      {"endless probe", 2, kInfinity, 1, 2, 0, "no room for a lattice", 0},
+      {1, 1, 0, 5, 0, "", ""},
+      {1, 0, 0, 2, 1, "", "Cant have a grid of zero spacing!\n"},
+      {1, 0.5f, 1e6f, 2, 0, no_room, ""},
+      {1, 1e-30f, 0, 2, 0, no_room, ""},
+      {1, kNan, 0, 2, 0, no_room, ""},
+      {kInfinity, 1, 0, 2, 0, no_room, ""},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
+    SCOPED_TRACE(testing::Message() << row.kind << " " << row.h << " " << row.x);
     CapturedLog log;
     testing::internal::CaptureStdout();
-    xyz[0] = row.x;
-    xyz[1] = -row.x;
-    xyz[2] = row.x;
+    std::fill_n(xyz, 3, row.x);
     Record grid;
-    grid.xdim = before;
-    EXPECT_EQ(row.result, make(grid, list, row.n, row.probe, row.h, row.kind));
+    EXPECT_EQ(row.result, make(grid, list, 2, row.probe, row.h, row.kind));
     EXPECT_THAT(log.text(), HasSubstr(row.says));
     EXPECT_EQ(log.text().empty(), row.says[0] == 0);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              row.h == 0 ? "Cant have a grid of zero spacing!\n" : "");
-    EXPECT_EQ(grid.xdim, before);
-    EXPECT_EQ(grid.integers, nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), row.prints);
+    EXPECT_EQ(grid.xdim, 0);
     EXPECT_THAT(list, ElementsAre(7));
   }
-  xyz[0] = xyz[1] = xyz[2] = 0;
+  std::fill_n(xyz, 3, 0.0f);
 
   // What is not finite counts for nothing; the other point is found.
   for (const float bad : {kNan, kInfinity, -kInfinity})
