@@ -266,8 +266,7 @@ int no_room(const GridStruct& grid) {
   return 0;
 }
 
-/// Replaces the integers of the record by as many zeros as it has cells. False when there is no room for
-/// them.
+/// Replaces the integers of the record by as many zeros as it has cells. False when memory has no room.
 bool renew_integers(GridStruct& grid) {
   // Fresh zeros: cells that nothing touches cost no memory.
   int* const zeros =

@@ -20,21 +20,18 @@ using Mask = int __attribute__((vector_size(16)));
 constexpr unsigned int kLanes = 4;
 
 // A bound of the relative error of a product of three exponentials against the exponential of the sum, and of
-// what is made of it: half a unit in the last place of each exponent, which is below 256 where a float is
-// left.
+// what is made of it. Where a float is left the exponents are below 256, so their roundings are below 2^-45.
 constexpr double kErrorBound = 0x1p-40;
 
 // The target value up to which there is nothing to touch.
 constexpr float kLeastTarget = 0.0001f;
 
-/// The points of a lattice around a soft sphere: squared distances along each axis, and exp(-width d^2) of
-/// them. The x axis holds whole vectors that end inside the lattice's row; points outside the window are
-/// infinitely far away.
+/// The points of a lattice around a soft sphere: squared distances along each axis, and exp(-width d^2). The
+/// x axis holds whole vectors inside the lattice's row; points outside the window are infinitely far away.
 struct SphereTables {
   static constexpr unsigned int kMax = 64;
 
-  /// False when the window does not fit the tables or the potential grows outwards; the plain walk serves
-  /// then.
+  /// False when the window does not fit the tables or the potential grows outwards: left to the plain walk.
   bool Set(const VXFixedGrid<float>& grid, const GaussPot& pot, double x, double y, double z, double range) {
     const double spacing = grid.GetSpacing();
     const unsigned int dims[3] = {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()};
