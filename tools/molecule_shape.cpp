@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include <vxgrid/gaussian/shape_multipoles.h>
+#include <vxgrid/host/mol_geometry.h>
 #include <vxgrid/host/radii.h>
 
 using namespace VXCore;
@@ -12,6 +13,14 @@ namespace {
 
 // Of the pairs of radii that a file may show, so many keep their tables.
 constexpr size_t kMostExpansions = 64;
+
+/// Sums of moments are floats about the origin: 20 Å away from it they lose three digits.
+void move_to_origin(VXMolBase& mol) {
+  float centre[3], extents[3];
+  VXGetCenterAndExtents(mol, centre, extents);
+  for (float& c : centre) c = -c;
+  VXTranslate(mol, centre);
+}
 
 /// Overlaps of an odd number of pairings count as negative, whatever their sign in the list.
 double signed_volume(const Gsphere& sphere) {
@@ -22,6 +31,7 @@ double signed_volume(const Gsphere& sphere) {
 
 bool ShapeMaker::measure(VXMolBase& mol, MoleculeShape& shape) {
   VXAssignBondiVdWRadii(mol);
+  move_to_origin(mol);
   shape.atoms = mol.NumAtoms();
   float multipoles[1 + MoleculeShape::kSecond + MoleculeShape::kThird];
   if (!measure_part(mol, false, shape.all, nullptr)) return false;

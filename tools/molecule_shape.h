@@ -21,8 +21,9 @@ struct MoleculeShape {
 /// Measures one molecule after another, by van der Waals radii after Bondi.
 class ShapeMaker {
  public:
-  /// Gives the molecule the radii. False when none of its atoms has one, or its expansion passes all bounds.
-  /// A molecule of hydrogens alone has heavy volumes of 0 and moments that are not numbers.
+  /// Gives the molecule the radii and moves its middle to the origin. False when none of its atoms has a
+  /// radius, or its expansion passes all bounds. A molecule of hydrogens alone has heavy volumes of 0 and
+  /// moments that are not numbers.
   bool measure(VXCore::VXMolBase& mol, MoleculeShape& shape);
 
  private:

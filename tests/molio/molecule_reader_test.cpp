@@ -155,7 +155,7 @@ TEST(MoleculeReader, ManyMoleculesTakeTheMemoryOfOne) {
   std::ofstream out(file);
   for (int i = 0; i < 60000; ++i) out << sdf_molecule(std::to_string(i), 1 + i % 7) << "$$$$\n";
   out.close();
-  const std::size_t before = resident();
+  [[maybe_unused]] const std::size_t before = resident();
   VXMoleculeReader reader(file);
   VXGraphMol mol;
   unsigned long number = 0;
@@ -165,9 +165,11 @@ TEST(MoleculeReader, ManyMoleculesTakeTheMemoryOfOne) {
     ASSERT_EQ(mol.NumAtoms(), 1 + number % 7);
     ASSERT_GE(reader.GetShareRead(), share);
     share = reader.GetShareRead();
+#ifndef VXGRID_SANITIZED  // AddressSanitizer holds on to what is freed
     if (number % 10000 == 0) {
       ASSERT_LT(resident(), before + std::filesystem::file_size(file) / 4);
     }
+#endif
   }
   EXPECT_EQ(number, 60000u);
   EXPECT_EQ(reader.GetShareRead(), 1.0);
