@@ -522,7 +522,7 @@ TEST(Command, MeasuresShapes) {
 }
 
 TEST(Command, ShapeGoesOnBehindABadMolecule) {
-  const std::string whole = in_a_row("C", {0}), cut = whole.substr(0, whole.find("M  END"));
+  const std::string whole = in_a_row("C", {1234.5}), cut = whole.substr(0, whole.find("M  END"));
   const std::string file =
       written("bad.sdf", whole + cut + "$$$$\n" + in_a_row("R#", {0}) + in_a_row("H", {0}));
   for (const std::string& name : {file, written("bad.sdf.gz", gz(read_bytes(file)))}) {
