@@ -2,9 +2,10 @@
 //
 //     gaussian_accuracy FILE... -- VMIN...
 //
-// A line for every vmin, without and with hydrogens: terms a molecule, molecules a second on one core (tables
-// made anew wherever the radii change), median and worst difference in percent. Radii are those that the
-// expansion takes (after Bondi); the union is cut into rows 0.02 Å apart.
+// A line for every level, the full one with every vmin, without and with hydrogens: terms a molecule,
+// molecules a second on one core (tables made anew wherever the radii change), median of the differences with
+// and without their sign and the largest one, in percent. Radii are after Bondi; the union is cut into rows
+// 0.02 Å apart.
 
 #include <algorithm>
 #include <chrono>
@@ -55,39 +56,61 @@ double median(std::vector<double> values) {
 }
 
 /// Molecules a second over half a second of passes.
-double rate(Gaussian& gaussian, const std::vector<VXGraphMol>& molecules, int no_hydrogens) {
+template <class Make>
+double rate(const std::vector<VXGraphMol>& molecules, Make make) {
   using Clock = std::chrono::steady_clock;
   const Clock::time_point start = Clock::now();
   double seconds = 0, done = 0;
   while (seconds < 0.5) {
-    float volume;
-    for (const VXGraphMol& mol : molecules) gaussian.vx_calculate_volume_base(mol, &volume, no_hydrogens);
+    Gsphere* list;
+    int n;
+    for (const VXGraphMol& mol : molecules) make(mol, &list, &n);
     done += static_cast<double>(molecules.size());
     seconds = std::chrono::duration<double>(Clock::now() - start).count();
   }
   return done / seconds;
 }
 
-void report(const std::vector<VXGraphMol>& molecules, const std::vector<double>& hard, float vmin,
-            int no_hydrogens) {
-  Gaussian gaussian;
-  gaussian.vmin = vmin;
+/// One line: a list of Gaussians for each molecule, made by `make`, against the hard volumes.
+template <class Make>
+void report(const char* hydrogens, const char* what, const std::vector<VXGraphMol>& molecules,
+            const std::vector<double>& hard, Make make) {
   std::vector<double> signed_percent, percent;
   double terms = 0;
   for (std::size_t i = 0; i < molecules.size(); ++i) {
     Gsphere* list;
     int n = 0;
-    gaussian.make_full_gaussian_rep_base(molecules[i], no_hydrogens, &list, &n);
+    make(molecules[i], &list, &n);
     double volume = 0;
-    for (int k = 0; k < n; ++k) volume += list[k].volume;
+    for (int k = 0; k < n; ++k)
+      volume += list[k].order % 2 ? -std::fabs(list[k].volume) : std::fabs(list[k].volume);
     signed_percent.push_back(100 * (volume / hard[i] - 1));
     percent.push_back(std::fabs(signed_percent.back()));
     terms += n;
   }
-  const double count = static_cast<double>(molecules.size());
-  std::printf("%-9s %10g %8.0f %8.0f %8.2f %8.2f %8.2f\n", no_hydrogens ? "without" : "with", vmin,
-              terms / count, rate(gaussian, molecules, no_hydrogens), median(signed_percent), median(percent),
-              *std::max_element(percent.begin(), percent.end()));
+  std::printf("%-9s %10s %8.0f %8.0f %8.2f %8.2f %8.2f\n", hydrogens, what,
+              terms / static_cast<double>(molecules.size()), rate(molecules, make), median(signed_percent),
+              median(percent), *std::max_element(percent.begin(), percent.end()));
+}
+
+/// The two lower levels, then the full one for each vmin.
+void report_all(const std::vector<VXGraphMol>& molecules, int no_hydrogens, int n, char** vmins) {
+  const char* const hydrogens = no_hydrogens ? "without" : "with";
+  std::vector<double> hard;
+  for (const VXGraphMol& mol : molecules) hard.push_back(hard_volume(mol, !no_hydrogens));
+  for (const int bonds : {0, 1}) {
+    Gaussian gaussian;
+    report(hydrogens, bonds ? "bonds" : "atoms", molecules, hard, [&](const auto& mol, auto... out) {
+      gaussian.make_atomic_gaussian_rep_base(mol, bonds, no_hydrogens, out...);
+    });
+  }
+  for (int i = 0; i < n; ++i) {
+    Gaussian gaussian;
+    gaussian.vmin = std::strtof(vmins[i], nullptr);
+    report(hydrogens, vmins[i], molecules, hard, [&](const auto& mol, auto... out) {
+      gaussian.make_full_gaussian_rep_base(mol, no_hydrogens, out...);
+    });
+  }
 }
 
 }  // namespace
@@ -102,12 +125,8 @@ int main(int argc, char** argv) {
   }
   std::printf("%zu molecules; volumes against the union of hard spheres, differences in percent\n",
               molecules.size());
-  std::printf("%-9s %10s %8s %8s %8s %8s %8s\n", "hydrogens", "vmin", "terms", "mol/s", "bias", "median",
+  std::printf("%-9s %10s %8s %8s %8s %8s %8s\n", "hydrogens", "level", "terms", "mol/s", "bias", "median",
               "worst");
-  for (const int no_hydrogens : {1, 0}) {
-    std::vector<double> hard;
-    for (const VXGraphMol& mol : molecules) hard.push_back(hard_volume(mol, !no_hydrogens));
-    for (int i = files + 1; i < argc; ++i)
-      report(molecules, hard, std::strtof(argv[i], nullptr), no_hydrogens);
-  }
+  for (const int no_hydrogens : {1, 0})
+    report_all(molecules, no_hydrogens, argc - files - 1, argv + files + 1);
 }
