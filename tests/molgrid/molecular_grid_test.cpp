@@ -228,7 +228,11 @@ TEST(MolecularGaussianGrid, RefusesWhatNoGridHolds) {
     const float coords[] = {x, 0, 0, 0, 0, 0}, radii[] = {1, 1};
     EXPECT_TRUE(VXMakeMolecularGaussianGrid(grid, molecule({{x, 1}, {0, 1}}), spacing));
     EXPECT_THAT(log.text(), HasSubstr(spacing > 0 ? "too large" : "spacing above 0"));
-    if (!(spacing > 0)) vx_make_gaussian_grid_explicit(coords, radii, nullptr, 2, spacing, explicitly, 0);
+    const std::string once = log.text();
+    if (!(spacing > 0)) {
+      vx_make_gaussian_grid_explicit(coords, radii, nullptr, 2, spacing, explicitly, 0);
+      EXPECT_EQ(log.text(), once + once);
+    }
     EXPECT_EQ(grid.GetSize() * explicitly.GetSize(), 1u);
   }
 }

@@ -313,18 +313,26 @@ bool is_sized(const Grid& grid) {
   return grid.GetSize() > 1;
 }
 
+/// False, with one Warning, for what is no spacing or no lattice.
+template <class Grid>
+bool set_lattice(float spacing, const float* mid, const int* dim, Grid& grid) {
+  if (!grid.SetSpacing(spacing)) {
+    VXThrow.Warning("A Gaussian grid needs a spacing above 0, not %g", spacing);
+    return false;
+  }
+  return grid.SetMid(mid[0], mid[1], mid[2]) &&
+         grid.SetDim(static_cast<unsigned int>(dim[0]), static_cast<unsigned int>(dim[1]),
+                     static_cast<unsigned int>(dim[2]));
+}
+
 /// Gives the grid a lattice around the atoms.
 template <class Grid>
 bool size_around(AtomGaussians& atoms, float spacing, Grid& grid) {
   GridStruct box{};
   vx_set_grid_from_points(atoms.coords.data(), atoms.Count(), kMargin, kMargin, kMargin, spacing, &box);
-  if (!grid.SetSpacing(spacing)) {
-    VXThrow.Warning("A molecular Gaussian grid needs a spacing above 0, not %g", spacing);
-    return false;
-  }
-  grid.SetMid(box.xmid, box.ymid, box.zmid);
-  return grid.SetDim(static_cast<unsigned int>(box.xdim), static_cast<unsigned int>(box.ydim),
-                     static_cast<unsigned int>(box.zdim));
+  const float mid[3] = {box.xmid, box.ymid, box.zmid};
+  const int dim[3] = {box.xdim, box.ydim, box.zdim};
+  return set_lattice(spacing, mid, dim, grid);
 }
 
 float* current_values(VXScalarGrid& grid) { return grid.GetValues(); }
@@ -365,11 +373,10 @@ float explicit_margin(const float* values, const float* prefactors, int n, bool 
 bool size_around(const float* coords, int n, float margin, float spacing, VXZemoGrid& grid) {
   float centre[3], extents[3];
   VXGeom3DGetCenterAndExtents(coords, static_cast<unsigned int>(std::max(n, 0)), centre, extents);
-  unsigned int dim[3];
+  int dim[3];
   for (int axis = 0; axis < 3; ++axis)
-    dim[axis] = static_cast<unsigned int>(lattice::truncate((extents[axis] + 2.0f * margin) / spacing)) + 1;
-  return grid.SetSpacing(spacing) && grid.SetMid(centre[0], centre[1], centre[2]) &&
-         grid.SetDim(dim[0], dim[1], dim[2]);
+    dim[axis] = lattice::truncate((extents[axis] + 2.0f * margin) / spacing) + 1;
+  return set_lattice(spacing, centre, dim, grid);
 }
 
 }  // namespace

@@ -16,8 +16,8 @@ namespace VXCore {
 /// the Gaussians are added to the values of its current field: a second call doubles them.
 ///
 /// The form without spacing takes the grid's own. False, with the grid as it was, for a molecule without
-/// atoms. A lattice that no grid can hold leaves the values out, with the Warning of SetDim, and counts as
-/// done.
+/// atoms. A spacing that is not above 0, or a lattice that no grid can hold, leaves the values out with one
+/// Warning, and counts as done.
 VXGRID_API bool VXMakeMolecularGaussianGrid(VXZemoGrid& grid, const VXMolBase& mol, float spacing);
 VXGRID_API bool VXMakeMolecularGaussianGrid(VXZemoGrid& grid, const VXMolBase& mol);
 
@@ -41,7 +41,8 @@ VXGRID_API int vx_make_molecular_gaussian_grid_base(const VXMolBase& mol, float 
 /// prefactors  null stands for 2.7
 /// A grid of one sample or none is sized here: centre and extents of the coordinates, a margin that is the
 /// largest radius, or sqrt(-log(0.001 / P) / W) of the largest |prefactor| P and the smallest width W, and
-/// dim = trunc((extent + 2 margin) / spacing) + 1. Any other keeps its lattice, whatever `spacing` says.
+/// dim = trunc((extent + 2 margin) / spacing) + 1; what is no spacing or no lattice gives one Warning and
+/// no values. Any other keeps its lattice, whatever `spacing` says.
 ///
 /// The touched points are a box, out to the radius R on each axis. R is the radius itself or, for widths,
 /// sqrt(-log(0.001 / |p|) / w) with p the prefactor of the last Gaussian that came within reach of the

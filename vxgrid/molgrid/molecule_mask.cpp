@@ -110,9 +110,9 @@ bool VXMaskGridByMolecule(VXZemoGrid& grid, const VXMolBase& mol, unsigned int m
 bool VXMaskGridByCoordsAndRadii(VXScalarGrid& grid, const float* coords, const float* radii, unsigned int n,
                                 unsigned int mode) {
   VXZemoGrid density;
-  if (!VXGridCopyGeometry(density, grid)) return false;
+  if (!VXGridCopyGeometry(density, grid) || !density.GetValues()) return false;  // one sample
   vx_make_gaussian_grid_explicit(coords, radii, nullptr, static_cast<int>(n), 0.0f, density, 0);
-  return VXGridSameGeometry(density, grid) && density.GetValues() &&
+  return VXGridSameGeometry(density, grid) &&
          VXMaskGridValues(grid.GetValues(), density.GetValues(), grid.GetSize(), mode);
 }
 
