@@ -72,7 +72,9 @@ struct PdbStruct {
 /// exp(-a (i^2 - 2 d i)), filled by products from five exponentials, and  g = amp tz ty tx  in that order, in
 /// float: both are part of the result. A Gaussian is left out when its cut-off sphere misses the lattice,
 /// when its place or radius is not a number, and when its centre is more than 46340 steps outside.
-/// A record without floats, samples or a finite spacing above 0 is left alone.
+/// Where a = width * spacing^2 is above 88, of an atom narrower than a sixth of the spacing, e = exp(2 d a)
+/// may overflow and the values beside it with it. A lattice without floats, samples or a finite spacing above
+/// 0 is left alone.
 VXGRID_API void vi_gauss_grid(int reserved, int n, void* records, float* widths, float* prefactors,
                               float cutoff, int mode, GridStruct grid, float* extra);
 
