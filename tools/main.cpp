@@ -173,6 +173,10 @@ int main(int argc, char** argv) {
     finish_output();
     return 0;
   } catch (const CLI::ParseError& error) {
+    if (argc > 1 && argv[1][0] != '-' && app.get_subcommands().empty()) {
+      std::fprintf(stderr, "vxgrid: there is no verb '%s'; vxgrid -h lists them\n", argv[1]);
+      return 2;
+    }
     return app.exit(error) == 0 ? 0 : 2;
   } catch (const WrongUsage& usage) {
     std::fprintf(stderr, "vxgrid: %s\n", usage.what());
