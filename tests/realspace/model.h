@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cmath>
+
 #include <vxgrid/grid/scalargrid.h>
 #include <vxgrid/grid/skewgrid.h>
 #include <vxgrid/host/molecule.h>
@@ -22,6 +24,22 @@ inline VXCore::VXAtomBase* add_atom(VXCore::VXMolBase& mol, unsigned int element
   residue.SetOccupancy(occupancy);
   VXCore::VXAtomSetResidue(atom, residue);
   return atom;
+}
+
+/// A bonded chain of C, N, O and S, wound with 2.4 Å from turn to turn, and a hydrogen on each second atom.
+inline VXCore::VXGraphMol helix(int heavy) {
+  const unsigned int elements[] = {6, 6, 7, 6, 8, 6, 16};
+  VXCore::VXGraphMol mol;
+  VXCore::VXAtomBase* last = nullptr;
+  for (int i = 0; i < heavy; ++i) {
+    const float turn = 1.1f * static_cast<float>(i), z = 0.42f * static_cast<float>(i);
+    const float x = std::cos(turn), y = std::sin(turn), r = 1.4f + 0.1f * std::sin(turn * turn);
+    VXCore::VXAtomBase* const atom = add_atom(mol, elements[i % 7], r * x, r * y, z);
+    if (last) mol.AddBond(last, atom);
+    if (i % 2) mol.AddBond(atom, add_atom(mol, 1, (r + 1.1f) * x, (r + 1.1f) * y, z));
+    last = atom;
+  }
+  return mol;
 }
 
 inline VXCore::VXScalarGrid regular_grid(unsigned int nx, unsigned int ny, unsigned int nz, float spacing,
