@@ -22,9 +22,17 @@ void move_to_origin(VXMolBase& mol) {
   VXTranslate(mol, centre);
 }
 
-/// Overlaps of an odd number of pairings count as negative, whatever their sign in the list.
-double signed_volume(const Gsphere& sphere) {
-  return sphere.order % 2 ? -std::fabs(sphere.volume) : sphere.volume;
+/// Volumes as they stand in the list.
+double sum_of_volumes(const Gsphere* spheres, int n) {
+  double sum = 0;
+  for (int i = 0; i < n; ++i) sum += spheres[i].volume;
+  return sum;
+}
+
+bool has_hydrogens(const VXMolBase& mol) {
+  for (const VXAtomBase& atom : VXIter<VXAtomBase>(mol.GetAtoms()))
+    if (atom.GetAtomicNum() == 1) return true;
+  return false;
 }
 
 }  // namespace
@@ -33,12 +41,15 @@ bool ShapeMaker::measure(VXMolBase& mol, MoleculeShape& shape) {
   VXAssignBondiVdWRadii(mol);
   move_to_origin(mol);
   shape.atoms = mol.NumAtoms();
+  const bool twice = has_hydrogens(mol);
+  if (twice && !measure_part(mol, false, shape.all, nullptr)) return false;
   float multipoles[1 + MoleculeShape::kSecond + MoleculeShape::kThird];
-  if (!measure_part(mol, false, shape.all, nullptr)) return false;
   if (!measure_part(mol, true, shape.heavy, multipoles)) {
+    if (!twice) return false;
     std::fill(std::begin(shape.heavy), std::end(shape.heavy), 0.0);
     std::fill(std::begin(multipoles), std::end(multipoles), std::nanf(""));
   }
+  if (!twice) std::copy_n(shape.heavy, MoleculeShape::kLevels, shape.all);
   std::copy_n(multipoles + 1, MoleculeShape::kSecond, shape.second);
   std::copy_n(multipoles + 1 + MoleculeShape::kSecond, MoleculeShape::kThird, shape.third);
   return true;
@@ -47,16 +58,16 @@ bool ShapeMaker::measure(VXMolBase& mol, MoleculeShape& shape) {
 /// Volumes by level, and with `multipoles` those of the full expansion.
 bool ShapeMaker::measure_part(const VXMolBase& mol, bool no_hydrogens, double* volumes, float* multipoles) {
   Gaussian& expansion = expansion_for(mol, no_hydrogens);
-  std::fill_n(volumes, MoleculeShape::kLevels, 0.0);
   Gsphere* spheres = nullptr;
   int n = 0;
   if (!expansion.make_atomic_gaussian_rep_base(mol, 1, no_hydrogens, &spheres, &n)) return false;
-  for (int i = 0; i < n; ++i) {
-    if (spheres[i].order == 0) volumes[MoleculeShape::Atoms] += spheres[i].volume;
-    volumes[MoleculeShape::Bonds] += signed_volume(spheres[i]);
-  }
+  // The atoms, and then the bonds.
+  const auto is_atom = [](const Gsphere& sphere) { return sphere.order == 0; };
+  const int atoms = static_cast<int>(std::find_if_not(spheres, spheres + n, is_atom) - spheres);
+  volumes[MoleculeShape::Atoms] = sum_of_volumes(spheres, atoms);
+  volumes[MoleculeShape::Bonds] = volumes[MoleculeShape::Atoms] - sum_of_volumes(spheres + atoms, n - atoms);
   if (!expansion.make_full_gaussian_rep_base(mol, no_hydrogens, &spheres, &n)) return false;
-  for (int i = 0; i < n; ++i) volumes[MoleculeShape::Full] += signed_volume(spheres[i]);
+  volumes[MoleculeShape::Full] = sum_of_volumes(spheres, n);
   float centre[3], rotation[9];
   if (multipoles) vx_CalcShapeMultipoles(n, spheres, multipoles, centre, rotation);
   return true;
