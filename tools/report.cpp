@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <rapidjson/memorystream.h>
+
 #include <vxgrid/host/error_handler.h>
 
 using VXCore::VXThrow;
@@ -76,6 +78,19 @@ std::string join(const std::vector<std::string>& words, const char* between) {
 
 std::string shortest(float number) { return digits_of(number); }
 std::string shortest(double number) { return digits_of(number); }
+
+std::string valid_utf8(std::string_view text) {
+  std::string valid;
+  while (!text.empty()) {
+    rapidjson::MemoryStream in(text.data(), text.size());
+    rapidjson::StringBuffer character;
+    const bool good = rapidjson::UTF8<>::Validate(in, character) && in.Tell() <= text.size();
+    const size_t length = good ? in.Tell() : 1;
+    valid += good ? text.substr(0, length) : "\uFFFD";
+    text.remove_prefix(length);
+  }
+  return valid;
+}
 
 void note(const Settings& settings, const std::string& line) {
   if (!settings.quiet) std::fprintf(stderr, "vxgrid: %s\n", line.c_str());

@@ -48,6 +48,9 @@ std::string join(const std::vector<std::string>& words, const char* between);
 std::string shortest(float number);
 std::string shortest(double number);
 
+/// The text with U+FFFD for each byte that is not UTF-8.
+std::string valid_utf8(std::string_view text);
+
 /// A remark beside the results, one line on standard error; none with --quiet.
 void note(const Settings& settings, const std::string& line);
 
@@ -91,7 +94,7 @@ class Table {
 };
 
 /// A JSON document under construction. Numbers have the fewest digits that give the same value back; those
-/// that are not finite become null.
+/// that are not finite become null, and in text what valid_utf8 makes of it.
 template <class Writer>
 class JsonText {
  public:
@@ -104,7 +107,10 @@ class JsonText {
   void open_array(const char* key) { writer_.Key(key), writer_.StartArray(); }
   void close_array() { writer_.EndArray(); }
 
-  void value(std::string_view s) { writer_.String(s.data(), static_cast<unsigned>(s.size())); }
+  void value(std::string_view s) {
+    const std::string valid = valid_utf8(s);
+    writer_.String(valid.data(), static_cast<unsigned>(valid.size()));
+  }
   void value(const char* s) { value(std::string_view(s)); }
   void value(const std::string& s) { value(std::string_view(s)); }
   void value(float number) { put_number(number); }

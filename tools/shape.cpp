@@ -17,11 +17,11 @@ constexpr const char* kLevelNames[] = {"atoms", "bonds", "full"};
 constexpr const char* kSecondNames[] = {"m1", "m2", "m3"};
 constexpr const char* kThirdNames[] = {"xxx", "yyy", "zzz", "xxy", "xxz", "xyy", "yyz", "xzz", "yzz", "xyz"};
 
-/// A title on one line, without tabs and terminal sequences.
+/// A title on one line of UTF-8, without tabs and terminal sequences.
 std::string plain(std::string title) {
   std::replace_if(
       title.begin(), title.end(), [](unsigned char c) { return c < 32 || c == 127; }, ' ');
-  return title;
+  return valid_utf8(title);
 }
 
 /// A molecule measured, and where it stands.
