@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include <vxgrid/grid/grid_format.h>
 #include <vxgrid/molgrid/gaussian_fit.h>
 
 #include "model_grid.h"
@@ -85,6 +86,8 @@ std::string document(const GaussianFit& fit, const std::string& grid) {
 }  // namespace
 
 void gfit(const GfitOptions& options, const Settings& settings) {
+  if (VXIsWriteableGrid(options.output))
+    throw Failure(options.output, "this is the extension of a map, and a JSON document is to be written");
   const GaussianFit fit = compute(options, settings);
   write_text(options.output, document(fit, options.grid));
   if (!settings.json) {

@@ -22,6 +22,19 @@ CLI::App* add_verb(CLI::App& app, Settings& settings, const char* name, const ch
   return verb;
 }
 
+/// CLI::Range would take what is no number.
+template <class T>
+CLI::Validator in_range(T low, T high) {
+  const auto digits = [](T number) { return shortest(static_cast<double>(number)); };
+  const std::string range = "from " + digits(low) + " to " + digits(high);
+  const auto fault = [=](std::string& given) {
+    T value{};
+    const bool inside = CLI::detail::lexical_cast(given, value) && value >= low && value <= high;
+    return inside ? std::string() : given + " is no number " + range;
+  };
+  return CLI::Validator(fault, range);
+}
+
 std::string check_columns(const std::string& given) {
   const size_t comma = given.find(',');
   const bool two = comma != std::string::npos && comma > 0 && comma + 1 < given.size();
@@ -45,7 +58,7 @@ void add_map_options(CLI::App* verb, MapOptions& options) {
 void add_grid_options(CLI::App* verb, std::string& output, float& spacing, bool& no_hydrogens) {
   verb->add_option("-o,--output", output, "map to write; its extension gives the format")->required();
   verb->add_option("--spacing", spacing, "between grid points, in Å")
-      ->check(CLI::Range(0.001, 1e9))
+      ->check(in_range(0.001, 1e9))
       ->type_name("S")
       ->capture_default_str();
   verb->add_flag("--no-hydrogens", no_hydrogens, "leave hydrogens out");
@@ -81,7 +94,7 @@ int main(int argc, char** argv) {
   verb->add_option("DATA", of_fit.data, "reflections (.mtz) or a map (.map, .ccp4, .ccp, .agd)")->required();
   verb->add_option("--radius", of_fit.radius,
                    "mask radius about the atoms in Å; by default from the resolution")
-      ->check(CLI::Range(0.01, 10.0))
+      ->check(in_range(0.01, 10.0))
       ->type_name("R");
   verb->add_flag("--sort", of_fit.sort, "worst residues first");
   add_map_options(verb, of_fit.map);
@@ -127,13 +140,13 @@ int main(int argc, char** argv) {
   verb->add_option("-o,--output", of_gfit.output, "JSON document to write")->required();
   verb->add_option("--tolerance", of_gfit.tolerance,
                    "end before a Gaussian that takes away less than this share of the map's energy")
-      ->check(CLI::Range(1e-12, 1.0))
+      ->check(in_range(1e-12, 1.0))
       ->capture_default_str();
   verb->add_option("--levels", of_gfit.levels, "widths to choose from: radii 3.2, 2.2, 1.2, 0.2 Å")
-      ->check(CLI::Range(1, 4))
+      ->check(in_range(1, 4))
       ->capture_default_str();
   verb->add_option("--max", of_gfit.max_count, "most Gaussians; 0 for no limit")
-      ->check(CLI::NonNegativeNumber)
+      ->check(in_range(0, 1000000000))
       ->capture_default_str();
   verb->callback([&] { work = [&] { gfit(of_gfit, settings); }; });
 
@@ -163,7 +176,7 @@ int main(int argc, char** argv) {
       ->capture_default_str();
   verb->add_option("--level", of_mask.level,
                    "density of the molecule at its border; how steep the soft modes are")
-      ->check(CLI::NonNegativeNumber)
+      ->check(in_range(0.0, 1e9))
       ->capture_default_str();
   verb->callback([&] { work = [&] { mask(of_mask, settings); }; });
 

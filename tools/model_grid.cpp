@@ -37,6 +37,11 @@ double fitting_spacing(const double* edges, double too_fine) {
 
 }  // namespace
 
+void require_heavy_atoms(const std::string& file, const VXMolBase& model) {
+  if (!VXIter<VXAtomBase>(model.GetAtoms(VXIsHeavy())))
+    throw Failure(file, "there are no atoms but hydrogens");
+}
+
 void require_bearable_box(const std::string& file, const VXMolBase& model, float margin, float spacing) {
   float centre[3], extents[3] = {};
   VXGetCenterAndExtents(model, centre, extents);

@@ -13,6 +13,9 @@
 /// Most points of a grid that is made around a model: a GiB of values.
 constexpr double kMostPoints = 268435456;  // 2^28
 
+/// Failure when a model has no atoms but hydrogens.
+void require_heavy_atoms(const std::string& file, const VXCore::VXMolBase& model);
+
 /// Failure when the box of the atoms with `margin` Å on each side takes more than kMostPoints at a spacing,
 /// or too many along one axis; it names a spacing that fits.
 void require_bearable_box(const std::string& file, const VXCore::VXMolBase& model, float margin,

@@ -178,11 +178,14 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"contact @ -o a.map", "far.sdf", far_apart, "fits"},
       {"contact $MODEL @ -o a.map", "far.sdf", far_apart, "fits"},
       {"gauss @ -o a.map --no-hydrogens", "hydrogen.sdf", hydrogen, "no atoms but hydrogens"},
+      {"contact @ -o a.map --no-hydrogens", "hydrogen.sdf", hydrogen, "no atoms but hydrogens"},
+      {"contact $MODEL @ -o a.map --no-hydrogens", "hydrogen.sdf", hydrogen, "no atoms but hydrogens"},
       {"gauss $MODEL -o a.txt", "a.txt", "", "extension"},
       {"mask $MODEL $MODEL -o a.map", kModel, "", "not a map"},
       {"mask " + small + " $MTZ -o a.map", kMtz, "", "not a model"},
       {"gfit @ -o a.json", "flat.map", map.substr(0, 1024) + std::string(2048, '\0'), "no value above 0.01"},
       {"gfit @ -o a.json", "nan.map", map.substr(0, 1024) + std::string(2048, '\xff'), "not finite"},
+      {"gfit " + small + " -o " + small, small, "", "extension of a map"},
       {"gfit " + small + " -o /nowhere/a.json", "/nowhere/a.json", "", "cannot be written"},
       {"shape nowhere.sdf", "nowhere.sdf", "", "no such file"},
       {"shape $MTZ", kMtz, "", "not a coordinate file"},
@@ -219,13 +222,26 @@ TEST(Command, FullDiscs) {
 
 TEST(Command, WrongUsageIsTwo) {
   const std::string map = "fit $MODEL " + map_file() + " --type Fwt";
-  for (const char* row :
-       {"", "dance", "info", "info --frobnicate $MTZ", "fit $MODEL", "fit $MODEL $MTZ --radius 0",
-        "fit $MODEL $MTZ --type Fx", map.c_str(), "map $MTZ", "map $MTZ -o a.map --columns FWT",
-        "map $MTZ -o a.map --fft fftw9", "symmetry 19 --tsv", "gauss $LIGANDS",
-        "gauss $LIGANDS -o a.map --spacing 0", "contact $LIGANDS -o a.map --method spheres",
-        "mask a.map $LIGANDS -o b.map --mode value+", "gfit a.map -o a.json --levels 5",
-        "shape $LIGANDS --tsv --json"}) {
+  for (const char* row : {"",
+                          "dance",
+                          "info",
+                          "info --frobnicate $MTZ",
+                          "fit $MODEL",
+                          "fit $MODEL $MTZ --radius 0",
+                          "fit $MODEL $MTZ --type Fx",
+                          map.c_str(),
+                          "map $MTZ",
+                          "map $MTZ -o a.map --columns FWT",
+                          "map $MTZ -o a.map --fft fftw9",
+                          "symmetry 19 --tsv",
+                          "gauss $LIGANDS",
+                          "gauss $LIGANDS -o a.map --spacing 0",
+                          "gauss $LIGANDS -o a.map --spacing nan",
+                          "contact $LIGANDS -o a.map --method spheres",
+                          "mask a.map $LIGANDS -o b.map --mode value+",
+                          "gfit a.map -o a.json --levels 5",
+                          "gfit a.map -o a.json --max -1",
+                          "shape $LIGANDS --tsv --json"}) {
     SCOPED_TRACE(row);
     const Result run = vxgrid(row);
     EXPECT_EQ(run.status, 2);
@@ -422,14 +438,14 @@ TEST(Command, MakesContactMaps) {
       {both + " " + right + " --method spheres", 3.3374, 1e-4},
       {both + " " + nitrogen + " --method spheres", 3.3374, 1e-4},
       {both + " " + hydrogen + " --method spheres", 3.3374, 1e-4},
-      {both + " " + hydrogen + " --method spheres --no-hydrogens", 0, 0},
-
+      {both + " " + far_off + " --method spheres", 0, 0},
       {both + " --spacing 0.25", 0.4078, 1e-4}};
   for (const auto& [models, highest, within] : rows) {
     SCOPED_TRACE(models);
     const std::string map = scratch_file("contact.agd");
     const Result run = vxgrid("contact " + models + " -o " + map);
     ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err.find("there is no contact") != std::string::npos, highest == 0) << run.err;
     EXPECT_NEAR(json_of("info --json " + map)[0]["max"].GetDouble(), highest, within);
   }
 }
@@ -519,6 +535,10 @@ TEST(Command, MeasuresShapes) {
     EXPECT_FLOAT_EQ(volumes[1], row["volume"]["bonds"].GetFloat());
     EXPECT_FLOAT_EQ(volumes[5], row["volume_h"]["full"].GetFloat());
   }
+
+  // JSON is UTF-8, whatever a title is.
+  const std::string latin = in_a_row("C", {0}).replace(0, 1, "\xe5");
+  EXPECT_STREQ(json_of("shape --json " + written("latin.sdf", latin))["title"].GetString(), "\uFFFD row");
 }
 
 TEST(Command, ShapeGoesOnBehindABadMolecule) {
