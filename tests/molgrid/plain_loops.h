@@ -53,23 +53,19 @@ void plain_sphere_walk(const VXCore::GridStruct& g, const PlainSpheres& points, 
 /// Cells and list on the lattice of `g`; empty lists where no cell is near a point.
 inline void plain_proximity(const VXCore::GridStruct& g, const PlainSpheres& points, const PlainSpheres* mask,
                             std::vector<int>& cells, std::vector<int>& list) {
-  const std::size_t count = static_cast<std::size_t>(g.xdim) * g.ydim * g.zdim;
-  std::vector<char> takes_part(count, 1);
+  std::vector<char> takes_part(std::size_t{1} * g.xdim * g.ydim * g.zdim, 1);
   if (mask) plain_sphere_walk(g, *mask, [&](int cell, int) { takes_part[cell] = 0; });
-  cells.assign(count, 0);
+  cells.assign(takes_part.size(), 0);
   list.clear();
   plain_sphere_walk(g, points, [&](int cell, int) { cells[cell] += takes_part[cell]; });
-  int total = 0;
-  for (const int n : cells) total += n ? n + 1 : 0;
-  if (total == 0) return;
-  list.assign(total + 1, 0);
   int next = 1;
   for (int& n : cells)
     if (n) {
-      next += n;
-      n = next - 1;
-      ++next;
+      next += n + 1;
+      n = next - 2;
     }
+  if (next == 1) return;
+  list.assign(next, 0);
   plain_sphere_walk(g, points, [&](int cell, int point) {
     if (takes_part[cell]) list[cells[cell]--] = point + 1;
   });
@@ -102,31 +98,28 @@ inline unsigned int plain_touch(VXCore::VXScalarGrid& contact, const VXCore::VXS
 /// The contact of a protein with a ligand, method 1: box, target, contact.
 inline VXCore::VXScalarGrid plain_contact(const VXCore::VXMolBase& mol1, const VXCore::VXMolBase& mol2,
                                           float spacing) {
-  VXCore::VXGraphMol copy(mol1);
-  VXCore::VXAssignBondiVdWRadii(copy);
+  using namespace VXCore;
+  VXGraphMol copy(mol1);
+  VXAssignBondiVdWRadii(copy);
   float center[3], extents[3], box[6];
-  VXCore::VXGetCenterAndExtents(mol1, center, extents);
-  for (int a = 0; a < 3; ++a) {
-    extents[a] += 1.0f;
-    box[a] = center[a] - extents[a] / 2;
-    box[a + 3] = center[a] + extents[a] / 2;
-  }
-  VXCore::VXScalarGrid target(box, spacing, nullptr), contact(target);
-  std::vector<VXCore::GaussPot> pots(255);
-  const auto each_atom = [&](const VXCore::VXMolBase& mol, auto visit) {
-    for (const VXCore::VXAtomBase& atom : VXCore::VXIter<VXCore::VXAtomBase>(mol.GetAtoms())) {
-      VXCore::GaussPot& pot = pots[atom.GetAtomicNum()];
+  VXGetCenterAndExtents(mol1, center, extents);
+  for (int i = 0; i < 6; ++i) box[i] = center[i % 3] + (i < 3 ? -0.5f : 0.5f) * (extents[i % 3] + 1.0f);
+  VXScalarGrid target(box, spacing, nullptr), contact(target);
+  std::vector<GaussPot> pots(255);
+  const auto each_atom = [&](const VXMolBase& mol, auto visit) {
+    for (const VXAtomBase& atom : VXIter<VXAtomBase>(mol.GetAtoms())) {
+      GaussPot& pot = pots[atom.GetAtomicNum()];
       if (pot.width == 0.0f) pot.Set(static_cast<float>(atom.GetRadius()));
       float at[3];
       mol.GetCoords(&atom, at);
-      visit(pot, at);
+      visit(pot, at[0], at[1], at[2]);
     }
   };
-  each_atom(copy, [&](const VXCore::GaussPot& pot, const float* at) {
-    VXCore::MapRadialPotentialToGrid<float>(target, pot, PlainAdd(), at[0], at[1], at[2], pot.range);
+  each_atom(copy, [&](const GaussPot& pot, float x, float y, float z) {
+    MapRadialPotentialToGrid<float>(target, pot, PlainAdd(), x, y, z, pot.range);
   });
-  each_atom(mol2, [&](const VXCore::GaussPot& pot, const float* at) {
-    plain_touch(contact, target, pot, at[0], at[1], at[2], pot.range);
+  each_atom(mol2, [&](const GaussPot& pot, float x, float y, float z) {
+    plain_touch(contact, target, pot, x, y, z, pot.range);
   });
   return contact;
 }
