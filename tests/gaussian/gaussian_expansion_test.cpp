@@ -175,19 +175,36 @@ TEST(GaussianExpansion, OddMolecules) {
     EXPECT_EQ(full(gaussian, mol, 0).size(), row.records) << row.what;
   }
 
-  VXGraphMol no_atoms, no_coords, only_hydrogen, heap;
+  VXGraphMol no_atoms, no_coords, only_hydrogen, heap, beside_heap, specks;
   no_coords.AddAtom(6);
   add_atom(only_hydrogen, 1, 0, 0, 0);
   for (int i = 0; i < 40; ++i) add_atom(heap, 6, 1, 2, 3);
+  // 1023 records, and 600 atoms that test them and add none; a tree without branches.
+  for (int i = 0; i < 610; ++i)
+    add_atom(beside_heap, 6, i < 10 ? 0 : 0.5f, 0, 0)->SetRadius(i < 10 ? 1.7f : 0.001f);
+  for (int i = 0; i < 1500; ++i) add_atom(specks, 6, 0, 0, 0)->SetRadius(0.001f);
   Gaussian gaussian;
-  CapturedLog log;
-  for (const VXGraphMol* mol : {&no_atoms, &no_coords, &only_hydrogen, &heap}) {
+  gaussian.max_records = 2048;
+  const std::pair<const VXGraphMol*, const char*> nothing[] = {
+      {&no_atoms, ""},
+      {&no_coords, ""},
+      {&only_hydrogen, ""},
+      {&heap, "more than 2048 overlaps"},
+      {&beside_heap, "more than 262144 steps"},
+      {&specks, "more than 262144 steps"},
+  };
+  for (const auto& [mol, says] : nothing) {
+    CapturedLog log;
     float volume = -1;
     EXPECT_TRUE(full(gaussian, *mol, 1).empty());
     EXPECT_EQ(gaussian.vx_calculate_volume_no_hydrogens(*mol, &volume), 1);
     EXPECT_EQ(volume, 0);
+    EXPECT_THAT(log.text(), testing::HasSubstr(says));
+    EXPECT_EQ(log.text().empty(), says[0] == '\0');
   }
-  EXPECT_THAT(log.text(), testing::StartsWith("Warning: Gaussian expansion: more than 8388608 overlaps"));
+  gaussian.max_records = Gaussian().max_records;
+  EXPECT_EQ(full(gaussian, specks, 1).size(), 1500u);
+  EXPECT_EQ(full(gaussian, beside_heap, 1).size(), 1623u);
   Gsphere* list = nullptr;
   int n = -1;
   EXPECT_EQ(gaussian.vx_make_atomic_gaussian_representation(no_atoms, &list, &n), 0);

@@ -206,12 +206,13 @@ void write_spheres(const Records& records, const float* volume_from_log, float v
 }  // namespace
 
 struct Gaussian::Working {
-  /// Room for n more records; false beyond kMaxRecords.
+  /// Room for n more records; false beyond max_records.
   bool make_room(int n);
   void add_atom(int a, float log_volume, float cutoff);
   /// The candidates of an atom from a tree of all.
   int near_by_tree(int a, TdTree& tree);
-  /// Adds the overlaps of an atom with the blocks of the first so many candidates.
+  /// Adds the overlaps of an atom with the blocks of the first so many candidates. False beyond max_records
+  /// or the steps that go with them.
   bool add_overlaps(const Partner& atom, int candidates_of_atom);
   void resize(std::size_t n);
 
@@ -224,19 +225,21 @@ struct Gaussian::Working {
 
   Records records;
   int count = 0;  // records in use
+  int max_records = 0;
+  std::int64_t steps = 0;  // of kMaxSteps
   Found found;
 
   float ratio_scale = 0, cutoff_scale = 0;  // of Partner, the first times the atom's width
 };
 
 bool Gaussian::Working::make_room(int n) {
-  if (n > kMaxRecords - count) {
+  if (n > max_records - count) {
     VXThrow.Warning("Gaussian expansion: more than %d overlaps; atoms coincide, or vmin is too small",
-                    kMaxRecords);
+                    max_records);
     return false;
   }
   const std::size_t needed = static_cast<std::size_t>(count) + n;
-  if (needed > records.size) resize(std::min<std::size_t>(std::max(needed, 2 * records.size), kMaxRecords));
+  if (needed > records.size) resize(std::min<std::size_t>(std::max(needed, 2 * records.size), max_records));
   return true;
 }
 
@@ -258,7 +261,8 @@ void Gaussian::Working::add_atom(int a, float log_volume, float cutoff) {
 
 int Gaussian::Working::near_by_tree(int a, TdTree& tree) {
   const float* place = &xyz[3 * a];
-  const int hits = ndt_hits_p(place, std::sqrt(reaches.cutoff2[a]), &tree, a);
+  const int hits = ndt_hits_p(place, std::sqrt(reaches.cutoff2[a]), &tree, a, &steps);
+  steps += hits;
   int kept = 0;
   for (int i = 0; i < hits; ++i) {
     const int b = tree.hits[i];
@@ -269,6 +273,14 @@ int Gaussian::Working::near_by_tree(int a, TdTree& tree) {
 }
 
 bool Gaussian::Working::add_overlaps(const Partner& atom, int candidates_of_atom) {
+  for (int k = 0; k < candidates_of_atom; ++k)  // some lanes go idle at the end of a block
+    steps += kLanes + block_start[candidates[k] + 1] - block_start[candidates[k]];
+  const std::int64_t max_steps = std::int64_t{kMaxSteps} * max_records;
+  if (steps > max_steps) {
+    VXThrow.Warning("Gaussian expansion: more than %lld steps; atoms coincide, or vmin is too small",
+                    static_cast<long long>(max_steps));
+    return false;
+  }
   const int n =
       find_overlaps(records, block_start.data(), candidates.data(), candidates_of_atom, atom, found);
   if (!make_room(n)) return false;
@@ -400,11 +412,12 @@ void Gaussian::make_test(const VXMolBase& mol) {
 
 void Gaussian::vi_init_gauss_rep(int n) {
   capacity = std::max(capacity, n);
-  if (work_->records.size < std::size_t{kRecordsPerAtom} * n) vi_init_gs(kRecordsPerAtom * n);
+  const std::int64_t records = std::min<std::int64_t>(std::int64_t{kRecordsPerAtom} * n, max_records);
+  if (static_cast<std::int64_t>(work_->records.size) < records) vi_init_gs(static_cast<int>(records));
   log_vmin = log_f(vmin);
   if (capacity < kTreeFrom) return;
   if (tree_) {
-    realloc_tree(tree_.get(), capacity);
+    realloc_tree(tree_.get(), n);
   } else {
     tree_ = std::make_unique<TdTree>();
     init_tree(tree_.get(), capacity, 3);
@@ -471,16 +484,15 @@ void Gaussian::fit_tables() {
 }
 
 /// The record of every atom, each followed by its overlaps with the records of earlier atoms. False beyond
-/// kMaxRecords.
+/// max_records or the steps that go with them.
 bool Gaussian::expand() {
   Working& work = *work_;
   const int m = static_cast<int>(work.widths.size());
   const bool by_tree = m >= kTreeFrom;
-  if (by_tree) {
-    clean_tree(tree_.get());
-    add_to_tree(work.xyz.data(), 0, m, tree_.get());
-  }
+  if (by_tree) clean_tree(tree_.get());
   work.count = 0;
+  work.max_records = max_records;
+  work.steps = 0;
   work.reaches.resize(m);
   work.block_start.resize(m + 1);
   work.candidates.resize(m + kLanes);
@@ -495,6 +507,7 @@ bool Gaussian::expand() {
         by_tree ? work.near_by_tree(a, *tree_) : find_near(work.reaches, a, centre, work.candidates.data());
     const Partner atom = {centre[0],         centre[1], centre[2], wa,          work.ratio_scale / wa,
                           work.cutoff_scale, ratio,     logfactor, cutoff_scale};
+    if (by_tree) add_to_tree(work.xyz.data(), a, a + 1, tree_.get(), &work.steps);
     if (!work.add_overlaps(atom, candidates)) return false;
     work.block_start[a + 1] = work.count;
   }

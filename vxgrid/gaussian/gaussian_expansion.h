@@ -33,9 +33,9 @@ class VXGRID_API Gaussian {
   static constexpr float ipi = 0.3183099f;
   static constexpr float pi32 = 5.568328f;
   static constexpr int kTableSize = 1001;
-  /// A full expansion gives up beyond so many records, with a Warning and 0: many atoms at one place, or a
-  /// vmin too small for the size of the molecule. Records double with each further atom there.
-  static constexpr int kMaxRecords = 1 << 23;
+  /// Steps (tests of records, nodes and hits of the tree) for each of max_records. Proteins take 7 to 65 for
+  /// each record that they have, with close copies of atoms, 100,000 atoms or a vmin of 1e-4.
+  static constexpr int kMaxSteps = 128;
 
   Gaussian();
   Gaussian(const Gaussian&) = delete;
@@ -132,6 +132,10 @@ class VXGRID_API Gaussian {
   float log_vmin = 0;
   float volume_scale = 0;  ///< steps of volume_from_log per unit of the logarithm
   int capacity = 0;        ///< atoms of the largest molecule so far
+  /// A full expansion gives up beyond so many records, or kMaxSteps times as many steps, with a Warning and
+  /// 0: many atoms at one place, or a vmin too small for the size of the molecule. Records double with each
+  /// further atom at one place. 40 bytes each while it works, 32 in the list.
+  int max_records = 1 << 23;
 
  private:
   struct Working;  // arrays by atom and by record

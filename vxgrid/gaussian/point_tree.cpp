@@ -54,6 +54,11 @@ void Free_tree(TdTree* t) {
 }
 
 void add_to_tree(const float* points, int first, int last, TdTree* t) {
+  std::int64_t steps = 0;
+  add_to_tree(points, first, last, t, &steps);
+}
+
+void add_to_tree(const float* points, int first, int last, TdTree* t, std::int64_t* steps) {
   int i = first;
   if (t->nodes[0].split == 0) {
     t->nodes[0].split = 1;
@@ -66,7 +71,7 @@ void add_to_tree(const float* points, int first, int last, TdTree* t) {
     std::copy_n(point, 3, t->coords + 3 * i);
     t->nodes[i].point = i;
     int axis = 1, node = 0;
-    for (;;) {
+    for (;; ++*steps) {
       const int at = axis - 1;
       axis = axis % 3 + 1;
       TdTreeNode& parent = t->nodes[node];
@@ -83,6 +88,11 @@ void add_to_tree(const float* points, int first, int last, TdTree* t) {
 }
 
 int ndt_hits_p(const float* point, float radius, TdTree* t, int limit) {
+  std::int64_t steps = 0;
+  return ndt_hits_p(point, radius, t, limit, &steps);
+}
+
+int ndt_hits_p(const float* point, float radius, TdTree* t, int limit, std::int64_t* steps) {
   if (t->nodes[0].split == 0) return 0;
   const float radius2 = radius * radius;
   int hits = 0, queued = 1;
@@ -109,6 +119,7 @@ int ndt_hits_p(const float* point, float radius, TdTree* t, int limit) {
     t->distances[hits] = d2;
     t->hits[hits++] = t->queue[next];
   }
+  *steps += queued;
   return hits;
 }
 

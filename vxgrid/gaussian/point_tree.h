@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include <vxgrid/host/export.h>
 
 namespace VXCore {
@@ -50,6 +52,11 @@ VXGRID_API void add_to_tree(const float* points, int first, int last, TdTree* t)
 /// Writes into hits, queue and distances of the tree, also in the form by value, which shares them.
 VXGRID_API int ndt_hits(const float* point, float radius, TdTree t, int limit);
 VXGRID_API int ndt_hits_p(const float* point, float radius, TdTree* t, int limit);
+
+/// The same two, adding the nodes that they visit to `steps`. They are as many as the tree has for each point
+/// where points come in order or at one place, and few for others.
+VXGRID_API void add_to_tree(const float* points, int first, int last, TdTree* t, std::int64_t* steps);
+VXGRID_API int ndt_hits_p(const float* point, float radius, TdTree* t, int limit, std::int64_t* steps);
 
 /// Prints the tree, a line a node, on standard output.
 VXGRID_API void print_tree(TdTree t);
