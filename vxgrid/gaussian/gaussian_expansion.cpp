@@ -118,6 +118,7 @@ struct Found {
   std::vector<int> record;
   std::vector<float> log_volume;
   std::vector<float> fraction;  // of the way from the atom to the record, where the overlap lies
+  std::int64_t tests = 0;       // of records, to find these; idle lanes at the end of a block included
 };
 
 /// An atom that records are overlapped with, and the tables by which they are.
@@ -139,9 +140,11 @@ int find_overlaps(const Records& records, const int* block_start, const int* can
   const float last_entry = Gaussian::kTableSize - 1;
   const Partner a = atom;
   int kept = 0;
+  std::int64_t tests = 0;
   for (int k = 0; k < n; ++k) {
-    const int end = block_start[candidates[k] + 1];
-    for (int i = block_start[candidates[k]]; i < end; i += kLanes) {
+    const int begin = block_start[candidates[k]], end = block_start[candidates[k] + 1];
+    tests += end - begin + kLanes;
+    for (int i = begin; i < end; i += kLanes) {
       const Floats dx = a.x - lanes(&records.x[i]), dy = a.y - lanes(&records.y[i]),
                    dz = a.z - lanes(&records.z[i]);
       const Floats d2 = dx * dx + dy * dy + dz * dz;
@@ -163,6 +166,7 @@ int find_overlaps(const Records& records, const int* block_start, const int* can
       }
     }
   }
+  found.tests = tests;
   return kept;
 }
 
@@ -273,16 +277,15 @@ int Gaussian::Working::near_by_tree(int a, TdTree& tree) {
 }
 
 bool Gaussian::Working::add_overlaps(const Partner& atom, int candidates_of_atom) {
-  for (int k = 0; k < candidates_of_atom; ++k)  // some lanes go idle at the end of a block
-    steps += kLanes + block_start[candidates[k] + 1] - block_start[candidates[k]];
+  const int n =
+      find_overlaps(records, block_start.data(), candidates.data(), candidates_of_atom, atom, found);
+  steps += found.tests;
   const std::int64_t max_steps = std::int64_t{kMaxSteps} * max_records;
   if (steps > max_steps) {
     VXThrow.Warning("Gaussian expansion: more than %lld steps; atoms coincide, or vmin is too small",
                     static_cast<long long>(max_steps));
     return false;
   }
-  const int n =
-      find_overlaps(records, block_start.data(), candidates.data(), candidates_of_atom, atom, found);
   if (!make_room(n)) return false;
   write_overlaps(records, found, n, atom, count);
   count += n;
