@@ -189,6 +189,19 @@ TEST(ProximityGrid, EdgesAndRefusals) {
     EXPECT_EQ(grid->integers, nullptr);
   }
   EXPECT_THAT(log.text(), HasSubstr("2000 x 2000 x 2000"));
+  // A thousand spheres around 130^3 cells: more than an int counts, unless all are cut out.
+  std::vector<float> centres(3000), huge(1000, 300.0f);
+  Record full(130, 130, 130, 1);
+  for (const int cut : {0, 1}) {
+    CapturedLog says;
+    std::vector<int> none_taken;
+    EXPECT_EQ(0, vx_make_masked_and_boxed_proximity_grid(centres.data(), huge.data(), 1000, 0, xyz,
+                                                         huge.data(), cut, 0, &full, none_taken));
+    EXPECT_EQ(std::count(full.integers, full.integers + 130 * 130 * 130, 0), 130 * 130 * 130);
+    EXPECT_EQ(none_taken.capacity(), 0u);
+    EXPECT_THAT(says.text(), HasSubstr(cut ? "" : "130 x 130 x 130"));
+    EXPECT_EQ(says.text().empty(), cut == 1);
+  }
 }
 
 TEST(ProximityGrid, LookUp) {

@@ -7,9 +7,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include <emmintrin.h>
 
@@ -66,7 +68,7 @@ struct Origin {
 
 /// A run of cells along x, as elements of its plane, end exclusive.
 struct Run {
-  std::ptrdiff_t first, end;
+  int first, end;
 };
 
 /// The spheres of points on a lattice, all in steps, as runs of cells.
@@ -79,57 +81,23 @@ class Spheres {
  public:
   Spheres(const GridStruct& grid, const Points<float>& points) : dims_{grid.xdim, grid.ydim, grid.zdim} {
     const Origin origin(grid);
-    plane_.resize(static_cast<std::size_t>(dims_[2]) + 2);
-    Ball ball;
+    starts_.resize(static_cast<std::size_t>(dims_[2]) + 2);
+    Placed placed;
     for (int i = 0; i < points.n; ++i)
-      if (Place(points, i, origin, ball))
-        for (int z = ball.z.first; z < ball.z.end; ++z) ++plane_[z + 2];
-    for (std::size_t z = 2; z < plane_.size(); ++z) plane_[z] += plane_[z - 1];
-    slices_.resize(plane_.back());
-    for (int i = 0; i < points.n; ++i) {
-      if (!Place(points, i, origin, ball)) continue;
-      const float dz = static_cast<float>(ball.z.first) - ball.at[2];
-      float dz2 = dz * dz, step = 2.0f * dz + 1.0f;
-      for (int z = ball.z.first; z < ball.z.end; ++z, dz2 += step, step += 2.0f)
-        slices_[plane_[z + 1]++] = {i, ball.at[0], ball.at[1], dz2, ball.radius};
-    }
-  }
-
-  /// About how many cells all runs have together: the discs of the slices, none larger than a plane.
-  double NumCells() const {
-    const double plane = static_cast<double>(dims_[0]) * dims_[1];
-    double sum = 0.0;
-    for (const Slice& slice : slices_)
-      sum += std::max(0.0, std::min(plane, 3.15 * (slice.radius * slice.radius - slice.dz2)));
-    return sum;
-  }
-
-  /// Calls visit(point, run) for the runs in a plane of cells, by rising point.
-  template <class Visit>
-  void ForEachRun(int z, Visit visit) const {
-    for (std::size_t s = plane_[z]; s < plane_[z + 1]; ++s) {
-      const Slice& slice = slices_[s];
-      const Range range(slice.y, slice.radius, dims_[1]);
-      const Rows rows(slice.x, slice.radius, Range(slice.x, slice.radius, dims_[0]));
-      const float dy = static_cast<float>(range.first) - slice.y;
-      float dyz2 = slice.dz2 + dy * dy, step = 2.0f * dy + 1.0f;
-      const auto next = [&] {
-        const float d2 = dyz2;
-        dyz2 += step;
-        step += 2.0f;
-        return d2;
-      };
-      std::ptrdiff_t element = std::ptrdiff_t{dims_[0]} * range.first;
-      for (int y = range.first; y < range.end; y += Rows::kLanes) {
-        const float a = next(), b = next(), c = next(), d = next();
-        int from[Rows::kLanes], end[Rows::kLanes];
-        rows.Find(_mm_setr_ps(a, b, c, d), from, end);
-        const int lanes = std::min(Rows::kLanes, range.end - y);
-        for (int lane = 0; lane < lanes; ++lane, element += dims_[0])
-          if (from[lane] < end[lane]) visit(slice.point, Run{element + from[lane], element + end[lane]});
+      if (Place(points, i, origin, placed)) ++starts_[static_cast<std::size_t>(placed.first) + 2];
+    for (std::size_t z = 2; z < starts_.size(); ++z) starts_[z] += starts_[z - 1];
+    balls_.resize(static_cast<std::size_t>(starts_.back()));
+    for (int i = 0; i < points.n; ++i)
+      if (Place(points, i, origin, placed)) {
+        balls_[starts_[static_cast<std::size_t>(placed.first) + 1]++] = placed.ball;
+        most_cells_ += placed.cells_in_box;
       }
-    }
   }
+
+  /// No fewer cells than all runs have together.
+  double MostCells() const { return most_cells_; }
+
+  class Sweep;
 
  private:
   /// The cells of an axis from trunc(at - radius) + 1 to trunc(at + radius), end exclusive, on the lattice.
@@ -148,25 +116,58 @@ class Spheres {
     }
   };
   struct Ball {
-    float at[3], radius;
-    Range z;
+    int point, end;  // the plane of cells after its last
+    float x, y, radius;
+    float dz2, step;  // in the first plane that it reaches, or the one at hand
   };
-  /// What of a ball lies in one plane of cells.
-  struct Slice {
-    int point;
-    float x, y, dz2, radius;
+
+  struct Placed {
+    Ball ball;
+    int first;  // plane that it reaches
+    double cells_in_box;
   };
 
   /// False for a point that is near no cell.
-  static bool Place(const Points<float>& points, int i, const Origin& origin, Ball& ball) {
-    ball.radius = (points.radius(i) + points.probe) * origin.inverse;
-    if (!(ball.radius > 0.0f) || !std::isfinite(ball.radius)) return false;
+  static bool Place(const Points<float>& points, int i, const Origin& origin, Placed& out) {
+    const float radius = (points.radius(i) + points.probe) * origin.inverse;
+    if (!(radius > 0.0f) || !std::isfinite(radius)) return false;
+    float at[3];
+    Range range;
+    out.cells_in_box = 1.0;
     for (int axis = 0; axis < 3; ++axis) {
-      ball.at[axis] = (points[i][axis] - origin.low[axis]) * origin.inverse;
-      ball.z = Range(ball.at[axis], ball.radius, origin.dims[axis]);
-      if (!std::isfinite(ball.at[axis]) || ball.z.first >= ball.z.end) return false;
+      at[axis] = (points[i][axis] - origin.low[axis]) * origin.inverse;
+      range = Range(at[axis], radius, origin.dims[axis]);
+      if (!std::isfinite(at[axis]) || range.first >= range.end) return false;
+      out.cells_in_box *= range.end - range.first;
     }
+    out.first = range.first;
+    const float dz = static_cast<float>(out.first) - at[2];
+    out.ball = {i, range.end, at[0], at[1], radius, dz * dz, 2.0f * dz + 1.0f};
     return true;
+  }
+
+  /// The runs of a ball in a plane of cells.
+  template <class Visit>
+  void ForEachRun(const Ball& ball, Visit& visit) const {
+    const Range range(ball.y, ball.radius, dims_[1]);
+    const Rows rows(ball.x, ball.radius, Range(ball.x, ball.radius, dims_[0]));
+    const float dy = static_cast<float>(range.first) - ball.y;
+    float dyz2 = ball.dz2 + dy * dy, step = 2.0f * dy + 1.0f;
+    const auto next = [&] {
+      const float d2 = dyz2;
+      dyz2 += step;
+      step += 2.0f;
+      return d2;
+    };
+    int element = dims_[0] * range.first;
+    for (int y = range.first; y < range.end; y += Rows::kLanes) {
+      const float a = next(), b = next(), c = next(), d = next();
+      int from[Rows::kLanes], end[Rows::kLanes];
+      rows.Find(_mm_setr_ps(a, b, c, d), from, end);
+      const int lanes = std::min(Rows::kLanes, range.end - y);
+      for (int lane = 0; lane < lanes; ++lane, element += dims_[0])
+        if (from[lane] < end[lane]) visit(ball.point, Run{element + from[lane], element + end[lane]});
+    }
   }
 
   /// The runs of a ball's rows, four rows at a time.
@@ -245,8 +246,39 @@ class Spheres {
   };
 
   int dims_[3];
-  std::vector<Slice> slices_;       // by plane, then by point
-  std::vector<std::size_t> plane_;  // the first slice of each plane
+  std::vector<Ball> balls_;  // by first plane, then by point
+  std::vector<int> starts_;  // the first ball of each plane
+  double most_cells_ = 0.0;
+};
+
+/// Goes through the planes of cells, from the first on.
+class Spheres::Sweep {
+ public:
+  explicit Sweep(const Spheres& spheres) : spheres_(spheres) {}
+
+  /// Calls visit(point, run) for the runs in the next plane, by rising point.
+  template <class Visit>
+  void Next(Visit visit) {
+    here_.erase(std::remove_if(here_.begin(), here_.end(),
+                               [this](const Ball& ball) { return static_cast<std::size_t>(ball.end) <= z_; }),
+                here_.end());
+    const auto old = static_cast<std::ptrdiff_t>(here_.size());
+    const auto balls = spheres_.balls_.begin();
+    here_.insert(here_.end(), balls + spheres_.starts_[z_], balls + spheres_.starts_[z_ + 1]);
+    std::inplace_merge(here_.begin(), here_.begin() + old, here_.end(),
+                       [](const Ball& a, const Ball& b) { return a.point < b.point; });
+    for (Ball& ball : here_) {
+      spheres_.ForEachRun(ball, visit);
+      ball.dz2 += ball.step;
+      ball.step += 2.0f;
+    }
+    ++z_;
+  }
+
+ private:
+  const Spheres& spheres_;
+  std::vector<Ball> here_;  // the balls that reach the plane
+  std::size_t z_ = 0;
 };
 
 std::ptrdiff_t element_count(const GridStruct& grid) {
@@ -277,6 +309,34 @@ bool renew_integers(GridStruct& grid) {
   return true;
 }
 
+/// A run counts once more at its start and once less at its end: the sum up to a cell is the cell's count.
+void count_run(int* cell, std::ptrdiff_t plane, Run run) {
+  ++cell[run.first];
+  if (run.end < plane) --cell[run.end];
+}
+
+/// The length that a list is to be given room for: a guess from the volumes for a list below half a GiB, the
+/// exact length, or one beyond INT_MAX, for others. The integers of the record are zeros, and are so again.
+std::int64_t room_for_list(const Spheres& spheres, const GridStruct& grid, const unsigned char* mask) {
+  constexpr double kGuessed = 1 << 26;
+  if (spheres.MostCells() < kGuessed) {
+    const double cells = 0.6 * spheres.MostCells();  // a ball has about half the cells of its box
+    return static_cast<std::int64_t>(cells + std::min(cells, static_cast<double>(element_count(grid)))) + 1;
+  }
+  const std::ptrdiff_t plane = std::ptrdiff_t{grid.xdim} * grid.ydim;
+  Spheres::Sweep sweep(spheres);
+  std::int64_t next = 1;
+  for (int z = 0; z < grid.zdim && next <= INT_MAX; ++z) {
+    int* const cell = grid.integers + z * plane;
+    sweep.Next([=](int, Run run) { count_run(cell, plane, run); });
+    for (std::int64_t c = 0, count = 0; c < plane; ++c) {
+      count += std::exchange(cell[c], 0);
+      if (count > 0 && (!mask || mask[z * plane + c])) next += count + 1;
+    }
+  }
+  return next;
+}
+
 /// Counts, adds up and fills, a plane of cells at a time, so that its cells and lists stay in the cache while
 /// points in any order visit them. `mask` is 0 for the cells that take no part, or null.
 int fill_lists(GridStruct& grid, const Points<float>& points, const unsigned char* mask,
@@ -286,38 +346,34 @@ int fill_lists(GridStruct& grid, const Points<float>& points, const unsigned cha
     Run run;
   };
   const Spheres spheres(grid, points);
+  const std::int64_t room = room_for_list(spheres, grid, mask);
+  if (room > INT_MAX) return no_room(grid);
   const std::ptrdiff_t plane = std::ptrdiff_t{grid.xdim} * grid.ydim;
+  Spheres::Sweep sweep(spheres);
   std::vector<PointRun> runs;
-  std::int64_t next = 1;
+  int next = 1;
   for (int z = 0; z < grid.zdim; ++z) {
     int* const cell = grid.integers + z * plane;
-    // A run counts once more at its start and once less at its end: the sum up to a cell is the cell's count.
+    const unsigned char* const takes_part = mask ? mask + z * plane : nullptr;
     runs.clear();
-    spheres.ForEachRun(z, [&](int point, Run run) {
+    sweep.Next([&](int point, Run run) {
+      if (takes_part && !std::memchr(takes_part + run.first, 1, run.end - run.first)) return;
       runs.push_back({point, run});
-      ++cell[run.first];
-      if (run.end < plane) --cell[run.end];
+      count_run(cell, plane, run);
     });
     if (runs.empty()) continue;
     const bool is_first = next == 1;
-    const unsigned char* const takes_part = mask ? mask + z * plane : nullptr;
-    for (std::int64_t c = 0, count = 0; c < plane; ++c) {
+    int count = 0;
+    for (std::ptrdiff_t c = 0; c < plane; ++c) {
       count += cell[c];
-      const std::int64_t listed = takes_part && !takes_part[c] ? 0 : count;
+      const int listed = takes_part && !takes_part[c] ? 0 : count;
       next += listed;
-      cell[c] = listed ? static_cast<int>(next - 1) : 0;
+      cell[c] = listed ? next - 1 : 0;
       next += listed != 0;
-      if (next > INT_MAX) {
-        vx_zero_grid_struct(grid, true, false, 0);
-        return no_room(grid);
-      }
     }
-    if (next == 1) continue;
     if (is_first) {
-      const double cells = spheres.NumCells(),
-                   starts = std::min(cells, static_cast<double>(element_count(grid)));
       list.clear();
-      list.reserve(static_cast<std::size_t>(std::min<double>(cells + starts, INT_MAX)));
+      list.reserve(static_cast<std::size_t>(room));
       list.assign(1, 0);
     }
     list.resize(static_cast<std::size_t>(next));
@@ -325,7 +381,7 @@ int fill_lists(GridStruct& grid, const Points<float>& points, const unsigned cha
     // Points enter their runs from the back; each cell comes down to the slot before its run.
     int* const slots = list.data();
     for (const PointRun& entry : runs)
-      for (std::ptrdiff_t c = entry.run.first; c < entry.run.end; ++c)
+      for (int c = entry.run.first; c < entry.run.end; ++c)
         if (!takes_part || takes_part[c]) slots[cell[c]--] = entry.point + 1;
     // The first run of all starts at slot 1: its cell has come down to 0 and stays there, as the header says.
     for (std::ptrdiff_t c = 0; c < plane; ++c) cell[c] += cell[c] != 0;
@@ -405,10 +461,10 @@ int vx_make_masked_and_boxed_proximity_grid(float* coords, float* radii, int n, 
   if (cells == 0 || !mask || !renew_integers(*grid)) return no_room(*grid);
   std::fill_n(mask.get(), cells, static_cast<unsigned char>(1));
   const Spheres cut(*grid, {mask_coords, 3, mask_n, mask_radii, mask_probe});
-  for (int z = 0; z < grid->zdim; ++z) {
-    unsigned char* const plane = mask.get() + z * (cells / grid->zdim);
-    cut.ForEachRun(z, [=](int, Run run) { std::fill(plane + run.first, plane + run.end, char{0}); });
-  }
+  Spheres::Sweep sweep(cut);
+  for (unsigned char *plane = mask.get(), *const end = plane + cells; plane < end;
+       plane += cells / grid->zdim)
+    sweep.Next([=](int, Run run) { std::fill(plane + run.first, plane + run.end, char{0}); });
   return fill_lists(*grid, {coords, 3, n, radii, probe}, mask.get(), list);
 }
 
