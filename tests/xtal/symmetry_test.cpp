@@ -23,6 +23,7 @@ TEST(Symmetry, ConstructionSaysWhatIsWrong) {
       {4, {10, 20, 30, 90, 90, 100}, "", c_unique},  // GetError alone tells of these two
       {4, {10, 20, 30, 100, 90, 90}, "", a_unique},
       {4, {10, 20, 30, 100, 100, 90}, "Warning: \n", ""},  // a warning without a text
+      {4, {10, 20, 30, 100, 90, 100}, "Warning: \n", ""},
       {19, {10, 20, 30, 90, 90, 90}, "", ""},
       {19, {10, 20, 30, 90, 90, 90.001f}, warning, kConstraint},
       {96, {10, 10.004f, 30, 90, 90, 90}, "", ""},
