@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <tuple>
@@ -48,12 +49,16 @@ Result vxgrid(const std::string& arguments, const std::string& before = "") {
 rapidjson::Document json_of(const Result& run) {
   EXPECT_EQ(run.status, 0) << run.err;
   rapidjson::Document document;
-  document.Parse(run.out.c_str());
-  EXPECT_FALSE(document.HasParseError()) << run.out;
+  EXPECT_FALSE(document.Parse(run.out.c_str()).HasParseError()) << run.out;
   return document;
 }
 
 rapidjson::Document json_of(const std::string& arguments) { return json_of(vxgrid(arguments)); }
+
+/// A number that `info` tells of a map.
+double info_of(const std::string& map, const char* field) {
+  return json_of("info --json " + map)[0][field].GetDouble();
+}
 
 std::string written(const std::string& name, const std::string& bytes) {
   write_bytes(scratch_file(name), bytes);
@@ -68,44 +73,41 @@ const std::string& map_file() {
   return file;
 }
 
-/// The lines of the model for which edit(line, atom) is true, as it leaves them; `atom` counts the ATOM
-/// records from 0 and is -1 for others.
-template <class Edit>
-std::string model_with(Edit edit) {
-  std::string kept;
-  std::istringstream in(read_bytes(kModel));
-  int atoms = 0;
-  for (std::string line; std::getline(in, line);)
-    if (edit(line, line.compare(0, 6, "ATOM  ") == 0 ? atoms++ : -1)) kept += line + "\n";
-  return kept;
+/// Where the ATOM records of the sample model stand; all its lines are of 81 bytes.
+std::vector<size_t> atoms_of(const std::string& model) {
+  std::vector<size_t> found;
+  for (size_t at = 0; at < model.size(); at += 81)
+    if (model.compare(at, 6, "ATOM  ") == 0) found.push_back(at);
+  return found;
 }
 
-bool is_atom(const std::string&, int atom) { return atom >= 0; }
-
-void set_word(std::string& bytes, size_t index, int value) { std::memcpy(&bytes[4 * index], &value, 4); }
+template <class T>
+void set_word(std::string& bytes, size_t index, T value) {
+  std::memcpy(&bytes[4 * index], &value, 4);
+}
 
 /// A CCP4 map of 8 x 8 x 8 points, 1 Å apart from the origin on, in a cell of 100 Å.
 std::string small_map(int space_group) {
   std::string bytes(1024 + 4 * 512, '\0');
-  const int counts[] = {8, 8, 8, 2, 0, 0, 0, 100, 100, 100};
-  for (size_t i = 0; i < 10; ++i) set_word(bytes, i, counts[i]);
-  const float cell[] = {100, 100, 100, 90, 90, 90};
-  std::memcpy(&bytes[40], cell, sizeof cell);
-  for (int axis = 0; axis < 3; ++axis) set_word(bytes, 16 + static_cast<size_t>(axis), axis + 1);
-  set_word(bytes, 22, space_group);
-  for (size_t i = 0; i < 512; ++i) {
-    const float value = static_cast<float>(i % 17) - 8;
-    std::memcpy(&bytes[1024 + 4 * i], &value, 4);
+  for (size_t axis = 0; axis < 3; ++axis) {
+    set_word(bytes, axis, 8);
+    set_word(bytes, 7 + axis, 100);
+    set_word(bytes, 10 + axis, 100.0f);
+    set_word(bytes, 13 + axis, 90.0f);
+    set_word(bytes, 16 + axis, static_cast<int>(axis) + 1);
   }
+  set_word(bytes, 3, 2);
+  set_word(bytes, 22, space_group);
+  for (size_t i = 0; i < 512; ++i) set_word(bytes, 256 + i, static_cast<float>(i % 17) - 8);
   return bytes;
 }
 
 /// An SDF record of atoms of one element on the x axis.
 std::string in_a_row(const char* element, const std::vector<double>& places) {
-  std::string sdf = "a row\n\n\n" + std::string(places.size() < 10 ? "  " : " ") +
-                    std::to_string(places.size()) + "  0  0  0  0  0  0  0  0  0999 V2000\n";
+  char line[64];
+  std::snprintf(line, sizeof line, "%3zu  0  0  0  0  0  0  0  0  0999 V2000\n", places.size());
+  std::string sdf = std::string("a row\n\n\n") + line;
   for (const double x : places) {
-    char line[64];
     std::snprintf(line, sizeof line, "%10.1f    0.0000    0.0000 %s   0  0\n", x, element);
     sdf += line;
   }
@@ -122,9 +124,10 @@ std::vector<std::string> lines_of(const std::string& text) {
 }  // namespace
 
 TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
-  const std::string whole_mtz = read_bytes(kMtz), map = small_map(1);
+  const std::string whole_mtz = read_bytes(kMtz), map = small_map(1), model = read_bytes(kModel);
+  const size_t first_atom = atoms_of(model)[0];
   const std::string small = written("small.map", map), bad_group = written("bad_group.map", small_map(146));
-  const std::string no_cryst1 = written("no_cryst1.pdb", model_with(is_atom));
+  const std::string no_cryst1 = written("no_cryst1.pdb", model.substr(first_atom));
   const auto map_with = [&map](size_t index, int value) {
     std::string bytes = map;
     set_word(bytes, index, value);
@@ -135,14 +138,9 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
     for (size_t row = 0; row < 21397; ++row) set_word(bytes, 20 + 17 * row + 10, bits);
     return bytes;
   };
-  const std::string no_atoms = model_with([](const std::string&, int atom) { return atom < 0; });
-  const std::string negative_b = model_with([](std::string& line, int atom) {
-    if (atom == 0) line.replace(60, 6, "-20.00");
-    return true;
-  });
   const std::string far_apart = in_a_row("C", {0, 1e6}), hydrogen = in_a_row("H", {0});
   const std::tuple<std::string, std::string, std::string, const char*> rows[] = {
-      // Arguments, with @ for a file that is made for the case; the file that is named, its bytes; the
+      // Arguments, with @ for a file that is made for the case; the file that is named; its bytes; the
       // reason.
       {"info nowhere.mtz", "nowhere.mtz", "", "no such file"},
       {"info /tmp", "/tmp", "", "directory"},
@@ -156,7 +154,7 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"info @", "mode.map", map_with(3, 1), "mode 1"},
       {"info @", "axes.map", map_with(16, 7), "not a CCP4 map"},
       {"fit $MTZ $MTZ", kMtz, "", "not a model"},
-      {"fit @ $MTZ", "no_atoms.pdb", no_atoms, "no atoms"},
+      {"fit @ $MTZ", "no_atoms.pdb", model.substr(0, first_atom), "no atoms"},
       {"fit @ $MTZ", "ligand.sdf", in_a_row("C", {0, 1.4}), "no residue data"},
       {"fit $MODEL $MTZ --columns FWT,PHI", kMtz, "",
        "no column PHI for a map of type Fwt; name others with --columns AMPLITUDE,PHASE. There are "
@@ -168,7 +166,7 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"fit " + no_cryst1 + " " + small, small, "", "--radius"},
       {"fit " + no_cryst1 + " " + small + " --radius 1", no_cryst1, "", "far away"},
       {"fit " + no_cryst1 + " " + bad_group + " --radius 1", no_cryst1, "", "CRYST1"},
-      {"fit @ $MTZ", "b.pdb", negative_b, "-20"},
+      {"fit @ $MTZ", "b.pdb", std::string(model).replace(first_atom + 60, 6, "-20.00"), "-20"},
       {"convert @ a.agd", "steps.map", map_with(7, 100000), "would"},
       {"map $MTZ -o /nowhere/a.map", "/nowhere/a.map", "", "cannot be written"},
       {"convert " + small + " a.txt", "a.txt", "", "extension"},
@@ -180,17 +178,12 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"gauss @ -o a.map --no-hydrogens", "hydrogen.sdf", hydrogen, "no atoms but hydrogens"},
       {"contact @ -o a.map --no-hydrogens", "hydrogen.sdf", hydrogen, "no atoms but hydrogens"},
       {"contact $MODEL @ -o a.map --no-hydrogens", "hydrogen.sdf", hydrogen, "no atoms but hydrogens"},
-      {"gauss $MODEL -o a.txt", "a.txt", "", "extension"},
       {"mask $MODEL $MODEL -o a.map", kModel, "", "not a map"},
-      {"mask " + small + " $MTZ -o a.map", kMtz, "", "not a model"},
       {"gfit @ -o a.json", "flat.map", map.substr(0, 1024) + std::string(2048, '\0'), "no value above 0.01"},
       {"gfit @ -o a.json", "nan.map", map.substr(0, 1024) + std::string(2048, '\xff'), "not finite"},
       {"gfit " + small + " -o " + small, small, "", "extension of a map"},
-      {"gfit " + small + " -o /nowhere/a.json", "/nowhere/a.json", "", "cannot be written"},
-      {"shape nowhere.sdf", "nowhere.sdf", "", "no such file"},
       {"shape $MTZ", kMtz, "", "not a coordinate file"},
       {"shape @", "blank.sdf", "\n\n", "there are no molecules in it"},
-      {"shape @", "cut.sdf", far_apart.substr(0, 60), "1 of 1 molecules could not be measured"},
       {"symmetry P7", "P7", "", "no space group"},
       {"symmetry ''", "", "", "no space group"},
   };
@@ -198,13 +191,11 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
     if (const size_t at = arguments.find('@'); at != std::string::npos)
       arguments.replace(at, 1, file = written(file, bytes));
     SCOPED_TRACE(arguments);
-    const Result run = vxgrid(arguments);
+    const Result run = vxgrid(arguments + " --quiet");
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.out, IsEmpty());
-    const size_t last_line = run.err.rfind("\nvxgrid: ");
-    const std::string line = last_line == std::string::npos ? run.err : run.err.substr(last_line + 1);
-    EXPECT_THAT(line, AllOf(StartsWith("vxgrid: " + file + ": "), HasSubstr(says)));
-    EXPECT_EQ(line.find('\n') + 1, line.size()) << line;
+    EXPECT_THAT(run.err, AllOf(StartsWith("vxgrid: " + file + ": "), HasSubstr(says)));
+    EXPECT_EQ(run.err.find('\n') + 1, run.err.size()) << run.err;
   }
 }
 
@@ -222,26 +213,13 @@ TEST(Command, FullDiscs) {
 
 TEST(Command, WrongUsageIsTwo) {
   const std::string map = "fit $MODEL " + map_file() + " --type Fwt";
-  for (const char* row : {"",
-                          "dance",
-                          "info",
-                          "info --frobnicate $MTZ",
-                          "fit $MODEL",
-                          "fit $MODEL $MTZ --radius 0",
-                          "fit $MODEL $MTZ --type Fx",
-                          map.c_str(),
-                          "map $MTZ",
-                          "map $MTZ -o a.map --columns FWT",
-                          "map $MTZ -o a.map --fft fftw9",
-                          "symmetry 19 --tsv",
-                          "gauss $LIGANDS",
-                          "gauss $LIGANDS -o a.map --spacing 0",
-                          "gauss $LIGANDS -o a.map --spacing nan",
-                          "contact $LIGANDS -o a.map --method spheres",
-                          "mask a.map $LIGANDS -o b.map --mode value+",
-                          "gfit a.map -o a.json --levels 5",
-                          "gfit a.map -o a.json --max -1",
-                          "shape $LIGANDS --tsv --json"}) {
+  for (const char* row :
+       {"", "dance", "info", "info --frobnicate $MTZ", "fit $MODEL $MTZ --radius 0",
+        "fit $MODEL $MTZ --type Fx", map.c_str(), "map $MTZ -o a.map --columns FWT",
+        "map $MTZ -o a.map --fft fftw9", "symmetry 19 --tsv", "gauss $LIGANDS -o a.map --spacing 0",
+        "gauss $LIGANDS -o a.map --spacing nan", "contact $LIGANDS -o a.map --method spheres",
+        "mask a.map $LIGANDS -o b.map --mode value+", "gfit a.map -o a.json --levels 5",
+        "gfit a.map -o a.json --max -1", "shape $LIGANDS --tsv --json"}) {
     SCOPED_TRACE(row);
     const Result run = vxgrid(row);
     EXPECT_EQ(run.status, 2);
@@ -272,17 +250,14 @@ TEST(Command, InfoOfAllKinds) {
     said += (v->IsString() ? v->GetString() : std::to_string(v->IsArray() ? v->Size() : v->GetUint())) + " ";
   }
   EXPECT_EQ(said, "mtz 21397 179 17 SIGFP Q Fwt PHWT model 744 1 179 CCP4 Map x ");
-  EXPECT_FLOAT_EQ(files[0]["cell"][2].GetFloat(), 104.204f);
-  EXPECT_NEAR(files[0]["resolution"]["low"].GetDouble(), 30.94, 0.01);
-  EXPECT_NEAR(files[0]["resolution"]["high"].GetDouble(), 1.60, 0.005);
-  EXPECT_NEAR(files[1]["resolution"].GetDouble(), 1.6, 1e-9);
-
-  // Extremes and r.m.s. as gemmi's map of the same coefficients has them, on a finer grid.
-  const auto& map = files[2];
-  EXPECT_NEAR(map["rms"].GetDouble(), 0.3119, 0.003);
-  EXPECT_NEAR(map["min"].GetDouble(), -0.857, 0.05);
-  EXPECT_NEAR(map["max"].GetDouble(), 3.78, 0.3);
-  EXPECT_EQ(map["dimensions"][0].GetInt(), map["sampling"][0].GetInt() + 1);
+  // Extremes and r.m.s. of the map as gemmi's of the same coefficients has them, on a finer grid.
+  const std::tuple<const char*, double, double> numbers[] = {
+      {"/0/cell/2", 104.204, 1e-5}, {"/0/resolution/low", 30.94, 0.01}, {"/0/resolution/high", 1.60, 0.005},
+      {"/1/resolution", 1.6, 1e-9}, {"/2/rms", 0.3119, 0.003},          {"/2/min", -0.857, 0.05},
+      {"/2/max", 3.78, 0.3}};
+  for (const auto& [path, value, within] : numbers)
+    EXPECT_NEAR(rapidjson::Pointer(path).Get(files)->GetDouble(), value, within) << path;
+  EXPECT_EQ(files[2]["dimensions"][0].GetInt(), files[2]["sampling"][0].GetInt() + 1);
 }
 
 TEST(Command, InfoGoesOnBehindAFileThatCannotBeRead) {
@@ -297,18 +272,18 @@ TEST(Command, FitsTheSampleCrystal) {
   EXPECT_NEAR(fit["radius"].GetDouble(), (1.6 + 0.1) / 3, 0.002);
   EXPECT_GT(fit["rscc"].GetDouble(), 0.85);
   EXPECT_GT(fit["rsr"].GetDouble(), 0.0);
-  const auto& residues = fit["residues"];
-  ASSERT_GT(residues.Size(), 80u);
-  EXPECT_STREQ(residues[0]["chain"].GetString(), "A");
-  EXPECT_STREQ(residues[0]["insert"].GetString(), "");
-  unsigned good = 0;
-  for (const auto& residue : residues.GetArray()) good += residue["rscc"].GetDouble() > 0.8;
-  EXPECT_GT(good, residues.Size() * 3 / 4);
-
-  const rapidjson::Document sorted = json_of("fit --json --sort $MODEL $MTZ");
-  ASSERT_EQ(sorted["residues"].Size(), residues.Size());
-  for (rapidjson::SizeType i = 1; i < residues.Size(); ++i)
-    EXPECT_LE(sorted["residues"][i - 1]["rscc"].GetDouble(), sorted["residues"][i]["rscc"].GetDouble());
+  EXPECT_STREQ(fit["residues"][0]["chain"].GetString(), "A");
+  EXPECT_STREQ(fit["residues"][0]["insert"].GetString(), "");
+  const auto scores_of = [](const rapidjson::Document& document) {
+    std::vector<double> scores;
+    for (const auto& residue : document["residues"].GetArray()) scores.push_back(residue["rscc"].GetDouble());
+    return scores;
+  };
+  std::vector<double> scores = scores_of(fit);
+  std::sort(scores.begin(), scores.end());
+  ASSERT_GT(scores.size(), 80u);
+  EXPECT_GT(scores[scores.size() / 4], 0.8);
+  EXPECT_EQ(scores_of(json_of("fit --json --sort $MODEL $MTZ")), scores);
 
   // Nothing but results is on standard output, and no colours where it is no terminal.
   const Result table = vxgrid("fit --quiet $MODEL $MTZ");
@@ -321,21 +296,18 @@ TEST(Command, FitsTheSampleCrystal) {
 // A map file carries the same values as the reflections; symmetry comes from either file; an atom in the
 // middle of a cell edge has its density in the map on both sides of the cell border.
 TEST(Command, ScoresAreThoseOfTheCrystalHoweverGiven) {
-  const std::string moved = model_with([](std::string& line, int atom) {
+  const std::string model = read_bytes(kModel);
+  const std::vector<size_t> atoms = atoms_of(model);
+  std::string moved = model, no_b = model;
+  for (const size_t at : atoms) {
     char field[16];
-    if (atom < 0) return true;
-    std::snprintf(field, sizeof field, "%8.3f", std::stod(line.substr(30, 8)) + 2 * 71.45);
-    line.replace(30, 8, field);
-    return true;
-  });
-  const std::string no_b = model_with([](std::string& line, int atom) {
-    if (atom >= 0 && atom < 3) line.replace(60, 6, "  0.00");
-    return true;
-  });
+    std::snprintf(field, sizeof field, "%8.3f", std::stod(model.substr(at + 30, 8)) + 2 * 71.45);
+    moved.replace(at + 30, 8, field);
+  }
+  for (const size_t atom : {0, 1, 2}) no_b.replace(atoms[atom] + 60, 6, "  0.00");
   const std::tuple<std::string, double, const char*> rows[] = {
-
       {"$MODEL " + map_file(), 1e-3, ""},
-      {written("bare.pdb", model_with(is_atom)) + " $MTZ", 1e-3, "group 179 P 65 2 2"},
+      {written("bare.pdb", model.substr(atoms[0])) + " $MTZ", 1e-3, "group 179 P 65 2 2"},
       {written("moved.pdb", moved) + " $MTZ", 0.02, ""},
       {written("no_b.pdb", no_b) + " $MTZ", 0.02, "no_b.pdb: 3 atoms have a B factor of 0; taken as 20"}};
   const rapidjson::Document here = json_of("fit --json --radius 0.6 --fft fftw2 $MODEL $MTZ");
@@ -372,34 +344,26 @@ TEST(Command, ConvertsAndKeepsTheValues) {
   const std::string again = scratch_file("again.ccp4"), plain = scratch_file("plain.agd");
   EXPECT_EQ(vxgrid("convert " + map_file() + " " + again).status, 0);
   const rapidjson::Document info = json_of("info --json " + map_file() + " " + again);
-  for (const char* field : {"min", "max", "mean", "rms"})
-    EXPECT_EQ(info[0][field].GetDouble(), info[1][field].GetDouble()) << field;
-  EXPECT_EQ(info[0]["dimensions"], info[1]["dimensions"]);
-  EXPECT_EQ(info[0]["start"], info[1]["start"]);
+  for (const char* field : {"min", "max", "mean", "rms", "dimensions", "start"})
+    EXPECT_EQ(info[0][field], info[1][field]) << field;
 
-  const Result regular = vxgrid("convert --json " + written("small.map", small_map(1)) + " " + plain);
-  EXPECT_EQ(regular.status, 0) << regular.err;
-  const rapidjson::Document ascii = json_of("info --json " + plain);
-  EXPECT_STREQ(ascii[0]["format"].GetString(), "Ascii Grid");
-  EXPECT_EQ(ascii[0]["dimensions"][2].GetInt(), 8);
-  EXPECT_EQ(ascii[0]["min"].GetDouble(), -8);
+  EXPECT_EQ(vxgrid("convert " + written("small.map", small_map(1)) + " " + plain).out,
+            plain + ": Ascii Grid, 8 x 8 x 8 points\n");
+  EXPECT_EQ(info_of(plain, "min"), -8);
 }
 
 TEST(Command, WritesTheTableOfSpaceGroups) {
-  const Result one = vxgrid("symmetry p3121");
-  EXPECT_EQ(one.out,
+  EXPECT_EQ(vxgrid("symmetry p3121").out,
             "152  P3121  P 31 2 1  trigonal  6 operators\n"
             "x,y,z\n-y,x-y,z+1/3\n-x+y,-x,z+2/3\ny,x,-z\nx-y,-y,-z+2/3\n-x,-x+y,-z+1/3\n");
   EXPECT_EQ(json_of("symmetry 225 --json")["operators"].Size(), 192u);
   EXPECT_EQ(json_of("symmetry --json").Size(), 268u);
 
-  // The whole table, by its FNV-1a sum, and byte for byte where the file is at hand.
-  const std::string table = vxgrid("symmetry --tsv").out;
+  // The whole table, by its FNV-1a sum.
   std::uint64_t sum = 0xcbf29ce484222325;
-  for (const char c : table) sum = (sum ^ static_cast<unsigned char>(c)) * 0x100000001b3;
+  for (const char c : vxgrid("symmetry --tsv").out)
+    sum = (sum ^ static_cast<unsigned char>(c)) * 0x100000001b3;
   EXPECT_EQ(sum, 0x6834a4152ce04b99u);
-  const std::string reference = real_data("../tables/spacegroups.tsv");
-  EXPECT_TRUE(reference.empty() || table == read_bytes(reference));
 }
 
 // One carbon is the Gaussian 2.7 exp(-w r^2) with the volume of its sphere, 4/3 pi 1.7^3; what lies below
@@ -415,10 +379,9 @@ TEST(Command, MakesMapsOfMolecules) {
     const std::string map = scratch_file("gauss.agd");
     const Result run = vxgrid("gauss " + written("c.sdf", in_a_row("C", places)) + " -o " + map + option);
     EXPECT_EQ(run.out, map + ": Ascii Grid, 19 x 19 x 19 points\n") << run.err;  // trunc(8 / 0.5) + 3
-    const rapidjson::Document info = json_of("info --json " + map);
-    EXPECT_NEAR(info[0][extreme].GetDouble(), value, 1e-5);
+    EXPECT_NEAR(info_of(map, extreme), value, 1e-5);
     if (std::isfinite(integral)) {
-      EXPECT_NEAR(info[0]["mean"].GetDouble() * 6859 / 8, integral, 0.003 * integral);
+      EXPECT_NEAR(info_of(map, "mean") * 6859 / 8, integral, 0.003 * integral);
     }
   }
 }
@@ -426,27 +389,22 @@ TEST(Command, MakesMapsOfMolecules) {
 // Half-way between two carbons at 3 Å both have 2.7 exp(-w 1.5^2), w = 2.344229 / 1.7^2, and so has the
 // contact; far from each other they have none. An atom does not touch itself, nor its neighbours by bonds.
 TEST(Command, MakesContactMaps) {
-  const std::string left = written("left.sdf", in_a_row("C", {-1.5})),
-                    right = written("right.sdf", in_a_row("C", {1.5}));
-  const std::string far_off = written("far_off.sdf", in_a_row("C", {20})),
-                    both = written("both.sdf", in_a_row("C", {-1.5, 1.5}));
-  const std::string nitrogen = written("n.sdf", in_a_row("N", {1.5})),
-                    hydrogen = written("h.sdf", in_a_row("H", {1.5}));
-  const std::tuple<std::string, double, double> rows[] = {
-      {left + " " + right, 0.4352, 1e-4},
-      {left + " " + far_off, 0, 0},
-      {both + " " + right + " --method spheres", 3.3374, 1e-4},
-      {both + " " + nitrogen + " --method spheres", 3.3374, 1e-4},
-      {both + " " + hydrogen + " --method spheres", 3.3374, 1e-4},
-      {both + " " + far_off + " --method spheres", 0, 0},
-      {both + " --spacing 0.25", 0.4078, 1e-4}};
-  for (const auto& [models, highest, within] : rows) {
-    SCOPED_TRACE(models);
-    const std::string map = scratch_file("contact.agd");
+  const auto atoms = [](const char* element, const std::vector<double>& places) {
+    return written(element + std::to_string(places.size()) + ".sdf", in_a_row(element, places)) + " ";
+  };
+  const std::string map = scratch_file("contact.agd"), both = atoms("C", {-1.5, 1.5});
+  const std::string carbon = atoms("C", {1.5}), hydrogen = atoms("H", {1.5}), oxygen = atoms("O", {-20});
+  const std::pair<std::string, double> rows[] = {
+      {written("left.sdf", in_a_row("C", {-1.5})) + " " + carbon, 0.4352},
+      {carbon + oxygen, 0},
+      {both + carbon + "--method spheres", 3.3374},
+      {both + hydrogen + "--method spheres", 3.3374},
+      {both + oxygen + "--method spheres", 0},
+      {both + "--spacing 0.25", 0.4078}};
+  for (const auto& [models, highest] : rows) {
     const Result run = vxgrid("contact " + models + " -o " + map);
-    ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.err.find("there is no contact") != std::string::npos, highest == 0) << run.err;
-    EXPECT_NEAR(json_of("info --json " + map)[0]["max"].GetDouble(), highest, within);
+    EXPECT_NEAR(info_of(map, "max"), highest, highest > 0 ? 1e-4 : 0) << models;
   }
 }
 
@@ -454,14 +412,13 @@ TEST(Command, MakesContactMaps) {
 TEST(Command, MasksMaps) {
   const std::string map = scratch_file("whole.agd");
   ASSERT_EQ(vxgrid("gauss $LIGANDS -o " + map).status, 0);
-  const double whole = json_of("info --json " + map)[0]["mean"].GetDouble();
+  const double whole = info_of(map, "mean");
   for (const std::string mode : {"gaussian", "gaussian_smooth"}) {
     double sum = 0;
     for (const char* side : {"", "-"}) {
       const std::string part = scratch_file("part.agd");
-      const Result run = vxgrid("mask " + map + " $LIGANDS -o " + part + " --mode " + mode + side);
-      EXPECT_THAT(run.err, IsEmpty());
-      const double mean = json_of("info --json " + part)[0]["mean"].GetDouble();
+      EXPECT_EQ(vxgrid("mask " + map + " $LIGANDS -o " + part + " --mode " + mode + side).err, "");
+      const double mean = info_of(part, "mean");
       EXPECT_GT(mean, 0.01 * whole);
       sum += mean;
     }
@@ -479,11 +436,9 @@ TEST(Command, FitsGaussiansToMaps) {
   ASSERT_EQ(vxgrid("gauss " + written("c.sdf", in_a_row("C", {0})) + " -o " + map).status, 0);
   const rapidjson::Document said = json_of("gfit --json --max 7 " + map + " -o " + out);
   rapidjson::Document fit;
-  fit.Parse(read_bytes(out).c_str());
-  ASSERT_FALSE(fit.HasParseError());
-  EXPECT_EQ(fit["count"], said["count"]);
-  EXPECT_EQ(fit["energy_left"], said["energy_left"]);
-  ASSERT_EQ(fit["gaussians"].Size(), fit["count"].GetUint());
+  ASSERT_FALSE(fit.Parse(read_bytes(out).c_str()).HasParseError());
+  for (const char* field : {"count", "energy", "energy_left"}) EXPECT_EQ(fit[field], said[field]);
+  EXPECT_EQ(fit["gaussians"].Size(), fit["count"].GetUint());
   EXPECT_LE(fit["gaussians"].Size(), 7u);
   const double energy = fit["energy"].GetDouble();
   EXPECT_NEAR(energy, 19.645, 0.02);
@@ -498,42 +453,33 @@ TEST(Command, FitsGaussiansToMaps) {
 }
 
 // Volumes of the atoms by their radii; in full, those of a count of points 0.1 Å apart inside the union of
-// the spheres, and the second moments of these points, which Gaussians spread a
-// little further.
+// the spheres, and the second moments of these points, which Gaussians spread a little further.
 TEST(Command, MeasuresShapes) {
+  const char* const titles[] = {"ZINC03814457", "ZINC03814458", "ZINC00023543"};
   const struct {
-    const char* title;
-    double atoms, full, atoms_h, full_h, moments[3];
-  } molecules[] = {{"ZINC03814457", 313.208, 178.39, 407.305, 204.49, {0.866, 2.902, 11.278}},
-                   {"ZINC03814458", 339.657, 188.63, 448.231, 218.66, {0.876, 2.921, 12.049}},
-                   {"ZINC00023543", 339.657, 190.17, 462.707, 224.11, {0.873, 2.926, 12.159}}};
+    const char* path;
+    double within, values[3];
+  } rows[] = {{"/volume/atoms", 3e-5, {313.208, 339.657, 339.657}},
+              {"/volume/full", 0.05, {178.39, 188.63, 190.17}},
+              {"/volume_h/atoms", 3e-5, {407.305, 448.231, 462.707}},
+              {"/volume_h/full", 0.05, {204.49, 218.66, 224.11}},
+              {"/second_moments/0", 0.15, {11.278, 12.049, 12.159}},
+              {"/second_moments/1", 0.15, {2.902, 2.921, 2.926}},
+              {"/second_moments/2", 0.15, {0.866, 0.876, 0.873}}};
   const std::vector<std::string> json = lines_of(vxgrid("shape --json $LIGANDS").out);
   const std::vector<std::string> tsv = lines_of(vxgrid("shape --tsv $LIGANDS").out);
   ASSERT_EQ(json.size(), 3u);
   ASSERT_EQ(tsv.size(), 4u);
   for (size_t i = 0; i < 3; ++i) {
-    rapidjson::Document row;
-    row.Parse(json[i].c_str());
-    ASSERT_FALSE(row.HasParseError()) << json[i];
-    EXPECT_STREQ(row["title"].GetString(), molecules[i].title);
-    EXPECT_EQ(row["number"].GetUint(), i + 1);
-    EXPECT_NEAR(row["volume"]["atoms"].GetDouble(), molecules[i].atoms, 0.01);
-    EXPECT_NEAR(row["volume_h"]["atoms"].GetDouble(), molecules[i].atoms_h, 0.01);
-    EXPECT_NEAR(row["volume"]["full"].GetDouble(), molecules[i].full, 0.05 * molecules[i].full);
-    EXPECT_NEAR(row["volume_h"]["full"].GetDouble(), molecules[i].full_h, 0.05 * molecules[i].full_h);
-    std::vector<double> moments;
-    for (const auto& moment : row["second_moments"].GetArray()) moments.push_back(moment.GetDouble());
-    std::sort(moments.begin(), moments.end());
-    for (size_t axis = 0; axis < 3; ++axis)
-      EXPECT_NEAR(moments[axis], molecules[i].moments[axis], 0.15 * moments[axis]);
-    std::istringstream cells(tsv[i + 1]);
-    std::string file, title;
-    float number, atoms, volumes[6];
-    cells >> file >> number >> title >> atoms;
-    for (float& volume : volumes) cells >> volume;
-    EXPECT_EQ(file + title, kLigands + molecules[i].title);
-    EXPECT_FLOAT_EQ(volumes[1], row["volume"]["bonds"].GetFloat());
-    EXPECT_FLOAT_EQ(volumes[5], row["volume_h"]["full"].GetFloat());
+    rapidjson::Document molecule;
+    ASSERT_FALSE(molecule.Parse(json[i].c_str()).HasParseError()) << json[i];
+    EXPECT_EQ(molecule["title"], titles[i]);
+    EXPECT_EQ(molecule["number"].GetUint(), i + 1);
+    for (const auto& [path, within, values] : rows)
+      EXPECT_NEAR(rapidjson::Pointer(path).Get(molecule)->GetDouble(), values[i], within * values[i]) << path;
+    // A row of the table is the document without its keys.
+    const std::string bare = std::regex_replace(json[i], std::regex(R"("\w+":|[\[\]{}"])"), "");
+    EXPECT_EQ(std::regex_replace(bare, std::regex(","), "\t"), tsv[i + 1]);
   }
 
   // JSON is UTF-8, whatever a title is.
