@@ -80,46 +80,58 @@ struct PlainSubtract {
   void operator()(float& point, double value) const { point = static_cast<float>(point - value); }
 };
 
+/// An atom's soft sphere in its place.
+struct PlacedSphere {
+  VXCore::GaussPot pot;
+  double x, y, z;
+};
+
+/// The atoms of a molecule. The first one of each element sets the potential of all.
+inline std::vector<PlacedSphere> placed_spheres(const VXCore::VXMolBase& mol,
+                                                std::vector<VXCore::GaussPot>& by_element) {
+  std::vector<PlacedSphere> spheres;
+  for (const VXCore::VXAtomBase& atom : VXCore::VXIter<VXCore::VXAtomBase>(mol.GetAtoms())) {
+    VXCore::GaussPot& pot = by_element[atom.GetAtomicNum()];
+    if (pot.width == 0.0f) pot.Set(static_cast<float>(atom.GetRadius()));
+    float at[3];
+    mol.GetCoords(&atom, at);
+    spheres.push_back({pot, at[0], at[1], at[2]});
+  }
+  return spheres;
+}
+
+template <class Functor>
+unsigned int plain_map(VXCore::VXScalarGrid& grid, const PlacedSphere& s, Functor functor) {
+  return VXCore::MapRadialPotentialToGrid<float>(grid, s.pot, functor, s.x, s.y, s.z, s.pot.range);
+}
+
 inline unsigned int plain_touch(VXCore::VXScalarGrid& contact, const VXCore::VXScalarGrid& target,
-                                const VXCore::GaussPot& pot, double x, double y, double z, double range) {
+                                const PlacedSphere& s) {
   unsigned int visited = 0;
-  VXCore::radial_detail::ForEachPointWithin(target, x, y, z, range, [&](std::size_t i, double d2) {
+  const auto touch = [&](std::size_t i, double d2) {
     const float t = target.GetValues()[i];
     if (!(t > 0.0001f)) return;
     ++visited;
-    const double g = pot.amplitude * std::exp(-pot.width * d2);
+    const double g = s.pot.amplitude * std::exp(-s.pot.width * d2);
     const double value = (t + t) * std::min(g / (g + t), t / (g + t));
     float& point = contact.GetValues()[i];
     point = std::max(point, static_cast<float>(value));
-  });
+  };
+  VXCore::radial_detail::ForEachPointWithin(target, s.x, s.y, s.z, s.pot.range, touch);
   return visited;
 }
 
 /// The contact of a protein with a ligand, method 1: box, target, contact.
 inline VXCore::VXScalarGrid plain_contact(const VXCore::VXMolBase& mol1, const VXCore::VXMolBase& mol2,
                                           float spacing) {
-  using namespace VXCore;
-  VXGraphMol copy(mol1);
-  VXAssignBondiVdWRadii(copy);
+  VXCore::VXGraphMol copy(mol1);
+  VXCore::VXAssignBondiVdWRadii(copy);
   float center[3], extents[3], box[6];
-  VXGetCenterAndExtents(mol1, center, extents);
+  VXCore::VXGetCenterAndExtents(mol1, center, extents);
   for (int i = 0; i < 6; ++i) box[i] = center[i % 3] + (i < 3 ? -0.5f : 0.5f) * (extents[i % 3] + 1.0f);
-  VXScalarGrid target(box, spacing, nullptr), contact(target);
-  std::vector<GaussPot> pots(255);
-  const auto each_atom = [&](const VXMolBase& mol, auto visit) {
-    for (const VXAtomBase& atom : VXIter<VXAtomBase>(mol.GetAtoms())) {
-      GaussPot& pot = pots[atom.GetAtomicNum()];
-      if (pot.width == 0.0f) pot.Set(static_cast<float>(atom.GetRadius()));
-      float at[3];
-      mol.GetCoords(&atom, at);
-      visit(pot, at[0], at[1], at[2]);
-    }
-  };
-  each_atom(copy, [&](const GaussPot& pot, float x, float y, float z) {
-    MapRadialPotentialToGrid<float>(target, pot, PlainAdd(), x, y, z, pot.range);
-  });
-  each_atom(mol2, [&](const GaussPot& pot, float x, float y, float z) {
-    plain_touch(contact, target, pot, x, y, z, pot.range);
-  });
+  VXCore::VXScalarGrid target(box, spacing, nullptr), contact(target);
+  std::vector<VXCore::GaussPot> pots(255);
+  for (const PlacedSphere& s : placed_spheres(copy, pots)) plain_map(target, s, PlainAdd());
+  for (const PlacedSphere& s : placed_spheres(mol2, pots)) plain_touch(contact, target, s);
   return contact;
 }
