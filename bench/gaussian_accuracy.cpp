@@ -19,7 +19,7 @@
 #include <vxgrid/gaussian/gaussian_expansion.h>
 #include <vxgrid/host/radii.h>
 
-#include "tests/gaussian/union_volume.h"
+#include "union_volume.h"
 
 using namespace VXCore;
 

@@ -59,11 +59,10 @@ TEST(MoleculeMask, EveryModeAndEntry) {
       SCOPED_TRACE(testing::Message() << mode << " " << c);
       VXScalarGrid scalar = numbered(), spheres(scalar);
       VXZemoGrid zemo(scalar), typed(scalar);
-      const bool is_default = c == 0.5f;
-      EXPECT_TRUE(is_default ? VXMaskGridByMolecule(scalar, mol, mode)
-                             : VXMaskGridByMolecule(scalar, mol, mode, c));
-      EXPECT_TRUE(is_default ? VXMaskGridByMolecule(zemo, mol, mode)
-                             : VXMaskGridByMolecule(zemo, mol, mode, c));
+      const auto by_molecule = [&](auto& grid) {
+        return c == 0.5f ? VXMaskGridByMolecule(grid, mol, mode) : VXMaskGridByMolecule(grid, mol, mode, c);
+      };
+      EXPECT_TRUE(by_molecule(scalar) && by_molecule(zemo));
       EXPECT_EQ(1, vx_mask_grid(typed, mol, c, types[mode - 4]));
       EXPECT_TRUE(VXMaskGridByCoordsAndRadii(spheres, coords, radii, 2, mode));
       unsigned int changed = 0;
@@ -91,7 +90,7 @@ TEST(MoleculeMask, Refusals) {
   for (const unsigned int mode : {0u, 3u, 8u, ~0u}) {
     EXPECT_FALSE(VXMaskGridByMolecule(grid, two_atoms(), mode));
     EXPECT_FALSE(VXMaskGridByMolecule(zemo, two_atoms(), mode, 1));
-    EXPECT_FALSE(VXMaskGridByCoordsAndRadii(grid, coords, &radius, 1, mode < 8 ? 9 : mode));
+    EXPECT_FALSE(VXMaskGridByCoordsAndRadii(grid, coords, &radius, 1, mode));
   }
   EXPECT_EQ(log.text(), "");
   EXPECT_FALSE(VXMaskGridByMolecule(grid, VXGraphMol(), 4));
@@ -131,8 +130,7 @@ TEST(MoleculeMask, ByValueAndByGrid) {
   EXPECT_THAT(by("grid+", &shorter), ElementsAre(0, 0, 2, IsNan(), 3));
   VXZemoGrid empty;
   EXPECT_EQ(1, vx_mask_grid(empty, 1, "value+"));
-  for (const char* type : {"value", "grid+", "value++", "Value+", ""})
+  for (const char* type : {"value", "grid+", "value++", "Value+", "", static_cast<const char*>(nullptr)})
     EXPECT_EQ(0, vx_mask_grid(empty, 1, type));
   EXPECT_EQ(0, vx_mask_grid(empty, mask, 1, "value+"));
-  EXPECT_EQ(0, vx_mask_grid(empty, mask, 1, nullptr));
 }
