@@ -127,9 +127,10 @@ std::string_view next_line(std::string_view& text) {
 }
 
 std::string_view trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t");
-  return first == text.npos ? std::string_view()
-                            : text.substr(first, text.find_last_not_of(" \t") + 1 - first);
+  const auto is_blank = [](char c) { return c == ' ' || c == '\t'; };
+  while (!text.empty() && is_blank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && is_blank(text.back())) text.remove_suffix(1);
+  return text;
 }
 
 float finite_number(std::string_view text, const char* what, long line) {
