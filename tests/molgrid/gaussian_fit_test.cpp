@@ -67,7 +67,8 @@ struct PlainFit {
     const unsigned int d[3] = {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()};
     const float mid[3] = {grid.GetXMid(), grid.GetYMid(), grid.GetZMid()};
     for (int k = 0; k < 3; ++k) n[k] = static_cast<int>(d[k]), low[k] = mid[k] - f(n[k] - 1) * h / 2;
-    density.assign(grid.GetValues(), grid.GetValues() + grid.GetSize());
+    density = values_of(grid);
+    sum.resize(density.size());
     for (float& v : density) {
       v = v < 0 ? 0 : v;
       energy += static_cast<double>(v) * v;
@@ -115,7 +116,7 @@ struct PlainFit {
     }
     const int at = static_cast<int>(bi);
     const float x = low[0] + f(at % n[0]) * h, y = low[1] + f(at / n[0] % n[1]) * h;
-    const Gsphere g = {w[bl], x, y, low[2] + f(at / n[0] / n[1]) * h, b * s[bl], 0, 0, 0};
+    Gsphere g = {w[bl], x, y, low[2] + f(at / n[0] / n[1]) * h, b * s[bl], 0, 0, 0};
     const double after = energy - b * (b * s[bl]) / s[bl];
     for (std::size_t j = 0; j < w.size(); ++j) {
       const float u = w[bl] + w[j];
@@ -125,9 +126,13 @@ struct PlainFit {
       subtract(level[j], o);
     }
     if (!a.no_energy_test && energy - after < a.tolerance) return false;
-    records.push_back(g);
+    positions.insert(positions.end(), {g.x, g.y, g.z});
+    prefactors.push_back(g.prefactor);
+    widths.push_back(g.width);
+    g.prefactor = -g.prefactor;
+    subtract(sum, g);
     energy = after;
-    return static_cast<int>(records.size()) != a.max_gaussians;
+    return static_cast<int>(widths.size()) != a.max_gaussians;
   }
 
   Values correlate(const Values& in, int axis, float width) const {
@@ -156,10 +161,9 @@ struct PlainFit {
   int n[3];
   float h, low[3], top = 0;
   double energy = 0;
-  Values density, w, s;
+  Values density, w, s, positions, prefactors, widths, sum;
   std::vector<Values> level;
   std::vector<std::vector<bool>> listed;
-  std::vector<Gsphere> records;
 };
 
 TEST(GaussianFit, SameNumbersAsPlainLoops) {
@@ -173,24 +177,17 @@ TEST(GaussianFit, SameNumbersAsPlainLoops) {
     SCOPED_TRACE(row.what);
     VXZemoGrid grid = blobs();
     const PlainFit plain(grid, row);
-    ASSERT_GT(plain.records.size(), 5u);
-    Values positions, prefactors, widths, sum(grid.GetSize()), ours[3];
-    VXZemoGrid rebuilt;
+    ASSERT_GT(plain.widths.size(), 5u);
+    Values positions, prefactors, widths;
+    VXZemoGrid sum;
     const float energy = vx_make_grid_gaussian_representation(
         grid, row.tail, row.cut, row.tolerance, row.no_energy_test, row.levels, row.largest_radius,
-        row.radius_step, row.max_gaussians, ours[0], ours[1], ours[2], true, rebuilt);
-    for (Gsphere g : plain.records) {
-      positions.insert(positions.end(), {g.x, g.y, g.z});
-      prefactors.push_back(g.prefactor);
-      widths.push_back(g.width);
-      g.prefactor = -g.prefactor;
-      plain.subtract(sum, g);
-    }
-    EXPECT_EQ(ours[2], widths);
-    EXPECT_EQ(ours[1], prefactors);
-    EXPECT_EQ(ours[0], positions);
+        row.radius_step, row.max_gaussians, positions, prefactors, widths, true, sum);
+    EXPECT_EQ(widths, plain.widths);
+    EXPECT_EQ(prefactors, plain.prefactors);
+    EXPECT_EQ(positions, plain.positions);
     EXPECT_EQ(energy, static_cast<float>(plain.energy));
-    EXPECT_EQ(values_of(rebuilt), sum);
+    EXPECT_EQ(values_of(sum), plain.sum);
   }
 }
 
