@@ -132,7 +132,6 @@ TEST(ProximityGrid, EdgesAndRefusals) {
   EXPECT_TRUE(bounds.xdim == 11 && bounds.xmid == 2) << "no radius: bounds alone";
   EXPECT_EQ(bounds.cells(), std::vector<int>(11 * 7 * 7));
   // Two points at (x, x, x) and (1, 1, 1).
-  const char* const no_room = "no room for a lattice";
   const struct {
     float probe, h, x;
     int kind, result;
@@ -140,13 +139,13 @@ TEST(ProximityGrid, EdgesAndRefusals) {
   } rows[] = {
       {1, 1, 0, 5, 0, "", ""},
       {1, 0, 0, 2, 1, "", "Cant have a grid of zero spacing!\n"},
-      {1, 0.5f, 1e6f, 2, 0, no_room, ""},
-      {1, 1e-30f, 0, 2, 0, no_room, ""},
-      {1, kNan, 0, 2, 0, no_room, ""},
-      {kInfinity, 1, 0, 2, 0, no_room, ""},
+      {1, 0.5f, 1e6f, 2, 0, "no room for a lattice", ""},
+      {1, 1e-30f, 0, 2, 0, "no room for a lattice", ""},
+      {1, kNan, 0, 2, 0, "no room for a lattice", ""},
+      {kInfinity, 1, 0, 2, 0, "no room for a lattice", ""},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.kind << " " << row.h << " " << row.x);
+    SCOPED_TRACE(&row - rows);
     CapturedLog log;
     testing::internal::CaptureStdout();
     std::fill_n(xyz, 3, row.x);
@@ -185,17 +184,17 @@ TEST(ProximityGrid, EdgesAndRefusals) {
   }
   EXPECT_THAT(log.text(), HasSubstr("2000 x 2000 x 2000"));
   // A thousand spheres around 130^3 cells: more than an int counts, unless all are cut out.
-  std::vector<float> centres(3000), huge(1000, 300.0f);
+  const PlainSpheres thousand = {std::vector<float>(3000), std::vector<float>(1000, 300)},
+                     cut_all = {{0, 0, 0}, {300}};
   Record full(130, 130, 130, 1);
-  for (const int cut : {0, 1}) {
+  for (const bool cut : {false, true}) {
     CapturedLog says;
     std::vector<int> none_taken;
-    EXPECT_EQ(0, vx_make_masked_and_boxed_proximity_grid(centres.data(), huge.data(), 1000, 0, xyz,
-                                                         huge.data(), cut, 0, &full, none_taken));
-    EXPECT_EQ(std::count(full.integers, full.integers + 130 * 130 * 130, 0), 130 * 130 * 130);
+    EXPECT_EQ(0, make_boxed(thousand, 0, cut ? cut_all : PlainSpheres(), 0, full, none_taken));
+    EXPECT_EQ(full.cells(), std::vector<int>(130 * 130 * 130));
     EXPECT_EQ(none_taken.capacity(), 0u);
     EXPECT_THAT(says.text(), HasSubstr(cut ? "" : "130 x 130 x 130"));
-    EXPECT_EQ(says.text().empty(), cut == 1);
+    EXPECT_EQ(says.text().empty(), cut);
   }
 }
 
