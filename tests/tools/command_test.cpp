@@ -128,11 +128,6 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
   const size_t first_atom = atoms_of(model)[0];
   const std::string small = written("small.map", map), bad_group = written("bad_group.map", small_map(146));
   const std::string no_cryst1 = written("no_cryst1.pdb", model.substr(first_atom));
-  const auto map_with = [&map](size_t index, int value) {
-    std::string bytes = map;
-    set_word(bytes, index, value);
-    return bytes;
-  };
   const auto with_fwt = [&whole_mtz](int bits) {  // in all rows
     std::string bytes = whole_mtz;
     for (size_t row = 0; row < 21397; ++row) set_word(bytes, 20 + 17 * row + 10, bits);
@@ -151,8 +146,8 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"map @ -o a.map", "half_header.mtz", whole_mtz.substr(0, whole_mtz.size() - 2400), "header"},
       {"info @", "head.map", map.substr(0, 500), "1024"},
       {"info @", "short.map", map.substr(0, 2000), "cut off"},
-      {"info @", "mode.map", map_with(3, 1), "mode 1"},
-      {"info @", "axes.map", map_with(16, 7), "not a CCP4 map"},
+      {"info @", "mode.map", std::string(map).replace(4 * 3, 1, "\1"), "mode 1"},
+      {"info @", "axes.map", std::string(map).replace(4 * 16, 1, "\7"), "not a CCP4 map"},
       {"fit $MTZ $MTZ", kMtz, "", "not a model"},
       {"fit @ $MTZ", "no_atoms.pdb", model.substr(0, first_atom), "no atoms"},
       {"fit @ $MTZ", "ligand.sdf", in_a_row("C", {0, 1.4}), "no residue data"},
@@ -167,7 +162,7 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"fit " + no_cryst1 + " " + small + " --radius 1", no_cryst1, "", "far away"},
       {"fit " + no_cryst1 + " " + bad_group + " --radius 1", no_cryst1, "", "CRYST1"},
       {"fit @ $MTZ", "b.pdb", std::string(model).replace(first_atom + 60, 6, "-20.00"), "-20"},
-      {"convert @ a.agd", "steps.map", map_with(7, 100000), "would"},
+      {"convert @ a.agd", "steps.map", std::string(map).replace(4 * 7, 3, "\1\1\1"), "would"},
       {"map $MTZ -o /nowhere/a.map", "/nowhere/a.map", "", "cannot be written"},
       {"convert " + small + " a.txt", "a.txt", "", "extension"},
       {"gauss @ -o a.map", "far.sdf", far_apart,
@@ -178,10 +173,12 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"gauss @ -o a.map --no-hydrogens", "hydrogen.sdf", hydrogen, "no atoms but hydrogens"},
       {"contact @ -o a.map --no-hydrogens", "hydrogen.sdf", hydrogen, "no atoms but hydrogens"},
       {"contact $MODEL @ -o a.map --no-hydrogens", "hydrogen.sdf", hydrogen, "no atoms but hydrogens"},
+      {"gauss $MODEL -o a.txt", "a.txt", "", "extension"},
       {"mask $MODEL $MODEL -o a.map", kModel, "", "not a map"},
       {"gfit @ -o a.json", "flat.map", map.substr(0, 1024) + std::string(2048, '\0'), "no value above 0.01"},
       {"gfit @ -o a.json", "nan.map", map.substr(0, 1024) + std::string(2048, '\xff'), "not finite"},
       {"gfit " + small + " -o " + small, small, "", "extension of a map"},
+      {"gfit " + small + " -o /nowhere/a.json", "/nowhere/a.json", "", "cannot be written"},
       {"shape $MTZ", kMtz, "", "not a coordinate file"},
       {"shape @", "blank.sdf", "\n\n", "there are no molecules in it"},
       {"symmetry P7", "P7", "", "no space group"},
@@ -367,10 +364,14 @@ TEST(Command, WritesTheTableOfSpaceGroups) {
 }
 
 // A carbon is the Gaussian 2.7 exp(-w r^2) with the volume of its sphere, 4/3 pi 1.7^3; what lies below
-// 0.001 is left out, a 0.1 % of it. Two atoms at one place add up, or make 1 - (1 - 2.7)^2.
+// 0.001 is left out, a 0.1 % of it. Two atoms at one place add up, with the squares 5.4^2 (pi / 2w)^(3/2) in
+// all, or make 1 - (1 - 2.7)^2.
 TEST(Command, MakesMapsOfMolecules) {
   const std::tuple<const char*, const char*, double, double> rows[] = {
-      {"", "max", 5.4, 1e-5}, {"", "mean", 41.159 * 8 / 6859, 1.5e-4}, {" --product", "min", -1.89, 1e-5}};
+      {"", "max", 5.4, 1e-5},
+      {"", "mean", 41.159 * 8 / 6859, 1.5e-4},
+      {"", "rms", std::sqrt(78.581 * 8 / 6859 - 0.048 * 0.048), 5e-4},
+      {" --product", "min", -1.89, 1e-5}};
   for (const auto& [option, field, value, within] : rows) {
     const std::string map = scratch_file("gauss.agd");
     const Result run = vxgrid("gauss " + written("c.sdf", in_a_row("C", {0, 0})) + " -o " + map + option);
