@@ -138,7 +138,7 @@ TEST(ProximityGrid, EdgesAndRefusals) {
     const char *says, *prints;
   } rows[] = {
       {1, 1, 0, 5, 0, "", ""},
-      {1, 0, 0, 2, 1, "", "Cant have a grid of zero spacing!\n"},
+      {1, 0, 0, 2, 1, "", "Cant have a grid of zero spacing!"},
       {1, 0.5f, 1e6f, 2, 0, "no room for a lattice", ""},
       {1, 1e-30f, 0, 2, 0, "no room for a lattice", ""},
       {1, kNan, 0, 2, 0, "no room for a lattice", ""},

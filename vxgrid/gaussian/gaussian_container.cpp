@@ -92,7 +92,7 @@ unsigned int VXGaussianContainerImpl::NumGaussians() const {
 }
 
 bool VXGaussianContainerImpl::AddGaussian(const VXGaussianBase& gaussian) {
-  gaussians_.emplace_back(gaussian.CreateCopy());
+  gaussians_.push_back(std::unique_ptr<VXGaussianBase>(gaussian.CreateCopy()));
   return true;
 }
 

@@ -57,7 +57,7 @@ template <class Grid>
 bool mask_by_molecule(Grid& grid, const VXMolBase& mol, unsigned int mode, float c) {
   if (grid.GetSize() <= 1) return true;  // not sized
   VXZemoGrid density;
-  if (!VXGridCopyGeometry(density, grid)) return true;
+  if (!VXGridCopyGeometry(density, grid)) return false;
   vx_make_molecular_gaussian_grid(mol, grid.GetSpacing(), density);
   float* const values = grid.GetValues();
   const float* const m = density.GetValues();

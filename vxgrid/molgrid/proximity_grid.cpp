@@ -17,9 +17,12 @@
 
 #include <vxgrid/host/error_handler.h>
 #include <vxgrid/processing/grid_struct.h>
+#include <vxgrid/processing/lattice.inl>
 
 namespace VXCore {
 namespace {
+
+using lattice::element_count;
 
 /// n points of one of the kinds.
 template <class Real>
@@ -281,14 +284,9 @@ class Spheres::Sweep {
   std::size_t z_ = 0;
 };
 
-std::ptrdiff_t element_count(const GridStruct& grid) {
-  if (grid.xdim < 1 || grid.ydim < 1 || grid.zdim < 1 || vx_grid_struct_overflow(grid)) return 0;
-  return std::ptrdiff_t{grid.xdim} * grid.ydim * grid.zdim;
-}
-
 bool has_no_spacing(float spacing) {
   if (spacing != 0.0f) return false;
-  std::puts("Cant have a grid of zero spacing!");
+  std::printf("Cant have a grid of zero spacing!");
   return true;
 }
 
