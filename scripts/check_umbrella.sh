@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 
 list() {
   for folder in host xtal grid processing formats gaussian molgrid reflection realspace exchange; do
-    [ -d "vxgrid/$folder" ] || continue
+    ls "vxgrid/$folder"/*.h >/dev/null 2>&1 || continue
     echo
     find "vxgrid/$folder" -name '*.h' | LC_ALL=C sort | sed 's/.*/#include <&>/'
   done
