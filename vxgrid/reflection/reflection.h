@@ -7,6 +7,7 @@
 
 namespace VXCore {
 
+class VXMolBase;
 class VXReflectionImpl;
 class VXScalarGrid;
 class VXSkewGrid;
@@ -146,6 +147,24 @@ class VXGRID_API VXReflection : public VXBase {
   /// The same for `std::move(set).MakeMap(...)`, which needs less memory: the columns are released on the
   /// way.
   bool MakeMap(VXSkewGrid& grid, unsigned int maptype) &&;
+
+  /// Structure factors of a model by direct summation over all atoms of the cell, from tables: amplitudes
+  /// into Fcalc, phases in degrees into PhaseCalc and Phase, with
+  ///   F(hkl) = sum of occupancy f exp(-B s^2) exp(+2 pi i (hx + ky + lz)),   s^2 = Stolsq.
+  ///
+  /// Angles are whole degrees, form factors stand in steps of 0.005 of s^2, and B s^2 in steps of 0.0005:
+  /// the price of a sum without transcendental functions. VXStructureFactors is the exact one.
+  ///
+  /// Atoms scatter by element and formal charge; those without residue data, which hold occupancy and B
+  /// factor, are left out. Neutral hydrogens and unknown elements scatter as carbon: models are hydrogen-free
+  /// here. Stolsq is made by CalcResolution when it is not there. A B factor or a Stolsq below 0 counts as 0
+  /// in the tables. Where a number of an atom or Stolsq is not a number, neither are the amplitudes that
+  /// it takes part in.
+  ///
+  /// False, with these columns as they were, for a model without residue data, for a set without group, valid
+  /// cell or indices, and when the table of B s^2 would outgrow its index: when the largest B factor times
+  /// the largest Stolsq reaches 1,073,741.
+  bool SFCalc(const VXMolBase& model);
 
   /// Resolution limits as 1/d^2 (Å^-2): attributes "reslo", "reshi" and "reso" = 1 / sqrt(hi), in Å.
   bool SetRESO(double lo, double hi);

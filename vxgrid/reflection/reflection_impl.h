@@ -8,6 +8,7 @@
 
 namespace VXCore {
 
+class VXMolBase;
 class VXSkewGrid;
 struct FFTMap;
 
@@ -99,6 +100,8 @@ class VXGRID_API VXReflectionImpl {
 
   bool CalcResolution();
   bool Expand();
+
+  bool SFCalc(const VXMolBase& model);
 
   bool MakeMap(VXSkewGrid& grid, unsigned int maptype) const&;
   /// MakeMap of a set that is not needed any more: its columns go as soon as the spectrum holds them.
