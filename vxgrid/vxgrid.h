@@ -51,6 +51,7 @@
 #include <vxgrid/processing/move_grid.h>
 #include <vxgrid/processing/radial_potential.h>
 #include <vxgrid/processing/regularize.h>
+#include <vxgrid/processing/skeletonize.h>
 #include <vxgrid/processing/thinning.h>
 
 #include <vxgrid/formats/ccp4.h>
