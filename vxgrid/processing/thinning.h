@@ -18,7 +18,7 @@ class VXSkewGrid;
 /// The values become exactly 0 and 1; geometry and attributes stay. The outermost layer counts as neighbours
 /// while the work goes on and is cleared at the end, so a grid with a dimension below 3 becomes 0 everywhere.
 ///
-/// Returns the number of rounds, at least 1. Needs memory for three bits a sample. A VXSkewGrid is thinned on
+/// Returns the number of rounds, at least 1. Needs memory for a few bits a sample. A VXSkewGrid is thinned on
 /// its lattice, whatever its axes.
 VXGRID_API int VXThinGrid(VXScalarGrid& grid);
 VXGRID_API int VXThinGrid(VXSkewGrid& grid);
