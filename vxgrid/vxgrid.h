@@ -30,6 +30,7 @@
 #include <vxgrid/xtal/xtal_symmetry.h>
 
 #include <vxgrid/grid/ascii_grid.h>
+#include <vxgrid/grid/contour.h>
 #include <vxgrid/grid/grid_accessors.h>
 #include <vxgrid/grid/grid_base.h>
 #include <vxgrid/grid/grid_format.h>
@@ -41,6 +42,7 @@
 #include <vxgrid/grid/zemogrid.h>
 
 #include <vxgrid/processing/between_grids.h>
+#include <vxgrid/processing/contour_levels.h>
 #include <vxgrid/processing/grid_file.h>
 #include <vxgrid/processing/grid_merge.h>
 #include <vxgrid/processing/grid_struct.h>
