@@ -10,6 +10,7 @@
 #include <vxgrid/host/error_handler.h>
 #include <vxgrid/host/export.h>
 #include <vxgrid/host/half_float.h>
+#include <vxgrid/host/json.h>
 #include <vxgrid/host/large_array.h>
 #include <vxgrid/host/mol_geometry.h>
 #include <vxgrid/host/molecule.h>
@@ -83,3 +84,5 @@
 
 #include <vxgrid/realspace/density.h>
 #include <vxgrid/realspace/fit_statistics.h>
+
+#include <vxgrid/exchange/grid_json.h>
