@@ -1,0 +1,159 @@
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include <vxgrid/grid/scalargrid.h>
+#include <vxgrid/processing/grid_values.h>
+#include <vxgrid/processing/make_grid.h>
+#include <vxgrid/processing/skeletonize.h>
+#include <vxgrid/processing/thinning.h>
+
+#include "processing/lattices.h"
+#include "processing/plain_blob.h"
+#include "support/support.h"
+
+using namespace VXCore;
+using testing::Each;
+
+namespace {
+
+VXScalarGrid grid_of(int x, int y, int z, const std::vector<float>& values = {}) {
+  return {x, y, z, 1, 2, 3, 0.5f, "a map", values.empty() ? nullptr : values.data()};
+}
+
+/// Values about 0 in runs of some points, and now and then not-a-number.
+VXScalarGrid random_grid(int x, int y, int z, unsigned seed) {
+  VXScalarGrid grid = grid_of(x, y, z);
+  std::mt19937 random(seed);
+  std::uniform_real_distribution<float> value(-0.6f, 1);
+  float last = 0;
+  for (unsigned i = 0; i < grid.GetSize(); ++i) {
+    if (random() % 3 == 0) last = random() % 20 == 0 ? NAN : value(random);
+    grid[i] = last;
+  }
+  return grid;
+}
+
+bool same_bits(const VXScalarGrid& a, const VXScalarGrid& b) {
+  return a.GetSize() == b.GetSize() && std::memcmp(a.GetValues(), b.GetValues(), 4ul * a.GetSize()) == 0;
+}
+
+}  // namespace
+
+TEST(ExtractBlob, SamePointsAsTheWalkPointByPoint) {
+  const int dims[][3] = {{7, 5, 4},  {64, 3, 3}, {65, 4, 5}, {1, 90, 3},  {130, 1, 1},
+                         {1, 1, 70}, {2, 2, 90}, {1, 1, 1},  {300, 2, 2}, {20, 17, 13}};
+  unsigned seed = 7;
+  for (const auto& [x, y, z] : dims)
+    for (const float level : {0.0f, 0.3f, 0.45f, 0.7f, FLT_MAX, -0.5f, -0.0f, NAN, INFINITY})
+      for (int turn = 0; turn < 4; ++turn) {
+        VXScalarGrid grid = random_grid(x, y, z, seed), plain(grid);
+        const unsigned at = 7919u * ++seed % grid.GetSize();
+        CapturedLog log;
+        EXPECT_TRUE(VXExtractBlob(grid, at, level));
+        const unsigned cleared = plain_extract_blob(plain, at, level);
+        EXPECT_TRUE(same_bits(grid, plain))
+            << x << " " << y << " " << z << " level " << level << " seed " << at;
+        EXPECT_THAT(log.text(), testing::EndsWith("Keeping " + std::to_string(cleared) + "\n"));
+      }
+}
+
+TEST(ExtractBlob, SaysWhatItDoes) {
+  const std::vector<float> hill = {0, 1, 0, 2, 3, 2.5f, 0, 0, -1};
+  const struct {
+    const char* what;
+    unsigned seed;
+    float level;
+    std::vector<float> left;
+    const char* says;
+  } rows[] = {
+      {"beyond the grid", 9, 1, hill, "Error: Index out of range of grid\n"},
+      {"far beyond it", 4294967295u, 1, hill, "Error: Index out of range of grid\n"},
+      {"the level of a maximum",
+       4,
+       VXLevelOfSeed,
+       {0, 0, 0, 0, 3, 0, 0, 0, 0},
+       "gsize 9\nThe contour level is 3.000000\nKeeping 8\n"},
+      {"a level that some equal",
+       4,
+       2,
+       {0, 0, 0, 2, 3, 2.5f, 0, 0, 0},
+       "gsize 9\nThe contour level is 2.000000\nKeeping 6\n"},
+      {"a seed below the level",
+       0,
+       2.25f,
+       {0, 0, 0, 0, 3, 2.5f, 0, 0, 0},
+       "gsize 9\nThe contour level is 2.250000\nKeeping 6\n"},
+      {"0 is not below 0",
+       0,
+       0,
+       {0, 1, 0, 2, 3, 2.5f, 0, 0, 0},
+       "gsize 9\nThe contour level is 0.000000\nKeeping 1\n"},
+      {"a level below 0",
+       4,
+       -2,
+       {0, 0, 0, 0, 3, 0, 0, 0, 0},
+       "gsize 9\nThe contour level is -2.000000\nKeeping 8\n"},
+      {"a seed below 0",
+       8,
+       VXLevelOfSeed,
+       {0, 0, 0, 0, 0, 0, 0, 0, -1},
+       "gsize 9\nThe contour level is -1.000000\nKeeping 8\n"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    VXScalarGrid grid = grid_of(3, 3, 1, hill);
+    CapturedLog log;
+    EXPECT_EQ(VXExtractBlob(grid, row.seed, row.level), row.seed < 9);
+    EXPECT_EQ(values_of(grid), row.left);
+    EXPECT_EQ(log.text(), row.says);
+  }
+}
+
+// Neighbours are known by their indices alone, which is meant: to the end of the first of three rows of 4
+// belong the starts of the next two, in its own plane and in the one above.
+TEST(ExtractBlob, GoesOnBehindTheEndOfARow) {
+  for (const unsigned other : {4u, 8u, 12u + 4, 12u + 8}) {
+    VXScalarGrid grid = grid_of(4, 3, 2);
+    grid[3] = grid[other] = 1;
+    CapturedLog log;
+    EXPECT_TRUE(VXExtractBlob(grid, 3, 0.5f));
+    EXPECT_EQ(grid[other], 1) << other;
+  }
+}
+
+TEST(Skeletonize, ThresholdThenThinning) {
+  const VXScalarGrid map = random_grid(14, 12, 10, 3);
+  VXScalarGrid grid(map), thinned(map);
+  for (unsigned i = 0; i < map.GetSize(); ++i)
+    if (thinned[i] < map[100]) thinned[i] = 0;
+  const int rounds = VXThinGrid(thinned);
+  EXPECT_EQ(VXSkeletonizeGrid(grid, map[100]), rounds);
+  EXPECT_TRUE(same_bits(grid, thinned));
+  EXPECT_TRUE(VXGridSameGeometry(grid, map));
+  EXPECT_EQ(grid.GetTitle(), "a map");
+
+  EXPECT_EQ(VXSkeletonizeGrid(grid, 2), 1);
+  EXPECT_THAT(values_of(grid), Each(0.0f));
+}
+
+TEST(Skeletonize, OnALatticeOfAnotherSpacing) {
+  VXScalarGrid grid = random_grid(14, 12, 10, 4), by_steps;
+  for (unsigned i = 0; i < grid.GetSize(); ++i) grid[i] = std::fabs(grid[i]) >= 0 ? std::fabs(grid[i]) : 0.5f;
+  const float center[] = {1, 2, 3}, extents[] = {7, 6, 5};
+  VXMakeGridFromCenterAndExtents(by_steps, center, extents, 0.4f);
+  VXInterpolateBetweenGrids(by_steps, grid);
+  EXPECT_EQ(VXSkeletonizeGrid(grid, 0.4f, 0.4f), VXSkeletonizeGrid(by_steps, 0.4f));
+  EXPECT_TRUE(VXGridSameGeometry(grid, by_steps));
+  EXPECT_EQ(grid.GetXDim(), 18u);
+  EXPECT_TRUE(same_bits(grid, by_steps));
+
+  // No such lattice: what is left is one sample, which thinning clears.
+  for (const float spacing : {0.0f, NAN, 1e-9f}) {
+    CapturedLog log;
+    VXScalarGrid none = random_grid(5, 5, 5, 5);
+    EXPECT_EQ(VXSkeletonizeGrid(none, 0.5f, spacing), 1) << spacing;
+    EXPECT_THAT(values_of(none), testing::ElementsAre(0.0f)) << spacing;
+  }
+}
