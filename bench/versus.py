@@ -6,13 +6,13 @@
 Every program of BUILD/bench is run. Its benchmarks are named "<path>/vxgrid" and "<path>/<peer>", arguments
 and options behind that name apart; each peer of a path makes a row. Where both report items processed, times
 are per item. These peers live here: scipy for the trilinear path and for the first correlation of the fit of
-Gaussians (on as many points as ours reports items), mrcfile for the CCP4 paths (on as many bytes as ours
+Gaussians (on as many points as ours reports items), scikit-image for thinning, mrcfile for the CCP4 paths (on as many bytes as ours
 reports), RDKit for the molecular grid and the molecular volume, and density-fitness for the whole `fit` command.
 
 Times are processor time, medians over all repetitions of all rounds, everything pinned to one processor, so
 each side has one thread. The exit status is 1 when a ratio misses its target or a program fails.
 
-Debian packages of the peers: python3-numpy python3-scipy python3-mrcfile python3-gemmi python3-rdkit
+Debian packages of the peers: python3-numpy python3-scipy python3-skimage python3-mrcfile python3-gemmi python3-rdkit
 density-fitness. What is not there is named and left out; run this with the python3 that sees them.
 """
 
@@ -55,6 +55,9 @@ TARGETS = [
     ("shape_sdf*", "reading", 1.5),
     ("proximity*", "plain", 0.5),
     ("contact*", "plain", 0.5),
+    ("thinning*", "plain", 0.1),
+    ("thinning/10", "scikit-image", 0.3),  # 128^3 points, that part of them filled, in percent
+    ("thinning/29", "scikit-image", 0.6),
 ]
 
 OURS = "vxgrid"
@@ -282,6 +285,29 @@ class RdkitReading:
         self.work = lambda: sum(mol is None for mol in Chem.SDMolSupplier(str(name), removeHs=False))
 
 
+class ScikitImageThinning:
+    """skeletonize_3d of the object that bench/thinning_bench.cpp makes: its own recipe, in the same whole numbers.
+    Another algorithm, which leaves other points."""
+
+    paths, side, counts = "thinning/*", "scikit-image", "items"
+
+    def __init__(self, ours, _):
+        import numpy
+        from skimage.morphology import skeletonize_3d
+
+        self.items = round(ours.items)
+        bits = numpy.arange(128**3, dtype=numpy.uint32) * numpy.uint32(2654435761)
+        bits = (bits ^ bits >> 15) * numpy.uint32(2246822519)
+        bits = (bits ^ bits >> 13) * numpy.uint32(3266489917)
+        noise = (bits >> 16).astype(numpy.uint64).reshape(128, 128, 128)
+        for axis in 3 * (2, 1, 0):
+            noise = sum(numpy.roll(noise, shift, axis) for shift in range(-4, 5))
+        limit = numpy.partition(noise, -self.items, axis=None)[-self.items]
+        volume = (noise >= limit).astype(numpy.uint8)
+        assert volume.sum() == self.items, "another object than ours"
+        self.work = lambda: skeletonize_3d(volume)
+
+
 def cube(size):
     import numpy
 
@@ -289,7 +315,7 @@ def cube(size):
     return numpy.random.default_rng(1).random((edge, edge, edge), dtype=numpy.float32)
 
 
-PYTHON_PEERS = [ScipyTrilinear, ScipyCorrelation, MrcfileRead, MrcfileWrite, RdkitShape, RdkitVolume,
+PYTHON_PEERS = [ScipyTrilinear, ScipyCorrelation, ScikitImageThinning, MrcfileRead, MrcfileWrite, RdkitShape, RdkitVolume,
                 RdkitReading]
 
 
