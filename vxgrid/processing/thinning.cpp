@@ -215,12 +215,14 @@ VXGRID_PART_OF_CLONE inline Words Thinner::Candidates(std::size_t block, const D
 
 VXGRID_PART_OF_CLONE inline Words Thinner::Matches(std::size_t block, const Direction& direction) const {
   Words around[kNeighbours];
-  for (int row = 0; row < 9; ++row) {
-    const std::uint64_t* const at = Neighbour(block, row % 3 - 1, row / 3 - 1);
-    around[3 * row] = before(at);
-    around[3 * row + 1] = load(at);
-    around[3 * row + 2] = behind(at);
-  }
+  Words* next = around;
+  for (int z = -1; z <= 1; ++z)
+    for (int y = -1; y <= 1; ++y) {
+      const std::uint64_t* const at = Neighbour(block, y, z);
+      *next++ = before(at);
+      *next++ = load(at);
+      *next++ = behind(at);
+    }
   const Words* const centre = around + kCentre;
   return matches([&](int n) VXGRID_PART_OF_CLONE {
     return centre[(n % 3 - 1) * direction.x + (n / 3 % 3 - 1) * direction.y + (n / 9 - 1) * direction.z];
