@@ -4,6 +4,7 @@
 // scripts/check_umbrella.sh --write keeps the list.
 
 #include <vxgrid/host/base.h>
+#include <vxgrid/host/binary_records.h>
 #include <vxgrid/host/bit_vector.h>
 #include <vxgrid/host/color.h>
 #include <vxgrid/host/conformers.h>

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <new>
 #include <utility>
+#include <vector>
 
 #include <vxgrid/host/text.h>
 
@@ -26,6 +27,8 @@ class InputSource {
   virtual unsigned long long seek(unsigned long long position) = 0;
   /// No more bytes than this follow.
   virtual unsigned long long max_left() const = 0;
+  /// Whether max_left is the very number.
+  virtual bool is_exact() const { return true; }
   /// The content came to an end that is not its own.
   virtual bool damaged() const { return false; }
 };
@@ -37,6 +40,52 @@ class OutputSink {
   virtual bool write(const char* bytes, unsigned long n) = 0;
   virtual bool flush() = 0;
   virtual bool close() = 0;
+};
+
+/// Bytes of its own, and between them blocks that belong to others.
+class GatherSink : public OutputSink {
+ public:
+  bool write(const char* bytes, unsigned long n) override {
+    own_.append(bytes, n);
+    size_ += n;
+    return true;
+  }
+  bool flush() override { return true; }
+  bool close() override { return true; }
+
+  void refer(const char* bytes, unsigned long n) {
+    constexpr unsigned long kWorthReferring = 4096;
+    if (n < kWorthReferring) {
+      write(bytes, n);
+      return;
+    }
+    blocks_.push_back({own_.size(), bytes, n});
+    size_ += n;
+  }
+  unsigned long long size() const { return size_; }
+
+  /// f(bytes, n, belongs to others) on every piece in order.
+  template <class F>
+  void each(F f) const {
+    std::size_t done = 0;
+    for (const Block& block : blocks_) {
+      f(own_.data() + done, block.after - done, false);
+      f(block.bytes, block.size, true);
+      done = block.after;
+    }
+    f(own_.data() + done, own_.size() - done, false);
+  }
+
+ private:
+  struct Block {
+    std::size_t after;  // so many of the own bytes
+    const char* bytes;
+    unsigned long size;
+  };
+
+  std::string own_;
+  std::vector<Block> blocks_;
+  unsigned long long size_ = 0;
 };
 
 namespace {
@@ -57,6 +106,7 @@ class MemorySource : public InputSource {
     return at_ = std::min<unsigned long long>(position, size_);
   }
   unsigned long long max_left() const override { return size_ - at_; }
+  const std::string& bytes() const { return own_; }
 
  private:
   std::string own_;
@@ -86,6 +136,30 @@ class FileSource : public InputSource {
 
  private:
   int fd_;
+  unsigned long long size_;
+  unsigned long long at_ = 0;
+};
+
+/// A part of another stream, from where it stands.
+class PartSource : public InputSource {
+ public:
+  PartSource(vxistream& in, unsigned long long n) : in_(in), start_(in.tell()), size_(n) {}
+
+  unsigned long read(unsigned char* to, unsigned long n) override {
+    n = in_.read(to, static_cast<unsigned long>(std::min<unsigned long long>(n, max_left())));
+    at_ += n;
+    return n;
+  }
+  unsigned long long seek(unsigned long long position) override {
+    at_ = std::min(position, size_);
+    in_.seek(start_ + at_);
+    return at_;
+  }
+  unsigned long long max_left() const override { return size_ - at_; }
+
+ private:
+  vxistream& in_;
+  unsigned long long start_;
   unsigned long long size_;
   unsigned long long at_ = 0;
 };
@@ -125,6 +199,7 @@ class GzSource : public InputSource {
   unsigned long long max_left() const override {
     return ended_ ? 0 : (raw_->max_left() + z_.avail_in) * 1032 + 65536;
   }
+  bool is_exact() const override { return false; }
   bool damaged() const override { return damaged_; }
 
  private:
@@ -388,12 +463,15 @@ bool vxistream::refill() {
 }
 
 bool vxistream::seek(unsigned long long position) {
-  if (!source_) return false;
+  if (!source_ && begin_ == end_) return false;
   if (position <= end_position_ && end_position_ - position <= static_cast<unsigned long>(end_ - begin_)) {
     next_ = end_ - (end_position_ - position);
     return true;
   }
-  empty_buffer(source_->seek(position));
+  if (source_)
+    empty_buffer(source_->seek(position));
+  else
+    next_ = end_;
   return end_position_ == position;
 }
 
@@ -412,17 +490,59 @@ void vxistream::set_source(std::unique_ptr<InputSource> source) {
   empty_buffer(0);
 }
 
+void vxistream::set_window(std::unique_ptr<InputSource> source, const void* bytes, unsigned long n) {
+  source_ = std::move(source);
+  if (source_) source_->seek(n);
+  begin_ = next_ = static_cast<const unsigned char*>(bytes);
+  end_ = begin_ + n;
+  end_position_ = n;
+}
+
 void vxistream::empty_buffer(unsigned long long position) {
   begin_ = next_ = end_ = buffer_.get();
   end_position_ = position;
 }
 
 void vxisstream::set(char* bytes, unsigned long n, bool copy) {
-  set_source(copy ? std::make_unique<MemorySource>(std::string(bytes, n))
-                  : std::make_unique<MemorySource>(bytes, n));
+  if (copy)
+    set(std::string(bytes, n));
+  else
+    set_window(std::make_unique<MemorySource>(bytes, n), bytes, n);
 }
 
-void vxisstream::set(const std::string& bytes) { set_source(std::make_unique<MemorySource>(bytes)); }
+void vxisstream::set(const std::string& bytes) {
+  auto source = std::make_unique<MemorySource>(bytes);
+  const std::string& kept = source->bytes();
+  set_window(std::move(source), kept.data(), kept.size());
+}
+
+vxsubstream::vxsubstream(vxistream& in, unsigned long n) : in_(in) {
+  const auto ready = static_cast<unsigned long>(in.end_ - in.next_);
+  if (n <= ready) {
+    set_window(nullptr, in.next_, n);
+    in.next_ += n;
+  } else if (in.source_ && !in.source_->is_exact()) {
+    whole_ = in.read(block_, n) == n;
+    set_window(nullptr, block_.data(), block_.size());
+  } else {
+    const unsigned long long left = in.max_bytes_left();
+    whole_ = n <= left;
+    end_of_part_ = in.tell() + std::min<unsigned long long>(n, left);
+    set_source(std::make_unique<PartSource>(in, end_of_part_ - in.tell()));
+    return;
+  }
+  end_of_part_ = in.tell();
+}
+
+vxsubstream::~vxsubstream() { in_.seek(end_of_part_); }
+
+void vxsubstream::inflate() {
+  std::unique_ptr<InputSource> raw = std::move(source_);
+  if (!raw)
+    raw = std::make_unique<MemorySource>(reinterpret_cast<const char*>(next_),
+                                         static_cast<unsigned long>(end_ - next_));
+  set_source(std::make_unique<GzSource>(std::move(raw)));
+}
 
 vxostream::vxostream() = default;
 
@@ -465,6 +585,27 @@ vxosstream::vxosstream() { set_sink(std::make_unique<MemorySink>()); }
 std::string vxosstream::str() const {
   const auto* const memory = dynamic_cast<const MemorySink*>(sink());
   return memory ? memory->bytes() : std::string();
+}
+
+vxgatherstream::vxgatherstream() { set_sink(std::make_unique<GatherSink>()); }
+
+GatherSink& vxgatherstream::gathered() const { return static_cast<GatherSink&>(*sink()); }
+
+void vxgatherstream::refer(const void* bytes, unsigned long n) {
+  gathered().refer(static_cast<const char*>(bytes), n);
+}
+
+unsigned long long vxgatherstream::size() const { return gathered().size(); }
+
+bool vxgatherstream::write_to(vxostream& out) const {
+  auto* const gather = dynamic_cast<vxgatherstream*>(&out);
+  gathered().each([&](const char* bytes, unsigned long n, bool is_reference) {
+    if (gather && is_reference)
+      gather->refer(bytes, n);
+    else
+      out.write(bytes, n);
+  });
+  return !out.fail();
 }
 
 vxostream& vxendl(vxostream& out) { return out.write("\n", 1); }

@@ -10,6 +10,7 @@ namespace VXHost {
 /// Where an input stream gets its bytes from: a file, a .gz file or memory. Private to stream.cpp.
 class InputSource;
 class OutputSink;
+class GatherSink;
 
 /// Buffered byte input. Failures show in the results; nothing is thrown and nothing is reported.
 class VXGRID_API vxistream {
@@ -64,8 +65,11 @@ class VXGRID_API vxistream {
 
  protected:
   void set_source(std::unique_ptr<InputSource> source);
+  /// Reads n bytes where they are, which is the whole content of `source` (null: nothing but these bytes).
+  void set_window(std::unique_ptr<InputSource> source, const void* bytes, unsigned long n);
 
  private:
+  friend class vxsubstream;
   void empty_buffer(unsigned long long position);
 
   static constexpr unsigned long kBufferSize = 65536;
@@ -95,6 +99,26 @@ class VXGRID_API vxisstream : public vxistream {
   /// Reads n bytes from `bytes`; with copy false they are used where they are and must stay.
   void set(char* bytes, unsigned long n, bool copy);
   void set(const std::string& bytes);
+};
+
+/// The next n bytes of another stream, or as many as there are, as a stream of their own. What stands in
+/// memory already is read where it is, a long part of a file straight from the file. The other stream may not
+/// be used while this one lives; it stands behind the part afterwards, however much of it was read.
+class VXGRID_API vxsubstream : public vxistream {
+ public:
+  vxsubstream(vxistream& in, unsigned long n);
+  ~vxsubstream() override;
+
+  /// True when all n bytes are there.
+  bool is_whole() const { return whole_; }
+  /// Goes on with what the bytes are the .gz form of; before any was read.
+  void inflate();
+
+ private:
+  vxistream& in_;
+  unsigned long long end_of_part_;
+  bool whole_ = true;
+  std::string block_;  // the part, when the other stream cannot say what it holds
 };
 
 /// Byte output. A write that fails (disc full) raises a flag that stays up until the next open.
@@ -141,6 +165,22 @@ class VXGRID_API vxosstream : public vxostream {
  public:
   vxosstream();
   std::string str() const;
+};
+
+/// Output to memory for what must know its length before it goes to its stream.
+class VXGRID_API vxgatherstream : public vxostream {
+ public:
+  vxgatherstream();
+
+  /// Adds bytes that stay where they are: a long block is not copied and must live as long as this stream and
+  /// those to which it is written.
+  void refer(const void* bytes, unsigned long n);
+  unsigned long long size() const;
+  /// Everything, in order, to another stream; blocks referred to go to a gather stream as such.
+  bool write_to(vxostream& out) const;
+
+ private:
+  GatherSink& gathered() const;
 };
 
 /// Writes one line end, "\n".
