@@ -82,6 +82,7 @@
 #include <vxgrid/reflection/mtz.h>
 #include <vxgrid/reflection/reflection.h>
 #include <vxgrid/reflection/reflection_impl.h>
+#include <vxgrid/reflection/structure_factors.h>
 
 #include <vxgrid/realspace/density.h>
 #include <vxgrid/realspace/fit_statistics.h>
