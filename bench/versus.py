@@ -6,14 +6,15 @@
 Every program of BUILD/bench is run. Its benchmarks are named "<path>/vxgrid" and "<path>/<peer>", arguments
 and options behind that name apart; each peer of a path makes a row. Where both report items processed, times
 are per item. These peers live here: scipy for the trilinear path and for the first correlation of the fit of
-Gaussians (on as many points as ours reports items), scikit-image for thinning, mrcfile for the CCP4 paths (on as many bytes as ours
-reports), RDKit for the molecular grid and the molecular volume, and density-fitness for the whole `fit` command.
+Gaussians (on as many points as ours reports items), scikit-image for thinning, mrcfile for the CCP4 paths (on as
+many bytes as ours reports), RDKit for the molecular grid and the molecular volume, and density-fitness for the
+whole `fit` command.
 
 Times are processor time, medians over all repetitions of all rounds, everything pinned to one processor, so
 each side has one thread. The exit status is 1 when a ratio misses its target or a program fails.
 
-Debian packages of the peers: python3-numpy python3-scipy python3-skimage python3-mrcfile python3-gemmi python3-rdkit
-density-fitness. What is not there is named and left out; run this with the python3 that sees them.
+Debian packages of the peers: python3-numpy python3-scipy python3-skimage python3-mrcfile python3-gemmi
+python3-rdkit density-fitness. What is not there is named and left out; run this with the python3 that sees them.
 """
 
 import argparse
@@ -315,8 +316,8 @@ def cube(size):
     return numpy.random.default_rng(1).random((edge, edge, edge), dtype=numpy.float32)
 
 
-PYTHON_PEERS = [ScipyTrilinear, ScipyCorrelation, ScikitImageThinning, MrcfileRead, MrcfileWrite, RdkitShape, RdkitVolume,
-                RdkitReading]
+PYTHON_PEERS = [ScipyTrilinear, ScipyCorrelation, ScikitImageThinning, MrcfileRead, MrcfileWrite, RdkitShape,
+                RdkitVolume, RdkitReading]
 
 
 def python_peers(results, scratch, missing):

@@ -71,9 +71,10 @@ VXGRID_PART_OF_CLONE inline Words behind(const std::uint64_t* at) {
   return load(at) >> 1 | load(at + 1) << 63;
 }
 
-// The fourteen templates, on the neighbours by their numbers, put together: those that ask for a free face
-// (1 at x, 2 at y), for both free but for a corner (3, 11 to 14), and for a free edge between two set faces
-// (4 to 10). `edge` is that between the free faces at +x and -y, `low` and `high` are its ends in z.
+// The fourteen templates, on the neighbours by their numbers, put together: those that ask for a free face (1
+// at +x, 2 at -y), for both free but for a corner (3, 11 to 14), and for a free edge between the two (4 to
+// 10). The templates one by one, in this order, stand in tests/processing/plain_thinning.h. `low` and `high`
+// are the ends of a face or of the edge in z.
 template <class At>
 VXGRID_PART_OF_CLONE inline Words matches(At at) {
   const auto any_of = [&](auto... n) VXGRID_PART_OF_CLONE { return (at(n) | ...); };
@@ -92,26 +93,27 @@ VXGRID_PART_OF_CLONE inline Words matches(At at) {
                            (at(25) & ~(x_low | y_low | y_high)) |           // 13
                            (at(7) & ~(x_high | y_low | y_high)));           // 14
 
-  // An end of the edge is open, without anything across; or a bridge, set with one point across.
-  const Words low_open = ~at(2) & ~(at(1) & at(5)), low_bridge = at(2) & (at(1) ^ at(5));
-  const Words high_open = ~at(20) & ~(at(19) & at(23)), high_bridge = at(20) & (at(19) ^ at(23));
+  // An end of the edge is free, with at most one of its neighbours on the two faces set; or it is set, with
+  // one.
+  const Words low_free = ~at(2) & ~(at(1) & at(5)), low_set = at(2) & (at(1) ^ at(5));
+  const Words high_free = ~at(20) & ~(at(19) & at(23)), high_set = at(20) & (at(19) ^ at(23));
   const Words free_edge = at(12) & at(16) & ~any_of(10, 11, 14) &
-                          ((low_open & (high_open | high_bridge)) | (low_bridge & high_open) |  // 4, 5, 6
-                           (at(22) & (low_open | low_bridge)) |                                 // 7, 9
-                           (at(4) & (high_open | high_bridge)));                                // 8, 10
+                          ((low_free & (high_free | high_set)) | (low_set & high_free) |  // 4, 5, 6
+                           (at(22) & (low_free | low_set)) |                              // 7, 9
+                           (at(4) & (high_free | high_set)));                             // 8, 10
   return free_x | free_y | free_both | free_edge;
 }
 
 // The object of one grid. All points of a sub-pass are judged before the first of them goes.
 //
 // What a block does in a sub-pass depends on it and its neighbours alone, so it is due only for the
-// directions that have not seen it since something changed there: after the first round few blocks are. 256
-// points at a time, and only where something happens: several hundred times as fast as a sweep over points
-// (bench/thinning).
+// directions that have not seen it since something changed there: after the first round few blocks are. With
+// 256 points at a time a hundred times as fast as sweeps over points (bench/thinning_bench), and the same
+// points (Thinning.AsTheSweeps).
 class Thinner {
  public:
   /// Dimensions of at least 3.
-  Thinner(const VXFixedGrid<float>& grid);
+  explicit Thinner(const VXFixedGrid<float>& grid);
 
   /// Deletes what goes in a direction; false if nothing does.
   bool SubPass(int direction);
