@@ -22,64 +22,80 @@ void move_to_origin(VXMolBase& mol) {
   VXTranslate(mol, centre);
 }
 
-/// Volumes as they stand in the list.
-double sum_of_volumes(const Gsphere* spheres, int n) {
-  double sum = 0;
-  for (int i = 0; i < n; ++i) sum += spheres[i].volume;
-  return sum;
-}
-
-bool has_hydrogens(const VXMolBase& mol) {
-  for (const VXAtomBase& atom : VXIter<VXAtomBase>(mol.GetAtoms()))
-    if (atom.GetAtomicNum() == 1) return true;
-  return false;
-}
-
 }  // namespace
+
+void ShapeMaker::Radii::add(double radius) {
+  least = std::min(least, radius);
+  most = std::max(most, radius);
+  ++count;
+}
 
 bool ShapeMaker::measure(VXMolBase& mol, MoleculeShape& shape) {
   VXAssignBondiVdWRadii(mol);
   move_to_origin(mol);
   shape.atoms = mol.NumAtoms();
-  const bool twice = has_hydrogens(mol);
-  if (twice && !measure_part(mol, false, shape.all, nullptr)) return false;
-  float multipoles[1 + MoleculeShape::kSecond + MoleculeShape::kThird];
-  if (!measure_part(mol, true, shape.heavy, multipoles)) {
-    if (!twice) return false;
-    std::fill(std::begin(shape.heavy), std::end(shape.heavy), 0.0);
-    std::fill(std::begin(multipoles), std::end(multipoles), std::nanf(""));
+  const auto [all, heavy] = measure_lower_levels(mol, shape);
+  const bool has_hydrogens = heavy.count < all.count;
+  if (has_hydrogens) {
+    float volume = 0;
+    expansion_for(all).vx_calculate_volume_with_hydrogens(mol, &volume);
+    if (volume == 0) return false;
+    shape.all[MoleculeShape::Full] = static_cast<double>(volume);
   }
-  if (!twice) std::copy_n(shape.heavy, MoleculeShape::kLevels, shape.all);
+
+  float multipoles[1 + MoleculeShape::kSecond + MoleculeShape::kThird];
+  Gsphere* spheres = nullptr;
+  int n = 0;
+  if (expansion_for(heavy).vx_make_gaussian_representation_no_hydrogens(mol, &spheres, &n)) {
+    float centre[3], rotation[9];
+    vx_CalcShapeMultipoles(n, spheres, multipoles, centre, rotation);
+  } else {
+    if (!has_hydrogens) return false;
+    multipoles[0] = 0;
+    std::fill(multipoles + 1, std::end(multipoles), std::nanf(""));
+  }
+  shape.heavy[MoleculeShape::Full] = static_cast<double>(multipoles[0]);
+  if (!has_hydrogens) std::copy_n(shape.heavy, MoleculeShape::kLevels, shape.all);
   std::copy_n(multipoles + 1, MoleculeShape::kSecond, shape.second);
   std::copy_n(multipoles + 1 + MoleculeShape::kSecond, MoleculeShape::kThird, shape.third);
   return true;
 }
 
-/// Volumes by level, and with `multipoles` those of the full expansion.
-bool ShapeMaker::measure_part(const VXMolBase& mol, bool no_hydrogens, double* volumes, float* multipoles) {
-  Gaussian& expansion = expansion_for(mol, no_hydrogens);
-  Gsphere* spheres = nullptr;
+/// Volumes of atoms and bonds. A sphere is the same with hydrogens about it and without, so one list does for
+/// both: first the atoms that have a radius, then the bonds between these.
+std::pair<ShapeMaker::Radii, ShapeMaker::Radii> ShapeMaker::measure_lower_levels(const VXMolBase& mol,
+                                                                                 MoleculeShape& shape) {
+  const VXIsHeavy is_heavy;
+  const auto has_sphere = [](const VXAtomBase& atom) { return atom.GetRadius() > 0; };
+  Radii radii, heavy_radii;
+  double all = 0, heavy = 0;
+  Gsphere* sphere = nullptr;
   int n = 0;
-  if (!expansion.make_atomic_gaussian_rep_base(mol, 1, no_hydrogens, &spheres, &n)) return false;
-  // The atoms, and then the bonds.
-  const auto is_atom = [](const Gsphere& sphere) { return sphere.order == 0; };
-  const int atoms = static_cast<int>(std::find_if_not(spheres, spheres + n, is_atom) - spheres);
-  volumes[MoleculeShape::Atoms] = sum_of_volumes(spheres, atoms);
-  volumes[MoleculeShape::Bonds] = volumes[MoleculeShape::Atoms] - sum_of_volumes(spheres + atoms, n - atoms);
-  if (!expansion.make_full_gaussian_rep_base(mol, no_hydrogens, &spheres, &n)) return false;
-  volumes[MoleculeShape::Full] = sum_of_volumes(spheres, n);
-  float centre[3], rotation[9];
-  if (multipoles) vx_CalcShapeMultipoles(n, spheres, multipoles, centre, rotation);
-  return true;
+  lower_levels_.vx_make_bond_gaussian_representation_with_hydrogens(mol, &sphere, &n);
+  for (const VXAtomBase& atom : VXIter<VXAtomBase>(mol.GetAtoms())) {
+    const double volume = has_sphere(atom) ? static_cast<double>((sphere++)->volume) : 0;
+    all += volume;
+    radii.add(atom.GetRadius());
+    if (!is_heavy(atom)) continue;
+    heavy += volume;
+    heavy_radii.add(atom.GetRadius());
+  }
+  shape.all[MoleculeShape::Atoms] = all;
+  shape.heavy[MoleculeShape::Atoms] = heavy;
+  for (const VXBondBase& bond : VXIter<VXBondBase>(mol.GetBonds())) {
+    const VXAtomBase &begin = *bond.GetBgn(), &end = *bond.GetEnd();
+    if (!has_sphere(begin) || !has_sphere(end)) continue;
+    const double volume = static_cast<double>((sphere++)->volume);
+    all -= volume;
+    if (is_heavy(begin) && is_heavy(end)) heavy -= volume;
+  }
+  shape.all[MoleculeShape::Bonds] = all;
+  shape.heavy[MoleculeShape::Bonds] = heavy;
+  return {radii, heavy_radii};
 }
 
-Gaussian& ShapeMaker::expansion_for(const VXMolBase& mol, bool no_hydrogens) {
-  std::pair<double, double> radii(INFINITY, 0);
-  for (const VXAtomBase& atom : VXIter<VXAtomBase>(mol.GetAtoms())) {
-    if (no_hydrogens && atom.GetAtomicNum() == 1) continue;
-    radii.first = std::min(radii.first, atom.GetRadius());
-    radii.second = std::max(radii.second, atom.GetRadius());
-  }
-  if (expansions_.size() == kMostExpansions && !expansions_.count(radii)) expansions_.clear();
-  return expansions_[radii];
+Gaussian& ShapeMaker::expansion_for(const Radii& radii) {
+  const std::pair<double, double> key(radii.least, radii.most);
+  if (expansions_.size() == kMostExpansions && !expansions_.count(key)) expansions_.clear();
+  return expansions_[key];
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <map>
 #include <utility>
 
@@ -27,9 +28,18 @@ class ShapeMaker {
   bool measure(VXCore::VXMolBase& mol, MoleculeShape& shape);
 
  private:
-  VXCore::Gaussian& expansion_for(const VXCore::VXMolBase& mol, bool no_hydrogens);
-  bool measure_part(const VXCore::VXMolBase& mol, bool no_hydrogens, double* volumes, float* multipoles);
+  struct Radii {
+    double least = INFINITY, most = 0;
+    unsigned count = 0;
 
+    void add(double radius);
+  };
+
+  /// Returns the radii of all atoms, and those of the heavy ones.
+  std::pair<Radii, Radii> measure_lower_levels(const VXCore::VXMolBase& mol, MoleculeShape& shape);
+  VXCore::Gaussian& expansion_for(const Radii& radii);
+
+  VXCore::Gaussian lower_levels_;
   // An expansion keeps its tables while the smallest and the largest radius stay: one for each such pair.
   std::map<std::pair<double, double>, VXCore::Gaussian> expansions_;
 };

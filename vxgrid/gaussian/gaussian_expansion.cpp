@@ -22,13 +22,6 @@ constexpr int kTreeFrom = 201;  // atoms from which on neighbours come from the 
 constexpr float kSmallestRadius = 0.0001f;
 constexpr int kRecordsPerAtom = 20;  // to start with
 
-/// The entry of a table for a position; beyond either end, and for what is no number, the one at the end.
-inline int table_index(float position) {
-  const float last = Gaussian::kTableSize - 1;
-  const float below = position < last ? position : last;
-  return static_cast<int>(below > 0 ? below : 0);
-}
-
 /// Calls use(atom, radius) for every atom of the molecule. Without any radius there, `assign` gives them to
 /// a copy.
 template <class Use>
@@ -58,38 +51,83 @@ using Floats = float __attribute__((vector_size(4 * kLanes)));
 using Ints = std::int32_t __attribute__((vector_size(4 * kLanes)));
 constexpr Ints kLaneNumbers = {0, 1, 2, 3, 4, 5, 6, 7};
 
-VXGRID_PART_OF_CLONE inline Floats lanes(const float* from) {
-  Floats v;
+template <class Lanes = Floats, class T>
+VXGRID_PART_OF_CLONE inline Lanes lanes(const T* from) {
+  Lanes v;
   std::memcpy(&v, from, sizeof v);
   return v;
+}
+
+template <class Lanes, class T>
+VXGRID_PART_OF_CLONE inline void store(const Lanes& v, T* to) {
+  std::memcpy(to, &v, sizeof v);
+}
+
+template <class Lanes = Floats, class T>
+VXGRID_PART_OF_CLONE inline Lanes look_up(const T* table, const Ints& at) {
+  Lanes v;
+  for (int j = 0; j < kLanes; ++j) v[j] = table[at[j]];
+  return v;
+}
+
+/// The entries of a table for positions; beyond either end, and for what is no number, the one at the end.
+VXGRID_PART_OF_CLONE inline Ints table_entries(const Floats& position) {
+  const Floats zero = {}, last = zero + (Gaussian::kTableSize - 1);
+  const Floats below = position < last ? position : last;
+  return __builtin_convertvector(below > zero ? below : zero, Ints);
+}
+
+/// Lists the places where a mask of 0 and -1, whole lanes of it, is set. Returns how many. There is no branch
+/// on the mask, which follows no pattern; so the list takes n.
+inline int list_set(const std::int32_t* mask, int n, int* list) {
+  int count = 0;
+  for (int i = 0; i < n; i += kLanes)
+    for (int j = 0; j < kLanes; ++j) {
+      list[count] = i + j;
+      count -= mask[i + j];
+    }
+  return count;
 }
 
 /// The atoms so far, by their own records.
 struct Reaches {
   void resize(std::size_t n) {
     for (auto* field : {&x, &y, &z, &cutoff2}) field->resize(n + kLanes);
+    is_near.resize(n + kLanes);
   }
 
   std::vector<float> x, y, z;
   std::vector<float> cutoff2;
+  std::vector<std::int32_t> is_near;  // mask, for the atom in hand
 };
 
-/// Finds the first n atoms whose cut-off the place does not pass. Returns how many.
+/// Masks those of the first n atoms whose cut-off the place does not pass.
 VXGRID_WIDE
-int find_near(const Reaches& atoms, int n, const float* place, int* near) {
+void find_near(Reaches& atoms, int n, const float* place) {
   const float x = place[0], y = place[1], z = place[2];
-  int kept = 0;
   for (int i = 0; i < n; i += kLanes) {
     const Floats dx = x - lanes(&atoms.x[i]), dy = y - lanes(&atoms.y[i]), dz = z - lanes(&atoms.z[i]);
     const Floats d2 = dx * dx + dy * dy + dz * dz;
-    const Ints keep = ~(d2 > lanes(&atoms.cutoff2[i])) & (kLaneNumbers < n - i);
-    for (int j = 0; j < kLanes; ++j) {
-      near[kept] = i + j;
-      kept -= keep[j];
-    }
+    store(~(d2 > lanes(&atoms.cutoff2[i])) & (kLaneNumbers < n - i), &atoms.is_near[i]);
   }
-  return kept;
 }
+
+/// Atoms of most molecules have a handful of widths, and what hangs on nothing else is computed once for
+/// each.
+struct RecentAtoms {
+  struct Atom {
+    float width = -1, log_volume = 0, cutoff2 = 0;
+  };
+
+  /// The place for a width, which another one may have.
+  Atom& find(float width) {
+    std::uint32_t bits;
+    std::memcpy(&bits, &width, sizeof bits);
+    return atoms[bits * 0x9e3779b1u >> 28];
+  }
+
+  Atom atoms[16];
+};
 
 /// Records of the expansion, one array a field so that loops vectorise.
 struct Records {
@@ -107,102 +145,115 @@ struct Records {
   std::vector<std::int32_t> order;
 };
 
-/// Overlaps of the atom in hand with earlier records, not yet records themselves.
-struct Found {
-  void resize(std::size_t n) {
-    record.resize(n + kLanes);
-    log_volume.resize(n + kLanes);
-    fraction.resize(n + kLanes);
-  }
+/// Records of one block that are tested in one go: the first kLanes of those that are left.
+struct Group {
+  int begin, left;
+};
 
-  std::vector<int> record;
-  std::vector<float> log_volume;
-  std::vector<float> fraction;  // of the way from the atom to the record, where the overlap lies
-  std::int64_t tests = 0;       // of records, to find these; idle lanes at the end of a block included
+/// Overlaps of the atom in hand with some groups of records, a lane each.
+struct Tested {
+  static constexpr int kGroups = 64;
+
+  alignas(32) std::int32_t record[kGroups * kLanes];
+  alignas(32) float log_volume[kGroups * kLanes];
+  alignas(32) float fraction[kGroups * kLanes];      // of the way from the atom to the record, where it lies
+  alignas(32) std::int32_t stays[kGroups * kLanes];  // mask of those larger than vmin
+  int kept[kGroups * kLanes + kLanes];               // lanes of these, and then any
+};
+
+/// Entries of Gaussian::ratio and Gaussian::logfactor side by side, as they are looked up.
+struct Factor {
+  float ratio, log;
 };
 
 /// An atom that records are overlapped with, and the tables by which they are.
 struct Partner {
   float x, y, z, width;
-  float ratio_scale;   // from the width of a record to its place in ratio and logfactor
+  float ratio_scale;   // from the width of a record to its place in factors
   float cutoff_scale;  // from the width of an overlap to its place in logfactor and cutoffs
-  const float *ratio, *logfactor, *cutoffs;
+  const Factor* factors;
+  const float *logfactor, *cutoffs;
 };
 
-/// Finds the overlaps of the atom with the blocks of the candidates that are larger than vmin, in order.
-/// Returns how many.
+/// Overlaps the atom with n groups of records.
 ///
 /// One test of the squared distance does for one after each coordinate: the partial sums never fall. Each
 /// lane does what the plain loop does (GaussianExpansion.SameBitsAsPlainLoop).
 VXGRID_WIDE
-int find_overlaps(const Records& records, const int* block_start, const int* candidates, int n,
-                  const Partner& atom, Found& found) {
-  const float last_entry = Gaussian::kTableSize - 1;
+void test_overlaps(const Records& records, const Group* groups, int n, const Partner& atom, Tested& tested) {
   const Partner a = atom;
-  int kept = 0;
-  std::int64_t tests = 0;
-  for (int k = 0; k < n; ++k) {
-    const int begin = block_start[candidates[k]], end = block_start[candidates[k] + 1];
-    tests += end - begin + kLanes;
-    for (int i = begin; i < end; i += kLanes) {
-      const Floats dx = a.x - lanes(&records.x[i]), dy = a.y - lanes(&records.y[i]),
-                   dz = a.z - lanes(&records.z[i]);
-      const Floats d2 = dx * dx + dy * dy + dz * dz;
-      // table_index of positions that are not negative
-      const Floats position = a.ratio_scale * lanes(&records.width[i]);
-      const Ints at = __builtin_convertvector(position < last_entry ? position : last_entry, Ints);
-      Floats ratio, logfactor;
-      for (int j = 0; j < kLanes; ++j) {
-        ratio[j] = a.ratio[at[j]];
-        logfactor[j] = a.logfactor[at[j]];
-      }
-      const Floats log_volume = logfactor + lanes(&records.log_volume[i]) - ratio * a.width * d2;
-      const Ints keep = (log_volume > 0) & ~(d2 > lanes(&records.cutoff2[i])) & (kLaneNumbers < end - i);
-      for (int j = 0; j < kLanes; ++j) {  // what is not kept is overwritten by the next
-        found.record[kept] = i + j;
-        found.log_volume[kept] = log_volume[j];
-        found.fraction[kept] = ratio[j];
-        kept -= keep[j];
-      }
+  const float *x = records.x.data(), *y = records.y.data(), *z = records.z.data();
+  const float *width = records.width.data(), *cutoff2 = records.cutoff2.data();
+  const float* log_volumes = records.log_volume.data();
+  for (int g = 0; g < n; ++g) {
+    const int i = groups[g].begin;
+    const Floats dx = a.x - lanes(x + i), dy = a.y - lanes(y + i), dz = a.z - lanes(z + i);
+    const Floats d2 = dx * dx + dy * dy + dz * dz;
+    const Ints at = table_entries(a.ratio_scale * lanes(width + i));
+    Floats ratio, logfactor;
+    for (int j = 0; j < kLanes; ++j) {
+      ratio[j] = a.factors[at[j]].ratio;
+      logfactor[j] = a.factors[at[j]].log;
     }
+    const Floats log_volume = logfactor + lanes(log_volumes + i) - ratio * a.width * d2;
+    store(i + kLaneNumbers, tested.record + g * kLanes);
+    store(log_volume, tested.log_volume + g * kLanes);
+    store(ratio, tested.fraction + g * kLanes);
+    store((log_volume > 0) & ~(d2 > lanes(cutoff2 + i)) & (kLaneNumbers < groups[g].left),
+          tested.stays + g * kLanes);
   }
-  found.tests = tests;
-  return kept;
 }
 
-/// Writes the n overlaps that were found as records, from `to` on.
+/// Writes the n overlaps that are kept as records, from `to` on.
 ///
 /// The width of the overlap is looked up by another scale than the tables are laid out by. Meant: number and
 /// volumes of the terms hang on it.
-void write_overlaps(Records& records, const Found& found, int n, const Partner& atom, int to) {
-  for (int k = 0; k < n; ++k, ++to) {
-    const int i = found.record[k];
-    const float lv = found.log_volume[k], f = found.fraction[k], w = records.width[i] + atom.width;
-    const int at = table_index(w * atom.cutoff_scale);
-    records.width[to] = w;
-    records.x[to] = atom.x + (records.x[i] - atom.x) * f;
-    records.y[to] = atom.y + (records.y[i] - atom.y) * f;
-    records.z[to] = atom.z + (records.z[i] - atom.z) * f;
-    records.log_volume[to] = lv;
-    records.cutoff2[to] = (lv + atom.logfactor[at]) * atom.cutoffs[at];
-    records.order[to] = records.order[i] + 1;
+VXGRID_WIDE
+void write_overlaps(Records& records, const Tested& tested, int n, const Partner& atom, int to) {
+  const Partner a = atom;
+  float *width = records.width.data(), *x = records.x.data(), *y = records.y.data(), *z = records.z.data();
+  float *log_volume = records.log_volume.data(), *cutoff2 = records.cutoff2.data();
+  std::int32_t* order = records.order.data();
+  for (int k = 0; k < n; k += kLanes, to += kLanes) {
+    const Ints from = lanes<Ints>(tested.kept + k), i = look_up<Ints>(tested.record, from);
+    const Floats lv = look_up(tested.log_volume, from), f = look_up(tested.fraction, from);
+    const Floats w = look_up(width, i) + a.width;
+    const Ints at = table_entries(w * a.cutoff_scale);
+    store(w, width + to);
+    store(a.x + (look_up(x, i) - a.x) * f, x + to);
+    store(a.y + (look_up(y, i) - a.y) * f, y + to);
+    store(a.z + (look_up(z, i) - a.z) * f, z + to);
+    store(lv, log_volume + to);
+    store((lv + look_up(a.logfactor, at)) * look_up(a.cutoffs, at), cutoff2 + to);
+    store(look_up<Ints>(order, i) + 1, order + to);
   }
 }
 
-/// Volumes from their logarithms, prefactors from volumes.
-void write_spheres(const Records& records, const float* volume_from_log, float volume_scale, Gsphere* out,
-                   int n) {
-  const float *width = records.width.data(), *log_volume = records.log_volume.data();
+/// Volumes of the first n records from their logarithms, negative for odd orders.
+VXGRID_WIDE
+void write_volumes(const Records& records, const float* volume_from_log, float volume_scale, int n,
+                   float* volumes) {
+  const float* log_volume = records.log_volume.data();
+  const std::int32_t* order = records.order.data();
+  for (int i = 0; i < n; i += kLanes) {
+    const Ints at = table_entries(lanes(log_volume + i) * volume_scale);
+    const Floats volume = look_up(volume_from_log, at);
+    store((lanes<Ints>(order + i) & 1) != 0 ? -volume : volume, volumes + i);
+  }
+}
+
+/// Prefactors from volumes.
+void write_spheres(const Records& records, const float* volumes, Gsphere* out, int n) {
+  const float* width = records.width.data();
   for (int i = 0; i < n; ++i) {
-    const float volume = volume_from_log[table_index(log_volume[i] * volume_scale)];
     const float t = width[i] * Gaussian::ipi;
     out[i].width = width[i];
     out[i].x = records.x[i];
     out[i].y = records.y[i];
     out[i].z = records.z[i];
-    out[i].prefactor = std::sqrt(t) * t * std::fabs(volume);
+    out[i].prefactor = std::sqrt(t) * t * std::fabs(volumes[i]);
     out[i].order = records.order[i];
-    out[i].volume = records.order[i] % 2 ? -volume : volume;
+    out[i].volume = volumes[i];
     out[i].radius = records.cutoff2[i];
   }
 }
@@ -213,12 +264,12 @@ struct Gaussian::Working {
   /// Room for n more records; false beyond max_records.
   bool make_room(int n);
   void add_atom(int a, float log_volume, float cutoff);
-  /// The candidates of an atom from a tree of all.
-  int near_by_tree(int a, TdTree& tree);
+  /// The candidates of an atom, from all before it or from a tree of these.
+  int find_candidates(int a);
+  int find_candidates(int a, TdTree& tree);
   /// Adds the overlaps of an atom with the blocks of the first so many candidates. False beyond max_records
   /// or the steps that go with them.
   bool add_overlaps(const Partner& atom, int candidates_of_atom);
-  void resize(std::size_t n);
 
   // By atom; xyz and radii of the two lower levels by atom index.
   std::vector<float> xyz;  // three each
@@ -230,9 +281,12 @@ struct Gaussian::Working {
   Records records;
   int count = 0;  // records in use
   int max_records = 0;
-  std::int64_t steps = 0;  // of kMaxSteps
-  Found found;
+  std::int64_t steps = 0;     // of kMaxSteps
+  std::vector<Group> groups;  // of the candidates' blocks
+  Tested tested;
+  std::vector<float> volumes;  // of the records
 
+  Factor factors[kTableSize];
   float ratio_scale = 0, cutoff_scale = 0;  // of Partner, the first times the atom's width
 };
 
@@ -243,13 +297,9 @@ bool Gaussian::Working::make_room(int n) {
     return false;
   }
   const std::size_t needed = static_cast<std::size_t>(count) + n;
-  if (needed > records.size) resize(std::min<std::size_t>(std::max(needed, 2 * records.size), max_records));
+  if (needed > records.size)
+    records.resize(std::min<std::size_t>(std::max(needed, 2 * records.size), max_records));
   return true;
-}
-
-void Gaussian::Working::resize(std::size_t n) {
-  records.resize(n);
-  found.resize(n);
 }
 
 void Gaussian::Working::add_atom(int a, float log_volume, float cutoff) {
@@ -263,7 +313,12 @@ void Gaussian::Working::add_atom(int a, float log_volume, float cutoff) {
   records.order[at] = 0;
 }
 
-int Gaussian::Working::near_by_tree(int a, TdTree& tree) {
+int Gaussian::Working::find_candidates(int a) {
+  find_near(reaches, a, &xyz[3 * a]);
+  return list_set(reaches.is_near.data(), a, candidates.data());
+}
+
+int Gaussian::Working::find_candidates(int a, TdTree& tree) {
   const float* place = &xyz[3 * a];
   const int hits = ndt_hits_p(place, std::sqrt(reaches.cutoff2[a]), &tree, a, &steps);
   steps += hits;
@@ -277,18 +332,28 @@ int Gaussian::Working::near_by_tree(int a, TdTree& tree) {
 }
 
 bool Gaussian::Working::add_overlaps(const Partner& atom, int candidates_of_atom) {
-  const int n =
-      find_overlaps(records, block_start.data(), candidates.data(), candidates_of_atom, atom, found);
-  steps += found.tests;
+  groups.clear();
+  for (int k = 0; k < candidates_of_atom; ++k) {
+    const int begin = block_start[candidates[k]], end = block_start[candidates[k] + 1];
+    for (int i = begin; i < end; i += kLanes) groups.push_back({i, end - i});
+    steps += end - begin + kLanes;
+  }
   const std::int64_t max_steps = std::int64_t{kMaxSteps} * max_records;
   if (steps > max_steps) {
     VXThrow.Warning("Gaussian expansion: more than %lld steps; atoms coincide, or vmin is too small",
                     static_cast<long long>(max_steps));
     return false;
   }
-  if (!make_room(n)) return false;
-  write_overlaps(records, found, n, atom, count);
-  count += n;
+  const int n = static_cast<int>(groups.size());
+  for (int from = 0; from < n; from += Tested::kGroups) {
+    const int tests = std::min(n - from, Tested::kGroups);
+    test_overlaps(records, &groups[from], tests, atom, tested);
+    const int kept = list_set(tested.stays, tests * kLanes, tested.kept);
+    std::fill_n(tested.kept + kept, kLanes, 0);
+    if (!make_room(kept)) return false;
+    write_overlaps(records, tested, kept, atom, count);
+    count += kept;
+  }
   return true;
 }
 
@@ -351,11 +416,12 @@ int Gaussian::make_atomic_gaussian_rep_base(const VXMolBase& mol, int bonds, int
   const float kappa = static_cast<float>(std::exp(double{log_kappa}));
   const auto width = [kappa](float r) { return kappa / (r * r); };
 
-  out_.clear();
+  Gsphere* to = room_for(mol.NumAtoms() + (bonds ? mol.NumBonds() : 0));
+  *out = to;
   for (const VXAtomBase& atom : VXIter<VXAtomBase>(mol.GetAtoms())) {
     const float r = radii[atom.GetIdx()], *at = &xyz[3 * atom.GetIdx()];
     if (r == 0 || left_out(atom, no_hydrogens)) continue;
-    out_.push_back({width(r), at[0], at[1], at[2], prefactor, 0, r * r * 4.1887903f * r, r});
+    *to++ = {width(r), at[0], at[1], at[2], prefactor, 0, r * r * 4.1887903f * r, r};
   }
   if (bonds)
     for (const VXBondBase& bond : VXIter<VXBondBase>(mol.GetBonds())) {
@@ -368,31 +434,33 @@ int Gaussian::make_atomic_gaussian_rep_base(const VXMolBase& mol, int bonds, int
       const float p = static_cast<float>(-prefactor * prefactor * std::exp(double{exponent}));
       const float volume = -p * pi32 / (std::sqrt(s) * s);
       const float radius = static_cast<float>(std::pow(volume * 0.2387324079945085, 0.33333));
-      out_.push_back({s, (e[0] * we + b[0] * wb) / s, (e[1] * we + b[1] * wb) / s,
-                      (e[2] * we + b[2] * wb) / s, p, 1, volume, radius});
+      *to++ = {s,
+               (e[0] * we + b[0] * wb) / s,
+               (e[1] * we + b[1] * wb) / s,
+               (e[2] * we + b[2] * wb) / s,
+               p,
+               1,
+               volume,
+               radius};
     }
-  *out = out_.data();
-  *n = static_cast<int>(out_.size());
+  *n = static_cast<int>(to - *out);
   return 1;
 }
 
 int Gaussian::make_full_gaussian_rep_base(const VXMolBase& mol, int no_hydrogens, Gsphere** out, int* n) {
   *n = 0;
-  if (!read_atoms(mol, no_hydrogens)) return 0;
-  fit_tables();
-  if (!expand()) return 0;
-  finish();
-  *out = out_.data();
-  *n = static_cast<int>(out_.size());
+  if (!expand(mol, no_hydrogens)) return 0;
+  const int count = work_->count;
+  *out = room_for(count);
+  *n = count;
+  write_spheres(work_->records, work_->volumes.data(), *out, count);
   return 1;
 }
 
 int Gaussian::vx_calculate_volume_base(const VXMolBase& mol, float* volume, int no_hydrogens) {
-  Gsphere* list = nullptr;
-  int n = 0;
-  make_full_gaussian_rep_base(mol, no_hydrogens, &list, &n);
   float sum = 0;
-  for (int i = 0; i < n; ++i) sum += list[i].volume;
+  if (expand(mol, no_hydrogens))
+    for (int i = 0; i < work_->count; ++i) sum += work_->volumes[i];
   *volume = sum;
   return 1;
 }
@@ -427,7 +495,7 @@ void Gaussian::vi_init_gauss_rep(int n) {
   }
 }
 
-void Gaussian::vi_init_gs(int n) { work_->resize(n); }
+void Gaussian::vi_init_gs(int n) { work_->records.resize(n); }
 
 void Gaussian::vi_delete_gauss_rep() {
   capacity = 0;
@@ -441,6 +509,7 @@ void Gaussian::make_table(float w, float r, float c) {
     ratio[i] = x / (1 + x);
     logfactor[i] = log_f(2.7f * (ratio[i] * std::sqrt(ratio[i])));
     cutoff_scale[i] = (1 + x) / (w * x);
+    work_->factors[i] = {ratio[i], logfactor[i]};
   }
   const float span = static_cast<float>(std::log(r * r * r * 4.188786666666666) - log_vmin);
   for (int j = 0; j < kTableSize; ++j)
@@ -468,27 +537,25 @@ bool Gaussian::read_atoms(const VXMolBase& mol, int no_hydrogens) {
 /// Widths of the atoms, and the tables when the smallest or the largest radius is another than last time.
 void Gaussian::fit_tables() {
   Working& work = *work_;
-  const int m = static_cast<int>(work.radii.size());
-  const auto [smallest, largest] = std::minmax_element(work.radii.begin(), work.radii.end());
-  const float extremes[2] = {*smallest, *largest}, prefactors[2] = {prefactor, prefactor};
-  float widths[2];
-  vi_assign_gwid_from_rad_pre(prefactors, extremes, widths, 2);
-  const float q = 6 * widths[0] / widths[1];
+  const std::vector<float>&radii = work.radii, &widths = work.widths;
+  work.prefactors.assign(radii.size(), prefactor);
+  work.widths.resize(radii.size());
+  vi_assign_gwid_from_rad_pre(work.prefactors.data(), radii.data(), work.widths.data(),
+                              static_cast<int>(radii.size()));
+  const auto [smallest, largest] = std::minmax_element(radii.begin(), radii.end());
+  const float wbig = widths[smallest - radii.begin()], wsmall = widths[largest - radii.begin()];
+  const float q = 6 * wbig / wsmall;
   work.ratio_scale = 1000 / q;
-  work.cutoff_scale = q / widths[1];
-  if (rmin != extremes[0] || rmax != extremes[1]) {
-    rmin = extremes[0];
-    rmax = extremes[1];
-    make_table(widths[1], rmax, work.ratio_scale);
-  }
-  work.prefactors.assign(m, prefactor);
-  work.widths.resize(m);
-  vi_assign_gwid_from_rad_pre(work.prefactors.data(), work.radii.data(), work.widths.data(), m);
+  work.cutoff_scale = q / wsmall;
+  if (rmin == *smallest && rmax == *largest) return;
+  rmin = *smallest;
+  rmax = *largest;
+  make_table(wsmall, rmax, work.ratio_scale);
 }
 
 /// The record of every atom, each followed by its overlaps with the records of earlier atoms. False beyond
 /// max_records or the steps that go with them.
-bool Gaussian::expand() {
+bool Gaussian::add_records() {
   Working& work = *work_;
   const int m = static_cast<int>(work.widths.size());
   const bool by_tree = m >= kTreeFrom;
@@ -500,16 +567,21 @@ bool Gaussian::expand() {
   work.block_start.resize(m + 1);
   work.candidates.resize(m + kLanes);
   const float wmin = *std::min_element(work.widths.begin(), work.widths.end());
+  RecentAtoms recent;
   for (int a = 0; a < m; ++a) {
-    const float *centre = &work.xyz[3 * a], wa = work.widths[a], t = (wmin + wa) / wa;
-    const float log_volume = log_f(std::sqrt(1 / (wa * wa * wa)) * (prefactor * pi32)) - log_vmin;
+    const float *centre = &work.xyz[3 * a], wa = work.widths[a];
+    RecentAtoms::Atom& own = recent.find(wa);
+    if (own.width != wa) {
+      const float t = (wmin + wa) / wa;
+      const float log_volume = log_f(std::sqrt(1 / (wa * wa * wa)) * (prefactor * pi32)) - log_vmin;
+      own = {wa, log_volume, t * (1 / wmin) * (log_volume - log_f(std::sqrt(t) * t / prefactor))};
+    }
     if (!work.make_room(1)) return false;
-    work.add_atom(a, log_volume, t * (1 / wmin) * (log_volume - log_f(std::sqrt(t) * t / prefactor)));
+    work.add_atom(a, own.log_volume, own.cutoff2);
 
-    const int candidates =
-        by_tree ? work.near_by_tree(a, *tree_) : find_near(work.reaches, a, centre, work.candidates.data());
-    const Partner atom = {centre[0],         centre[1], centre[2], wa,          work.ratio_scale / wa,
-                          work.cutoff_scale, ratio,     logfactor, cutoff_scale};
+    const int candidates = by_tree ? work.find_candidates(a, *tree_) : work.find_candidates(a);
+    const Partner atom = {centre[0],         centre[1],    centre[2], wa,          work.ratio_scale / wa,
+                          work.cutoff_scale, work.factors, logfactor, cutoff_scale};
     if (by_tree) add_to_tree(work.xyz.data(), a, a + 1, tree_.get(), &work.steps);
     if (!work.add_overlaps(atom, candidates)) return false;
     work.block_start[a + 1] = work.count;
@@ -517,10 +589,21 @@ bool Gaussian::expand() {
   return true;
 }
 
-/// The records as a list, with volumes and prefactors.
-void Gaussian::finish() {
-  out_.resize(work_->count);
-  write_spheres(work_->records, volume_from_log, volume_scale, out_.data(), work_->count);
+/// Records and volumes of the full expansion. False where there is none.
+bool Gaussian::expand(const VXMolBase& mol, int no_hydrogens) {
+  if (!read_atoms(mol, no_hydrogens)) return false;
+  fit_tables();
+  if (!add_records()) return false;
+  Working& work = *work_;
+  if (work.volumes.size() < work.records.width.size()) work.volumes.resize(work.records.width.size());
+  write_volumes(work.records, volume_from_log, volume_scale, work.count, work.volumes.data());
+  return true;
+}
+
+/// Room for so many spheres in the list, which never shrinks.
+Gsphere* Gaussian::room_for(std::size_t n) {
+  if (out_.size() < n) out_.resize(n);
+  return out_.data();
 }
 
 }  // namespace VXCore

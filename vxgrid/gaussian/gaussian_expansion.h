@@ -134,7 +134,7 @@ class VXGRID_API Gaussian {
   int capacity = 0;        ///< atoms of the largest molecule so far
   /// A full expansion gives up beyond so many records, or kMaxSteps times as many steps, with a Warning and
   /// 0: many atoms at one place, or a vmin too small for the size of the molecule. Records double with each
-  /// further atom at one place. 40 bytes each while it works, 32 in the list.
+  /// further atom at one place. 32 bytes each while it works, 32 in the list.
   int max_records = 1 << 23;
 
  private:
@@ -142,8 +142,9 @@ class VXGRID_API Gaussian {
 
   bool read_atoms(const VXMolBase& mol, int no_hydrogens);
   void fit_tables();
-  bool expand();
-  void finish();
+  bool add_records();
+  bool expand(const VXMolBase& mol, int no_hydrogens);
+  Gsphere* room_for(std::size_t n);
 
   std::unique_ptr<TdTree> tree_;
   std::unique_ptr<Working> work_;

@@ -11,6 +11,7 @@
 #include <vxgrid/gaussian/gaussian_expansion.h>
 #include <vxgrid/host/mol_geometry.h>
 #include <vxgrid/host/zemomol.h>
+#include <vxgrid/host/wide.inl>
 
 namespace VXCore {
 
@@ -52,7 +53,7 @@ struct Sums {
   Floats first = {}, squares = {}, products = {};         // 1 x y z, xx yy zz, xy yz zx
   Floats cubes = {}, next = {}, last = {}, product = {};  // xxx yyy zzz, xxy yyz zzx, xxz yyx zzy, xyz
 
-  void add(const Gsphere& g) {
+  VXGRID_PART_OF_CLONE inline void add(const Gsphere& g) {
     const float v = signed_volume(g);
     const Floats c = {1, g.x, g.y, g.z}, spread = Floats{0.5f, 1.5f, 1, 1} / g.width;
     const Floats square = c * c, moment = square + spread[0], product2 = c * yzx(c);
@@ -66,9 +67,16 @@ struct Sums {
   }
 
  private:
-  static Floats yzx(Floats c) { return __builtin_shufflevector(c, c, 0, 2, 3, 1); }
-  static Floats zxy(Floats c) { return __builtin_shufflevector(c, c, 0, 3, 1, 2); }
+  VXGRID_PART_OF_CLONE static Floats yzx(Floats c) { return __builtin_shufflevector(c, c, 0, 2, 3, 1); }
+  VXGRID_PART_OF_CLONE static Floats zxy(Floats c) { return __builtin_shufflevector(c, c, 0, 3, 1, 2); }
 };
+
+VXGRID_WIDE
+void sum_up(int n, const Gsphere* spheres, Sums& result) {
+  Sums sums;
+  for (int i = 0; i < n; ++i) sums.add(spheres[i]);
+  result = sums;
+}
 
 /// Centre, and second and third moments about it, of the volume 1. The sums are floats; all that follows them
 /// is taken in double, so that nothing more is lost.
@@ -170,7 +178,7 @@ void vx_shape_multipoles_irreducible_octopoles_off() { IRREDUCIBLE = 0; }
 
 int vx_CalcShapeMultipoles(int n, const Gsphere* spheres, float* multipoles, float* center, float* rotation) {
   Sums sums;
-  for (int i = 0; i < n; ++i) sums.add(spheres[i]);
+  sum_up(n, spheres, sums);
   const Central moments(sums);
 
   float matrix[9], *rows[3], *axes[3];
@@ -195,7 +203,7 @@ int vx_CalcShapeInertialFrame(int n, const Gsphere* spheres, float* rotation, fl
   std::fill_n(rotation, 9, 0.0f);
   std::fill_n(center, 3, 0.0f);
   Sums sums;
-  for (int i = 0; i < n; ++i) sums.add(spheres[i]);
+  sum_up(n, spheres, sums);
   if (sums.first[0] == 0) return 0;
 
   const Central moments(sums);
