@@ -122,6 +122,7 @@ class Thinner {
   void Write(float* values) const;
 
  private:
+  using Plane = VXHost::VXLargeArray<std::uint64_t>;
   struct Deletion {
     std::size_t block;
     std::uint64_t points[kBlock];
@@ -144,10 +145,10 @@ class Thinner {
 
   const std::size_t dim_[3];
   const std::size_t row_, plane_;  // in words
-  VXHost::VXLargeArray<std::uint64_t> object_;
-  VXHost::VXLargeArray<std::uint64_t> interior_;  // the points inside the outermost layer, which alone can go
-  std::vector<std::uint16_t> due_;                // per block, one bit a direction
-  std::size_t first_, last_;                      // the blocks that can have points inside
+  Plane object_;
+  Plane interior_;                  // the points inside the outermost layer, which alone can go
+  std::vector<std::uint16_t> due_;  // per block, one bit a direction
+  std::size_t first_, last_;        // the blocks that can have points inside
   std::vector<Deletion> deletions_;
   bool last_match_ =
       false;  // what became of the last candidate of the latest sub-pass with a turn that had one
@@ -157,8 +158,8 @@ Thinner::Thinner(const VXFixedGrid<float>& grid)
     : dim_{grid.GetXDim(), grid.GetYDim(), grid.GetZDim()},
       row_((dim_[0] + kWordBits - 1) / kWordBits),
       plane_(row_ * dim_[1]),
-      object_((kBlock + plane_ * dim_[2] + 2 * kBlock - 1) / kBlock * kBlock, object_.Zeroed),
-      interior_(object_.size(), interior_.Zeroed),
+      object_((kBlock + plane_ * dim_[2] + 2 * kBlock - 1) / kBlock * kBlock, Plane::Zeroed),
+      interior_(object_.size(), Plane::Zeroed),
       due_(object_.size() / kBlock),
       first_(Row(1, 1) / kBlock),
       last_((Row(dim_[1] - 1, dim_[2] - 2) - 1) / kBlock) {
