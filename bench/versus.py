@@ -59,6 +59,7 @@ TARGETS = [
     ("thinning*", "plain", 0.1),
     ("thinning/10", "scikit-image", 0.3),  # 128^3 points, that part of them filled, in percent
     ("thinning/29", "scikit-image", 0.6),
+    ("contour_levels*", "sort", 0.5),
 ]
 
 OURS = "vxgrid"

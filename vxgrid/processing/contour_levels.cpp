@@ -64,7 +64,7 @@ class SortedKeys {
 
 // The keys of a list by rank, without a copy of it and without sorting it: the keys are counted by their
 // upper halves once and, within the few halves that are asked about, by their lower halves. Three such passes
-// give all levels, in 0.05 of the time of a sort (bench/contour_bench).
+// give all levels, in 0.03 of the time of a sort, 0.12 over a flat background (bench/contour_bench).
 class CountedKeys {
  public:
   static constexpr std::size_t kHalf = 65536;
@@ -133,9 +133,14 @@ class CountedKeys {
       table_of_[upper] = table_of[upper] = static_cast<std::uint16_t>(tables_.size());
     }
     if (tables_.size() == done) return;
-    EachBlock([&](const Key* keys, std::size_t n) {
-      for (std::size_t i = 0; i < n; ++i)
-        if (const std::uint16_t table = table_of[keys[i] >> 16]) ++tables_[table - 1][keys[i] & 0xffff];
+    EachBlock([&](Key* keys, std::size_t n) {
+      // Moved together before they are counted: a branch would guess wrong often.
+      std::size_t found = 0;
+      for (std::size_t i = 0; i < n; ++i) {
+        keys[found] = keys[i];
+        found += table_of[keys[i] >> 16] != 0;
+      }
+      for (std::size_t i = 0; i < found; ++i) ++tables_[table_of[keys[i] >> 16] - 1][keys[i] & 0xffff];
     });
     std::for_each(tables_.begin() + static_cast<std::ptrdiff_t>(done), tables_.end(), sum_up);
   }
