@@ -180,6 +180,27 @@ int main(int argc, char** argv) {
       ->capture_default_str();
   verb->callback([&] { work = [&] { mask(of_mask, settings); }; });
 
+  ContoursOptions of_contours;
+  verb = add_verb(app, settings, "contours", "choose contour levels by the distribution of a map's values",
+                  "contours difference.map -n 5 --descending");
+  verb->add_option("MAP", of_contours.map, "map: .map, .ccp4, .ccp, .agd, also .gz")->required();
+  verb->add_option("-n,--levels", of_contours.levels, "how many; below 3 the two at the ends")
+      ->check(in_range(1, 10000))
+      ->capture_default_str();
+  verb->add_flag("--descending", of_contours.descending, "many levels near the high end, not the low one");
+  verb->add_option("--limit", of_contours.limit, "no level beyond this value")
+      ->check(in_range(-1e30, 1e30))
+      ->type_name("VALUE");
+  verb->add_option("--stride", of_contours.stride, "look at every so manieth point along each axis alone")
+      ->check(in_range(1, 1000000))
+      ->capture_default_str();
+  verb->add_flag("--tsv", of_contours.tsv, "tab-separated columns")->excludes("--json");
+  CLI::Option* attach =
+      verb->add_flag("--attach", of_contours.attach, "write a copy of the map that carries the contours");
+  attach->needs(
+      verb->add_option("-o,--output", of_contours.output, "where to write that copy")->needs(attach));
+  verb->callback([&] { work = [&] { contours(of_contours, settings); }; });
+
   try {
     app.parse(argc, argv);
     work();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -71,6 +72,16 @@ struct MaskOptions {
 /// The modes that MaskOptions::mode may name.
 std::vector<std::string> mask_modes();
 void mask(const MaskOptions& options, const Settings& settings);
+
+struct ContoursOptions {
+  std::string map, output;
+  int levels = 10, stride = 1;
+  bool descending = false;
+  std::optional<float> limit;
+  bool attach = false;  // write a copy that carries them
+  bool tsv = false;
+};
+void contours(const ContoursOptions& options, const Settings& settings);
 
 struct SymmetryOptions {
   std::string group;  // number or name

@@ -179,6 +179,9 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"gfit @ -o a.json", "nan.map", map.substr(0, 1024) + std::string(2048, '\xff'), "not finite"},
       {"gfit " + small + " -o " + small, small, "", "extension of a map"},
       {"gfit " + small + " -o /nowhere/a.json", "/nowhere/a.json", "", "cannot be written"},
+      {"contours @", "nan.map", map.substr(0, 1024) + std::string(2048, '\xff'), "no numbers"},
+      {"contours " + small + " --attach -o a.agd", "a.agd", "", "files in .agd keep no contours"},
+      {"contours " + small + " --attach -o a.txt", "a.txt", "", "extension"},
       {"shape $MTZ", kMtz, "", "not a coordinate file"},
       {"shape @", "blank.sdf", "\n\n", "there are no molecules in it"},
       {"symmetry P7", "P7", "", "no space group"},
@@ -210,13 +213,27 @@ TEST(Command, FullDiscs) {
 
 TEST(Command, WrongUsageIsTwo) {
   const std::string map = "fit $MODEL " + map_file() + " --type Fwt";
-  for (const char* row :
-       {"", "dance", "info", "info --frobnicate $MTZ", "fit $MODEL $MTZ --radius 0",
-        "fit $MODEL $MTZ --type Fx", map.c_str(), "map $MTZ -o a.map --columns FWT",
-        "map $MTZ -o a.map --fft fftw9", "symmetry 19 --tsv", "gauss $LIGANDS -o a.map --spacing 0",
-        "gauss $LIGANDS -o a.map --spacing nan", "contact $LIGANDS -o a.map --method spheres",
-        "mask a.map $LIGANDS -o b.map --mode value+", "gfit a.map -o a.json --levels 5",
-        "gfit a.map -o a.json --max -1", "shape $LIGANDS --tsv --json"}) {
+  for (const char* row : {"",
+                          "dance",
+                          "info",
+                          "info --frobnicate $MTZ",
+                          "fit $MODEL $MTZ --radius 0",
+                          "fit $MODEL $MTZ --type Fx",
+                          map.c_str(),
+                          "map $MTZ -o a.map --columns FWT",
+                          "map $MTZ -o a.map --fft fftw9",
+                          "symmetry 19 --tsv",
+                          "gauss $LIGANDS -o a.map --spacing 0",
+                          "gauss $LIGANDS -o a.map --spacing nan",
+                          "contact $LIGANDS -o a.map --method spheres",
+                          "mask a.map $LIGANDS -o b.map --mode value+",
+                          "gfit a.map -o a.json --levels 5",
+                          "gfit a.map -o a.json --max -1",
+                          "contours a.map -n 0",
+                          "contours a.map --limit nan",
+                          "contours a.map --attach",
+                          "contours a.map -o b.map",
+                          "shape $LIGANDS --tsv --json"}) {
     SCOPED_TRACE(row);
     const Result run = vxgrid(row);
     EXPECT_EQ(run.status, 2);
@@ -227,8 +244,8 @@ TEST(Command, WrongUsageIsTwo) {
 
 TEST(Command, HelpAndVersion) {
   EXPECT_THAT(vxgrid("--version").out, StartsWith("vxgrid 0."));
-  for (const char* verb :
-       {"info", "map", "fit", "convert", "symmetry", "gauss", "shape", "gfit", "contact", "mask"}) {
+  for (const char* verb : {"info", "map", "fit", "convert", "symmetry", "gauss", "shape", "gfit", "contact",
+                           "mask", "contours"}) {
     const Result run = vxgrid(std::string(verb) + " -h");
     EXPECT_EQ(run.status, 0);
     EXPECT_THAT(run.out, HasSubstr(std::string("Example: vxgrid ") + verb));
@@ -347,6 +364,24 @@ TEST(Command, ConvertsAndKeepsTheValues) {
   EXPECT_EQ(vxgrid("convert " + written("small.map", small_map(1)) + " " + plain).out,
             plain + ": Ascii Grid, 8 x 8 x 8 points\n");
   EXPECT_EQ(info_of(plain, "min"), -8);
+}
+
+// Values from -8 to 8, the two lowest 31 times and the others 30: the middle of three levels stands at rank
+// 31 + 450 / 8.
+TEST(Command, ChoosesContourLevels) {
+  const std::string map = written("small.map", small_map(1));
+  const std::pair<const char*, std::vector<double>> rows[] = {{"-n 3", {-7, -6, 7}},
+                                                              {"-n 2 --descending", {7, -7}},
+                                                              {"-n 2 --limit 0", {-7, -1}},
+                                                              {"--stride 9", {-8, -8}}};
+  for (const auto& [options, levels] : rows) {
+    const rapidjson::Document found = json_of("contours --json " + map + " " + options);
+    ASSERT_EQ(found["levels"].Size(), levels.size()) << options;
+    for (size_t i = 0; i < levels.size(); ++i)
+      EXPECT_EQ(found["levels"][static_cast<unsigned>(i)].GetDouble(), levels[i]) << options;
+  }
+  EXPECT_EQ(vxgrid("contours --tsv -n 2 " + map).out, "number\tlevel\n1\t-7\n2\t7\n");
+  EXPECT_EQ(vxgrid("contours -n 2 " + map).out, "number  level\n     1     -7\n     2      7\n");
 }
 
 TEST(Command, WritesTheTableOfSpaceGroups) {

@@ -1,0 +1,118 @@
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+
+#include <vxgrid/grid/contour.h>
+#include <vxgrid/host/text.h>
+#include <vxgrid/processing/contour_levels.h>
+
+#include "verbs.h"
+
+using namespace VXCore;
+
+namespace {
+
+// Of levels from 0 on, and below 0.
+constexpr VXColor kBlue(64, 128, 255), kRed(255, 64, 64);
+
+std::vector<float> levels_of(const VXSkewGrid& grid, const ContoursOptions& options) {
+  const VXFixedGrid<float>& values = *grid.GetImpl().GetImpl().GetFloats().GetGrid(0);
+  const unsigned count = static_cast<unsigned>(options.levels),
+                 stride = static_cast<unsigned>(options.stride);
+  std::vector<float> levels;
+  for (const float level : VXIter<const float>(
+           options.limit ? VXGetGridContourLevels(values, count, options.descending, *options.limit, stride)
+                         : VXGetGridContourLevels(values, count, options.descending, stride)))
+    levels.push_back(level);
+  if (levels.empty()) throw Failure(options.map, "there are no numbers in it");
+  return levels;
+}
+
+/// Contours in place of those that are there. Some formats keep the attributes of the map, some those of the
+/// grid within it.
+void attach(VXSkewGrid& grid, const std::vector<float>& levels) {
+  for (VXGridAbstractBase* each : {static_cast<VXGridAbstractBase*>(&grid),
+                                   static_cast<VXGridAbstractBase*>(&grid.GetImpl().GetImpl())}) {
+    each->DeleteData(VX_GRID_CONTOUR_LEVELS);
+    each->DeleteData(VX_GRID_CONTOUR_COLORS);
+    for (const float level : levels) VXAddContour(*each, level, level < 0 ? kRed : kBlue);
+  }
+}
+
+/// A new folder that goes away with what is in it.
+class ScratchFolder {
+ public:
+  ScratchFolder() : path_(std::filesystem::temp_directory_path() / "vxgrid-XXXXXX") {
+    if (!mkdtemp(path_.data())) throw Failure(path_, std::strerror(errno));
+  }
+  ~ScratchFolder() {
+    std::error_code error;
+    std::filesystem::remove_all(path_, error);
+  }
+  std::string file(const std::string& name) const { return path_ + "/" + name; }
+
+ private:
+  std::string path_;
+};
+
+/// Whether contours come back from a file of this extension, tried with a small map.
+bool keeps_contours(const std::string& extension) try {
+  const ScratchFolder folder;
+  const Settings silent{false, true};
+  VXSkewGrid grid(VXScalarGrid(2, 2, 2, 0, 0, 0, 1, "", nullptr));
+  attach(grid, {1.0f});
+  write_map(folder.file("map." + extension), grid);
+  return VXNumContours(read_map(folder.file("map." + extension), silent)) == 1;
+} catch (const Failure&) {
+  return false;
+}
+
+void require_contour_keeper(const std::string& file) {
+  require_map_extension(file);
+  const std::string extension = VXGetFileExtension(file.c_str());
+  if (keeps_contours(extension)) return;
+  std::vector<std::string> keepers;
+  for (const char* other : {"vxb", "json", "grd", "phi", "map", "agd"})
+    if (keeps_contours(other)) keepers.push_back("." + std::string(other));
+  throw Failure(file, "files in ." + extension + " keep no contours; " +
+                          (keepers.empty() ? "none that are written here do" : join(keepers, ", ") + " do"));
+}
+
+void print(const std::vector<float>& levels, const ContoursOptions& options, const Settings& settings) {
+  if (settings.json) {
+    Json json;
+    json.open_object();
+    json.field("file", options.map);
+    json.list("levels", levels);
+    json.close_object();
+    json.print();
+    return;
+  }
+  Table table({">number", ">level"});
+  if (options.tsv) std::printf("number\tlevel\n");
+  for (size_t i = 0; i < levels.size(); ++i) {
+    const std::string number = std::to_string(i + 1), level = shortest(levels[i]);
+    if (options.tsv)
+      std::printf("%s\t%s\n", number.c_str(), level.c_str());
+    else
+      table.add({number, level});
+  }
+  if (!options.tsv) table.print();
+}
+
+}  // namespace
+
+void contours(const ContoursOptions& options, const Settings& settings) {
+  if (options.attach) require_contour_keeper(options.output);
+  VXSkewGrid grid = read_map(options.map, settings);
+  const std::vector<float> levels = levels_of(grid, options);
+  if (options.attach) {
+    attach(grid, levels);
+    write_map(options.output, grid);
+    note(settings, text("%s: a copy of %s with %zu contours", options.output.c_str(), options.map.c_str(),
+                        levels.size()));
+  }
+  print(levels, options, settings);
+}
