@@ -47,6 +47,8 @@ TARGETS = [
     ("skew_to_regular*", "gemmi", 0.55),
     ("density*", "plain", 0.45),
     ("density*", "gemmi", 0.55),
+    ("sfcalc", "plain", 0.5),  # 0.85 without AVX2
+    ("sfcalc", "gemmi", 0.05),
     ("gaussian_volume*", "rdkit", 0.005),
     ("fit*", "density-fitness", 0.3),
     ("molecular_grid*", "plain", 1 / 7),

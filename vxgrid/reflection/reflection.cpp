@@ -168,6 +168,7 @@ bool VXReflection::GetAmpPhase(float& amp, float& phase, unsigned int index, int
 }
 bool VXReflection::CalcResolution() { return impl_->CalcResolution(); }
 bool VXReflection::Expand() { return impl_->Expand(); }
+bool VXReflection::SFCalc(const VXMolBase& model) { return impl_->SFCalc(model); }
 
 bool VXReflection::MakeMap(VXSkewGrid& grid, unsigned int maptype) const& {
   if (!impl_->MakeMap(grid, maptype)) return false;

@@ -1,0 +1,218 @@
+#include <complex>
+#include <limits>
+#include <random>
+
+#include <vxgrid/reflection/reflection.h>
+
+#include "realspace/model.h"
+#include "reflection/plain_sfcalc.h"
+#include "reflection/support.h"
+#include "support/support.h"
+
+using namespace VXCore;
+using VXXtal::VXUnitCell;
+
+namespace {
+
+const VXUnitCell kCube(20, 20, 20, 90, 90, 90);
+constexpr float kInf = std::numeric_limits<float>::infinity(), kNaN = std::numeric_limits<float>::quiet_NaN();
+
+std::vector<float> column(const VXReflection& set, unsigned int code) {
+  std::vector<float> values(set.GetCount());
+  EXPECT_TRUE(set.GetColumn(code, values.data()));
+  return values;
+}
+
+/// Atoms all over the cell, heavy ones, ions and what is no element among them; one has no residue data.
+VXGraphMol random_model(std::mt19937& random, int atoms, std::initializer_list<unsigned int> elements) {
+  std::uniform_real_distribution<float> unit(0, 1);
+  VXGraphMol mol;
+  mol.AddAtom(6);
+  for (int i = 0; i < atoms; ++i) {
+    const float x = 90 * unit(random) - 30, y = 90 * unit(random) - 30, z = 90 * unit(random) - 30;
+    VXAtomBase* const atom = add_atom(mol, elements.begin()[random() % elements.size()], x, y, z,
+                                      80 * unit(random), 1.5f * unit(random) - 0.25f);
+    atom->SetFormalCharge(static_cast<int>(random() % 5) - 1);
+  }
+  return mol;
+}
+
+std::vector<Coefficient> random_indices(std::mt19937& random, int count, int limit) {
+  std::uniform_int_distribution<int> index(-limit, limit);
+  std::vector<Coefficient> list = {{0, 0, 0}};
+  while (--count > 0) list.push_back({index(random), index(random), index(random)});
+  return list;
+}
+
+}  // namespace
+
+TEST(SFCalc, SameBitsAsPlainLoop) {
+  const struct {
+    unsigned int group;
+    VXUnitCell cell;
+    int atoms, reflections, limit;
+  } rows[] = {
+      {1, {21.5f, 33, 17.2f, 81, 95.5f, 110}, 60, 333, 25},
+      {19, {40, 51, 62.5f, 90, 90, 90}, 40, 100, 40},
+      {94, {78, 78, 96, 90, 90, 90}, 200, 64, 30},
+      {178, {71.45f, 71.45f, 104.204f, 90, 90, 120}, 30, 1, 9},
+      {225, {30, 30, 30, 90, 90, 90}, 12, 47, 12},
+      {5, {30, 41, 52, 90, 101, 90}, 25, 50, 9000},  // angles beyond 2^22 degrees
+  };
+  std::mt19937 random(7);
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.group);
+    const VXGraphMol mol = random_model(random, row.atoms, {0, 1, 6, 7, 8, 26, 92, 99, 400});
+    VXReflection set = make_set(random_indices(random, row.reflections, row.limit), row.group, row.cell);
+    if (row.limit > 100) {  // s^2 up to 1.2, where the last form factor of the table serves
+      std::vector<float> s2(set.GetCount());
+      for (std::size_t i = 0; i < s2.size(); ++i) s2[i] = 0.025f * static_cast<float>(i);
+      set.SetColumn(VXReflectionColumn::Stolsq, s2.data(), set.GetCount());
+    }
+    ASSERT_TRUE(set.SFCalc(mol));
+    std::vector<float> amplitudes, phases;
+    PlainSFCalc(*set.GetImpl(), mol).Run(amplitudes, phases);
+    EXPECT_EQ(column(set, VXReflectionColumn::Fcalc), amplitudes);
+    EXPECT_EQ(column(set, VXReflectionColumn::PhaseCalc), phases);
+    EXPECT_EQ(column(set, VXReflectionColumn::Phase), phases);
+  }
+}
+
+// The tables cost some 1 % of the amplitudes; a wrong sign, operator or phase costs half of them.
+TEST(SFCalc, IsTheFourierSumOfTheCrystal) {
+  std::mt19937 random(3);
+  for (const auto& [group, cell] : {std::pair(19u, VXUnitCell(35, 42, 51, 90, 90, 90)),
+                                    std::pair(178u, VXUnitCell(60, 60, 70, 90, 90, 120))}) {
+    VXGraphMol mol = random_model(random, 50, {6, 7, 8, 16});
+    VXReflection set = make_set(random_indices(random, 300, 9), group, cell);
+    ASSERT_TRUE(set.SFCalc(mol));
+    const std::vector<float> f_calc = column(set, VXReflectionColumn::Fcalc),
+                             phases = column(set, VXReflectionColumn::PhaseCalc),
+                             s2 = column(set, VXReflectionColumn::Stolsq);
+    double difference = 0, size = 0;
+    for (unsigned int i = 0; i < set.GetCount(); ++i) {
+      std::complex<double> f = 0;
+      int hkl[3];
+      set.GetHKLElement(hkl[0], hkl[1], hkl[2], i);
+      for (VXAtomBase& atom : VXIter<VXAtomBase>(mol.GetAtoms())) {
+        const VXScatterData& t = scatter_data[VXGetScatterType(&atom)];
+        double scale = t.c;
+        for (const double* ab = &t.a1; ab != &t.c; ab += 2) scale += ab[0] * std::exp(-ab[1] * s2[i]);
+        const VXResidue& residue = VXAtomGetResidue(&atom);
+        scale *= residue.GetOccupancy() * std::exp(-residue.GetBFactor() * s2[i]);
+        float x[3];
+        mol.GetCoords(&atom, x);
+        set.GetSymmetry().CartesianToFractional(x, 1, 0, false);
+        for (unsigned int op = 0; op < set.GetSymmetry().GetOpCount(); ++op) {
+          const float* m = set.GetSymmetry().GetMatrices() + 16 * op;
+          double turns = 0;
+          for (int to = 0; to < 3; ++to)
+            turns += double(hkl[to]) * (m[to] * x[0] + m[4 + to] * x[1] + m[8 + to] * x[2] + m[12 + to]);
+          f += std::polar(1.0, 2 * M_PI * turns) * scale;
+        }
+      }
+      difference += std::abs(f - std::polar<double>(f_calc[i], phases[i] * M_PI / 180));
+      size += std::abs(f);
+    }
+    EXPECT_LT(difference / size, 0.03);
+  }
+}
+
+// The amplitude of (0, 0, 0) is occupancy * f(0) for each image, and f(0) the number of electrons.
+TEST(SFCalc, FormFactorsByElementAndCharge) {
+  const struct {
+    const char* what;
+    unsigned int element;
+    int charge;
+    double electrons;
+  } rows[] = {
+      {"neutral hydrogen scatters as carbon", 1, 0, 6},
+      {"a hydride has its own row", 1, -1, 2},
+      {"an ion", 26, 3, 23},
+      {"an ion that is not listed is neutral", 26, 1, 26},
+      {"no element", 0, 0, 6},
+      {"an element that is not listed", 99, 0, 6},
+      {"above the table", 208, 0, 6},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    VXGraphMol mol;
+    add_atom(mol, row.element, 1, 2, 3, 20, 0.5f)->SetFormalCharge(row.charge);
+    VXReflection set = make_set({{0, 0, 0}}, 19, kCube);
+    ASSERT_TRUE(set.SFCalc(mol));
+    EXPECT_NEAR(column(set, VXReflectionColumn::Fcalc)[0], 4 * 0.5 * row.electrons,
+                0.002 * 2 * row.electrons);
+    EXPECT_EQ(column(set, VXReflectionColumn::Phase)[0], 0);
+  }
+}
+
+TEST(SFCalc, RefusesAndLeavesTheColumns) {
+  VXGraphMol good, no_residues;
+  add_atom(good, 6, 1, 2, 3);
+  no_residues.AddAtom(6);
+  const auto with_b = [](float b) {
+    VXGraphMol mol;
+    add_atom(mol, 6, 1, 2, 3, b);
+    return mol;
+  };
+  VXReflection whole = make_set({{1, 2, 3, 5, 60}}, 19, kCube), no_cell = whole, no_group = whole,
+               no_hkl = whole;
+  no_cell.SetSymmetry(VXXtal::VXSymmetry(1, VXUnitCell(20, 20, 20, 90, 90, 180)));
+  no_group.SetSymmetry(VXXtal::VXSymmetry());
+  no_hkl.SetHKL(nullptr, nullptr, nullptr, 0);
+  const struct {
+    const char* what;
+    VXReflection set;
+    VXGraphMol mol;
+  } rows[] = {
+      {"no residues", whole, no_residues},
+      {"no cell", no_cell, good},
+      {"no group", no_group, good},
+      {"no indices", no_hkl, good},
+      {"a table of 10^31", whole, with_b(1e30f)},
+      {"an endless table", whole, with_b(kInf)},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    VXReflection set = row.set;
+    EXPECT_FALSE(set.SFCalc(row.mol));
+    EXPECT_EQ(set.GetImpl()->fcalc, nullptr);
+    EXPECT_EQ(set.GetImpl()->phase[0], 60);
+  }
+}
+
+// No number leads outside a table, and none that is not a number gets lost.
+TEST(SFCalc, NumbersOutsideTheTables) {
+  const auto amplitude = [](float b, float occupancy, float x, float s2, int h = 1) {
+    VXGraphMol mol;
+    add_atom(mol, 6, x, 2, 3, b, occupancy);
+    VXReflection set = make_set({{h, 2, 3}}, 19, kCube);
+    set.SetColumn(VXReflectionColumn::Stolsq, &s2, 1);
+    EXPECT_TRUE(set.SFCalc(mol));
+    return column(set, VXReflectionColumn::Fcalc)[0];
+  };
+  const float plain = amplitude(0, 1, 1, 0.01f);
+  EXPECT_GT(plain, 0);
+  EXPECT_EQ(amplitude(-50, 1, 1, 0.01f), plain);
+  EXPECT_EQ(amplitude(-kInf, 1, 1, 0.01f), plain);
+  EXPECT_EQ(amplitude(20, 1, 1, -9), amplitude(0, 1, 1, 0));
+  EXPECT_EQ(amplitude(1e7f, 1, 1, 0.01f), 0);  // beyond the end of the exponential
+  for (const float nan :
+       {amplitude(kNaN, 1, 1, 0.01f), amplitude(20, kNaN, 1, 0.01f), amplitude(20, 1, kNaN, 0.01f),
+        amplitude(20, 1, kInf, 0.01f), amplitude(20, 1, 1, kNaN)})
+    EXPECT_TRUE(std::isnan(nan));
+  for (const int h : {std::numeric_limits<int>::max(), std::numeric_limits<int>::min(), 1 << 20})
+    EXPECT_TRUE(std::isfinite(amplitude(20, 1, 1e30f, 0.01f, h)));
+}
+
+TEST(SFCalc, ShortensAnExpandedList) {
+  VXGraphMol mol;
+  add_atom(mol, 8, 1, 2, 3);
+  VXReflection set = make_set({{1, 2, 3}, {0, 4, 5}}, 19, kCube), expanded = set;
+  ASSERT_TRUE(set.SFCalc(mol) && expanded.Expand() && expanded.Sort());
+  expanded.GetImpl()->expanded = true;
+  ASSERT_TRUE(expanded.SFCalc(mol));
+  EXPECT_EQ(expanded.GetCount(), 2u);
+  EXPECT_EQ(expanded.GetImpl()->sort_index, nullptr);
+  EXPECT_EQ(column(expanded, VXReflectionColumn::Fcalc), column(set, VXReflectionColumn::Fcalc));
+}
