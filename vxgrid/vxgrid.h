@@ -87,4 +87,6 @@
 #include <vxgrid/realspace/density.h>
 #include <vxgrid/realspace/fit_statistics.h>
 
+#include <vxgrid/exchange/gaussian_records.h>
 #include <vxgrid/exchange/grid_json.h>
+#include <vxgrid/exchange/grid_records.h>

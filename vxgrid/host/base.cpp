@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cstdlib>
 #include <deque>
+#include <iterator>
 #include <mutex>
 #include <typeindex>
 #include <unordered_map>
+#include <unordered_set>
 
 #include <vxgrid/host/error_handler.h>
 
@@ -88,6 +90,15 @@ void VXBaseImpl::DeleteData(unsigned int tag) {
       data_.end());
 }
 
+void VXBaseImpl::Take(VXBaseImpl&& from) {
+  std::unordered_set<unsigned int> tags;
+  for (const auto& data : from.data_) tags.insert(data->GetTag());
+  const auto is_replaced = [&tags](const auto& data) { return tags.count(data->GetTag()) != 0; };
+  data_.erase(std::remove_if(data_.begin(), data_.end(), is_replaced), data_.end());
+  std::move(from.data_.begin(), from.data_.end(), std::back_inserter(data_));
+  from.data_.clear();
+}
+
 bool VXBaseImpl::CheckTypeWarning(const VXBaseData& data, const std::type_info& wanted) {
   const std::unique_ptr<char, decltype(&std::free)> readable(
       abi::__cxa_demangle(wanted.name(), nullptr, nullptr, nullptr), &std::free);
@@ -136,6 +147,12 @@ void VXCopyBaseData(VXBase& dst, const VXBase& src) {
     }
     to.AddData(std::move(copy));
   }
+}
+
+void VXMoveBaseData(VXBase& dst, VXBase&& src) {
+  if (&dst == &src || !src.impl_) return;
+  dst.NeedImpl().Take(std::move(*src.impl_));
+  src.impl_.reset();
 }
 
 }  // namespace VXCore

@@ -76,6 +76,8 @@ class VXGRID_API VXBaseImpl {
   /// Puts `data` in the place of the first attribute of its tag, at the end when there is none.
   void ReplaceData(std::unique_ptr<VXBaseData> data);
   void DeleteData(unsigned int tag);
+  /// Moves all attributes of `from` here; those of the same tags go.
+  void Take(VXBaseImpl&& from);
   const std::vector<std::unique_ptr<VXBaseData>>& GetAll() const { return data_; }
 
   /// Warns that an attribute holds another type than asked for. The result says whether to go on
@@ -179,6 +181,7 @@ class VXGRID_API VXBase {
 
  private:
   friend VXGRID_API void VXCopyBaseData(VXBase& dst, const VXBase& src);
+  friend VXGRID_API void VXMoveBaseData(VXBase& dst, VXBase&& src);
   VXBaseImpl& NeedImpl();
 
   std::unique_ptr<VXBaseImpl> impl_;
@@ -186,5 +189,7 @@ class VXGRID_API VXBase {
 
 /// Copies the attributes of `src` to `dst`: a tag that `dst` has is replaced, its other attributes stay.
 VXGRID_API void VXCopyBaseData(VXBase& dst, const VXBase& src);
+/// The same with the attributes moved, which leaves `src` without any.
+VXGRID_API void VXMoveBaseData(VXBase& dst, VXBase&& src);
 
 }  // namespace VXCore

@@ -319,7 +319,7 @@ class VXGroupReadFxn : public VXReadFxn<T> {
                           const VXBinaryIOHandlerBase& handler) override {
     vxsubstream data(in, length);
     if (!data.is_whole()) return VXBRecordShort;
-    if (compressed_) data.inflate();
+    if (compressed_ && !data.inflate()) return VXBNoMemory;
     unsigned int status = VXBDone;
     while (status == VXBDone && data) status = VXBinaryRead<T>(data, object, handler);
     return status == VXBDone && data.damaged() ? VXBFieldShort : status;

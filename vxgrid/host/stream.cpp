@@ -517,6 +517,8 @@ void vxisstream::set(const std::string& bytes) {
 }
 
 vxsubstream::vxsubstream(vxistream& in, unsigned long n) : in_(in) {
+  const auto* const outer = dynamic_cast<const vxsubstream*>(&in);
+  inflated_ = outer && outer->inflated_;
   const auto ready = static_cast<unsigned long>(in.end_ - in.next_);
   if (n <= ready) {
     set_window(nullptr, in.next_, n);
@@ -536,12 +538,15 @@ vxsubstream::vxsubstream(vxistream& in, unsigned long n) : in_(in) {
 
 vxsubstream::~vxsubstream() { in_.seek(end_of_part_); }
 
-void vxsubstream::inflate() {
+bool vxsubstream::inflate() {
+  if (inflated_) return false;
+  inflated_ = true;
   std::unique_ptr<InputSource> raw = std::move(source_);
   if (!raw)
     raw = std::make_unique<MemorySource>(reinterpret_cast<const char*>(next_),
                                          static_cast<unsigned long>(end_ - next_));
   set_source(std::make_unique<GzSource>(std::move(raw)));
+  return true;
 }
 
 vxostream::vxostream() = default;

@@ -111,13 +111,15 @@ class VXGRID_API vxsubstream : public vxistream {
 
   /// True when all n bytes are there.
   bool is_whole() const { return whole_; }
-  /// Goes on with what the bytes are the .gz form of; before any was read.
-  void inflate();
+  /// Goes on with what the bytes are the .gz form of; before any was read. False, and nothing done, in a part
+  /// of what was inflated like this already: a few bytes could unfold to any length.
+  bool inflate();
 
  private:
   vxistream& in_;
   unsigned long long end_of_part_;
   bool whole_ = true;
+  bool inflated_;
   std::string block_;  // the part, when the other stream cannot say what it holds
 };
 

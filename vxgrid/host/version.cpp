@@ -15,8 +15,6 @@ Registry& registry() {
   return *made;
 }
 
-[[maybe_unused]] const bool registered = (VXRegisterVersion("vxgrid", VXCore::VXGridGetVersion), true);
-
 }  // namespace
 
 void VXRegisterVersion(const char* library, VXVersionFunction version) {

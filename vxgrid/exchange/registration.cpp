@@ -1,0 +1,16 @@
+#include <vxgrid/exchange/grid_records.h>
+#include <vxgrid/host/version.h>
+
+namespace VXCore {
+namespace {
+
+// What the library makes known when it is loaded, in an order that is part of the interface: field types of
+// records, native records, JSON documents, and last its version.
+[[maybe_unused]] const bool registered = [] {
+  VXRegisterVXBInitializer(VXInitGridHandlers);
+  VXHost::VXRegisterVersion("vxgrid", VXGridGetVersion);
+  return true;
+}();
+
+}  // namespace
+}  // namespace VXCore
