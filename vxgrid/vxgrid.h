@@ -59,7 +59,9 @@
 #include <vxgrid/processing/thinning.h>
 
 #include <vxgrid/formats/ccp4.h>
+#include <vxgrid/formats/grasp.h>
 #include <vxgrid/formats/gridio.h>
+#include <vxgrid/formats/xplor.h>
 
 #include <vxgrid/gaussian/gaussian.h>
 #include <vxgrid/gaussian/gaussian_container.h>
