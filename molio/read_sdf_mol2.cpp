@@ -104,6 +104,8 @@ void read_v2000(LineReader& in, std::string_view counts, ParsedMolecule& parsed)
   constexpr int kCharges[] = {0, 3, 2, 1, 0, -1, -2, -3};
   const int atoms = count(field(counts, 0, 3), "number of atoms", in.number());
   const int bonds = count(field(counts, 3, 3), "number of bonds", in.number());
+  parsed.atoms.reserve(static_cast<std::size_t>(atoms));  // three digits
+  parsed.bonds.reserve(static_cast<std::size_t>(bonds));
   for (int i = 0; i < atoms; ++i) {
     const std::string_view line = in.next();
     const std::string_view xyz[] = {field(line, 0, 10), field(line, 10, 10), field(line, 20, 10)};

@@ -66,7 +66,7 @@ VXGRID_PART_OF_CLONE inline void store(const Lanes& v, T* to) {
 template <class Lanes = Floats, class T>
 VXGRID_PART_OF_CLONE inline Lanes look_up(const T* table, const Ints& at) {
   Lanes v;
-  for (int j = 0; j < kLanes; ++j) v[j] = table[at[j]];
+  for (int j = 0; j < kLanes; ++j) v[j] = table[static_cast<std::uint32_t>(at[j])];
   return v;
 }
 
@@ -192,8 +192,9 @@ void test_overlaps(const Records& records, const Group* groups, int n, const Par
     const Ints at = table_entries(a.ratio_scale * lanes(width + i));
     Floats ratio, logfactor;
     for (int j = 0; j < kLanes; ++j) {
-      ratio[j] = a.factors[at[j]].ratio;
-      logfactor[j] = a.factors[at[j]].log;
+      const Factor& factor = a.factors[static_cast<std::uint32_t>(at[j])];
+      ratio[j] = factor.ratio;
+      logfactor[j] = factor.log;
     }
     const Floats log_volume = logfactor + lanes(log_volumes + i) - ratio * a.width * d2;
     store(i + kLaneNumbers, tested.record + g * kLanes);

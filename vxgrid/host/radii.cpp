@@ -1,7 +1,7 @@
 #include <vxgrid/host/radii.h>
 
 #include <algorithm>
-#include <cctype>
+#include <array>
 #include <iterator>
 
 #include <vxgrid/host/mol_data.inl>
@@ -161,11 +161,25 @@ const Element& element(unsigned int atomic_number) {
   return kElements[atomic_number < std::size(kElements) ? atomic_number : 0];
 }
 
-bool same_symbol(std::string_view a, std::string_view b) {
-  return a.size() == b.size() &&
-         std::equal(a.begin(), a.end(), b.begin(),
-                    [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
+/// A number below 27 * 27 for one or two letters, of whatever case; 0 for other texts.
+constexpr std::size_t code_of(std::string_view symbol) {
+  std::size_t code = 0;
+  for (const char c : symbol) {
+    const unsigned int letter = (static_cast<unsigned char>(c) | 32u) - 'a';
+    if (letter >= 26 || symbol.size() > 2) return 0;
+    code = 27 * code + letter + 1;
+  }
+  return code;
 }
+
+/// Atomic numbers by the codes of symbols.
+constexpr auto kNumbers = [] {
+  std::array<unsigned char, 27 * 27> numbers{};
+  for (std::size_t i = 0; i < std::size(kElements); ++i)
+    numbers[code_of(kElements[i].symbol)] = static_cast<unsigned char>(i);
+  numbers[code_of("D")] = 1;
+  return numbers;
+}();
 
 }  // namespace
 
@@ -173,12 +187,7 @@ const char* VXGetAtomicSymbol(unsigned int atomic_number) { return element(atomi
 double VXGetAtomicWeight(unsigned int atomic_number) { return element(atomic_number).weight; }
 double VXGetBondiVdWRadius(unsigned int atomic_number) { return element(atomic_number).bondi_radius; }
 
-unsigned int VXGetAtomicNum(std::string_view symbol) {
-  if (same_symbol(symbol, "D")) return 1;
-  const auto* at = std::find_if(std::begin(kElements), std::end(kElements),
-                                [symbol](const Element& e) { return same_symbol(symbol, e.symbol); });
-  return at == std::end(kElements) ? 0 : static_cast<unsigned int>(at - std::begin(kElements));
-}
+unsigned int VXGetAtomicNum(std::string_view symbol) { return kNumbers[code_of(symbol)]; }
 
 void VXAssignBondiVdWRadii(VXMolBase& mol) {
   for (VXAtomBase& atom : VXIter<VXAtomBase>(mol.GetAtoms()))
