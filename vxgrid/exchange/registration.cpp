@@ -1,3 +1,4 @@
+#include <vxgrid/exchange/grid_json.h>
 #include <vxgrid/exchange/grid_records.h>
 #include <vxgrid/host/version.h>
 
@@ -8,6 +9,8 @@ namespace {
 // records, native records, JSON documents, and last its version.
 [[maybe_unused]] const bool registered = [] {
   VXRegisterVXBInitializer(VXInitGridHandlers);
+  VXRegisterJSONHandler(VXInitSkewGridJSONHandler());
+  VXRegisterJSONHandler(VXInitScalarGridJSONHandler());
   VXHost::VXRegisterVersion("vxgrid", VXGridGetVersion);
   return true;
 }();

@@ -80,8 +80,8 @@ class VXGRID_API VXJSONHandlerBase {
   /// Reads an array: one attribute for each element (`add`), or one attribute that is their vector.
   virtual bool VRead(VXBase& object, unsigned int tag, const VXJSONValue& value, bool add) = 0;
   /// Writes the value of an attribute of GetDataType(), or of GetVDataType().
-  virtual bool Write(VXJSONWriter& writer, const VXBaseData& attribute, unsigned int flags) = 0;
-  virtual bool VWrite(VXJSONWriter& writer, const VXBaseData& attribute, unsigned int flags) = 0;
+  virtual void Write(VXJSONWriter& writer, const VXBaseData& attribute, unsigned int flags) = 0;
+  virtual void VWrite(VXJSONWriter& writer, const VXBaseData& attribute, unsigned int flags) = 0;
   /// The text under the key "type" in the objects that this handler reads.
   virtual const char* GetJsonType() const = 0;
   virtual const void* GetDataType() const = 0;
@@ -95,23 +95,25 @@ class VXGRID_API VXJSONHandlerBase {
 VXGRID_API bool VXRegisterJSONHandler(VXJSONHandlerBase* handler);
 
 /// Writes the attributes of an object as members of the JSON object that the caller has opened, each under
-/// the name of its tag, in their order; names on the list are left out.
+/// the name of its tag, in their order; names on the list are left out. A handler writes with the flags that
+/// are also in its flavour.
 ///
 /// Written are bool, int, unsigned int, long, unsigned long, float, double, std::string, the vectors of
-/// these, and what a handler is registered for; attributes of other types are left out with one Warning each.
-/// Floats are written as doubles. Attributes that share one tag make one array; those of another type than
-/// the first are left out with a Warning. A last member "vxhint" gives the type by name wherever the JSON
-/// value alone does not: {"vxhint":{"SIGMA":"float","levels":"float[]","seen":"int+","maps":"grid+"}}, where
+/// these, std::array<float, 3> and <float, 6>, and what a handler is registered for, vectors of it too; other
+/// attributes are left out with one Warning each. Floats are written as doubles. Attributes that share a tag
+/// make one array; those of another type than the first are left out with a Warning. A last member "vxhint"
+/// gives the type by name wherever the JSON value alone does not:
+/// {"SIGMA":"float","levels":"float[]","seen":"int+","maps":"object+"}, where
 /// [] is a vector and + stands for attributes that share the tag.
-VXGRID_API bool VXGenBaseDataJSON(VXJSONWriter& writer, const VXBase& object, const char* const* list,
+VXGRID_API void VXGenBaseDataJSON(VXJSONWriter& writer, const VXBase& object, const char* const* list,
                                   unsigned int count, unsigned int flags);
 
-/// Reads the members of a JSON object as attributes; those on the list are left out. Without a hint a whole
-/// number is an int, an unsigned int, a long or an unsigned long, the first that holds it, another number a
-/// double, and an array the vector of what all its elements are; an object goes by its "type" to a handler,
-/// and an array of such objects is a vector. What has no type here is left out with one Warning. False when a
-/// hint and its value do not agree (with an Error), when a handler fails and when a tag is there with another
-/// type.
+/// Reads the members of a JSON object as attributes; those on the list are left out, and of several with one
+/// key the first counts. Without a hint a whole number is an int, an unsigned int, a long or an unsigned
+/// long, the first that holds it, another number a double, and an array the vector of what its elements are
+/// (double, when they are numbers of several types); an object goes by its "type" to a handler, and an array
+/// of such objects is a vector. What has no type here is left out with one Warning. False when a hint and its
+/// value do not agree (with an Error), when a handler fails and when a tag is there with another type.
 VXGRID_API bool VXParseBaseDataJSON(VXBase& object, const VXJSONValue& value, const char* const* list,
                                     unsigned int count);
 
