@@ -58,6 +58,7 @@ TARGETS = [
     ("shape_sdf*", "reading", 1.5),
     ("proximity*", "plain", 0.5),
     ("contact*", "plain", 0.5),
+    ("structure_factors", "gemmi", 0.3),
     ("thinning*", "plain", 0.1),
     ("thinning/10", "scikit-image", 0.3),  # 128^3 points, that part of them filled, in percent
     ("thinning/29", "scikit-image", 0.6),

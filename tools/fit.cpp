@@ -42,10 +42,7 @@ struct Fit {
 bool scored(double value) { return std::isfinite(value) && value != -1.0; }
 
 VXGraphMol read_scored_model(const std::string& file, const Settings& settings) {
-  VXGraphMol model = read_model(file, settings);
-  if (!VXHasResidues(model))
-    throw Failure(file,
-                  "no residue data (B factors, occupancies) in this file; a PDB or mmCIF file has them");
+  VXGraphMol model = read_crystal_model(file, settings);
   unsigned no_b = 0, no_occupancy = 0;
   for (const VXAtomBase& atom : VXIter<VXAtomBase>(model.GetAtoms())) {
     const VXResidue& residue = VXAtomGetResidue(&atom);
@@ -103,9 +100,7 @@ VXSymmetry agree_on_symmetry(const VXSkewGrid& grid, VXGraphMol& model, const Fi
                              const Settings& settings) {
   const LibraryLog log;
   const VXSymmetry of_map = map_symmetry(grid);
-  VXSymmetry of_model;
-  if (VXHasCrystalSymmetryImpl(model) && VXXtal::VXSetXtalSymmetryFromPDBData(model))
-    VXXtal::VXGetXtalSymmetry(model, of_model);
+  const VXSymmetry of_model = model_symmetry(model);
   if (of_model && (!of_map || of_map.cell().equalsCell(of_model.cell(), 0.02f * of_map.cell().a)))
     return of_model;
   if (of_map) {

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
@@ -11,10 +12,11 @@
 #include <molio/read_molecule.h>
 #include <vxgrid/formats/gridio.h>
 #include <vxgrid/grid/grid_format.h>
+#include <vxgrid/host/residue.h>
 #include <vxgrid/host/text.h>
 #include <vxgrid/processing/grid_values.h>
 #include <vxgrid/reflection/fft_backend.h>
-#include <vxgrid/reflection/reflection.h>
+#include <vxgrid/xtal/xtal_symmetry.h>
 
 using namespace VXCore;
 using VXXtal::VXSymmetry;
@@ -128,6 +130,17 @@ std::string list_columns(const std::string& file) {
   return join(words, " ");
 }
 
+/// The columns of what has to be an MTZ file.
+std::vector<MtzColumn> read_mtz_columns(const std::string& file) {
+  if (kind_of(file) != FileKind::Mtz) throw Failure(file, "not an MTZ file");
+  return read_columns(file);
+}
+
+void require_open(const VXMTZ& mtz, const std::string& file, const LibraryLog& log) {
+  if (!mtz.IsValid())
+    throw Failure(file, log.reason(file, "cannot be opened; names of MTZ files end in .mtz, in lower case"));
+}
+
 /// Refuses labels given by hand whose types say that they are something else: intensities, or the two
 /// swapped.
 void check_types(const std::string& file, const std::vector<MtzColumn>& columns, const std::string& amplitude,
@@ -221,6 +234,21 @@ VXGraphMol read_model(const std::string& file, const Settings& settings) {
   return model;
 }
 
+VXGraphMol read_crystal_model(const std::string& file, const Settings& settings) {
+  VXGraphMol model = read_model(file, settings);
+  if (!VXHasResidues(model))
+    throw Failure(file,
+                  "no residue data (B factors, occupancies) in this file; a PDB or mmCIF file has them");
+  return model;
+}
+
+VXSymmetry model_symmetry(VXGraphMol& model) {
+  VXSymmetry symmetry;
+  if (VXHasCrystalSymmetryImpl(model) && VXXtal::VXSetXtalSymmetryFromPDBData(model))
+    VXXtal::VXGetXtalSymmetry(model, symmetry);
+  return symmetry;
+}
+
 void require_map_extension(const std::string& file) {
   if (!VXIsWriteableGrid(file))
     throw Failure(file,
@@ -276,14 +304,12 @@ std::vector<MapChoice> possible_maps(const std::string& file) {
 }
 
 MtzMap make_map(const std::string& file, const MapOptions& options, const Settings& settings) {
-  if (kind_of(file) != FileKind::Mtz) throw Failure(file, "not an MTZ file");
-  const std::vector<MtzColumn> file_columns = read_columns(file);
+  const std::vector<MtzColumn> file_columns = read_mtz_columns(file);
   VXSetFFTBackend(options.fft == "fftw2" ? VXFFTBackend::FFTW2 : VXFFTBackend::PocketFFT);
 
   const LibraryLog log;
   const VXMTZ mtz(file);
-  if (!mtz.IsValid())
-    throw Failure(file, log.reason(file, "cannot be opened; names of MTZ files end in .mtz, in lower case"));
+  require_open(mtz, file, log);
   const unsigned type = VXMTZMapTypeFromString(options.type_or_default());
   VXMTZColumns columns = usual_columns(mtz);
   if (const size_t comma = options.columns.find(','); comma != std::string::npos) {
@@ -309,6 +335,35 @@ MtzMap make_map(const std::string& file, const MapOptions& options, const Settin
     throw Failure(file, "the map is flat: no values but 0 in columns " + join(map.labels, ", "));
   log.pass_on(settings, file);
   return map;
+}
+
+MtzReflections read_reflections(const std::string& file, const std::string& label, const Settings& settings) {
+  const std::vector<MtzColumn> file_columns = read_mtz_columns(file);
+  const LibraryLog log;
+  const VXMTZ mtz(file);
+  require_open(mtz, file, log);
+  MtzReflections found;
+  found.label = label.empty() ? usual_columns(mtz).GetFobs() : label;
+  const auto column = std::find_if(file_columns.begin(), file_columns.end(),
+                                   [&](const MtzColumn& each) { return each.label == found.label; });
+  if (column == file_columns.end())
+    throw Failure(file, text("no column %s of observed amplitudes; name another with --fobs LABEL. There are "
+                             "(label:type): %s",
+                             found.label.c_str(), list_columns(file).c_str()));
+  if (column->type != 'F' && column->type != 'G')
+    throw Failure(file,
+                  text("column %s holds no amplitudes (its type is %c)", found.label.c_str(), column->type));
+
+  VXMTZColumnNames names;
+  names.SetColumnName(VXMTZColumnNames::Fobs, found.label);
+  VXHost::vxifstream in(file);
+  if (!VXReadReflectionMTZ(in, found.set, names))
+    throw Failure(file, log.reason(file, "its reflections cannot be read"));
+  if (found.set.GetCount() == 0) throw Failure(file, "there are no reflections in this file");
+  if (!found.set.CalcResolution())
+    throw Failure(file, log.reason(file, "no space group or no cell in this file"));
+  log.pass_on(settings, file);
+  return found;
 }
 
 VXSymmetry map_symmetry(const VXSkewGrid& grid) {

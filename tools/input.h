@@ -7,6 +7,7 @@
 #include <vxgrid/grid/skewgrid.h>
 #include <vxgrid/host/molecule.h>
 #include <vxgrid/reflection/mtz.h>
+#include <vxgrid/reflection/reflection.h>
 #include <vxgrid/xtal/symmetry.h>
 
 #include "report.h"
@@ -26,6 +27,12 @@ VXCore::VXSkewGrid read_map(const std::string& file, const Settings& settings);
 
 /// Reads a model; Failure when there are no atoms in it.
 VXCore::VXGraphMol read_model(const std::string& file, const Settings& settings);
+
+/// The same; Failure when the file has no residue data.
+VXCore::VXGraphMol read_crystal_model(const std::string& file, const Settings& settings);
+
+/// The group and the cell of a model's CRYST1 record; empty when there is no usable one.
+VXCore::VXXtal::VXSymmetry model_symmetry(VXCore::VXGraphMol& model);
 
 /// Failure when maps are not written under the extension of a file: asked before the work, not after it.
 void require_map_extension(const std::string& file);
@@ -71,6 +78,13 @@ struct MtzMap {
   std::vector<std::string> labels;  // of the columns that it was made from
 };
 MtzMap make_map(const std::string& file, const MapOptions& options, const Settings& settings);
+
+struct MtzReflections {
+  VXCore::VXReflection set;
+  std::string label;  // of the column of observed amplitudes
+};
+/// Reads an MTZ file; `label` is empty for the usual one. Failure without that column, reflections or group.
+MtzReflections read_reflections(const std::string& file, const std::string& label, const Settings& settings);
 
 /// The space group of a map, bound to its cell: the one it was made with, or the one its number gives. Empty
 /// when there is none, or when it does not fit the cell.

@@ -100,6 +100,18 @@ int main(int argc, char** argv) {
   add_map_options(verb, of_fit.map);
   verb->callback([&] { work = [&] { fit(of_fit, settings); }; });
 
+  SfOptions of_sf;
+  verb = add_verb(app, settings, "sf", "structure factors of a model, against the observed amplitudes",
+                  "sf model.pdb data.mtz -o model.tsv");
+  verb->add_option("MODEL", of_sf.model, "coordinates: .pdb, .ent, .cif, .mmcif, also .gz")->required();
+  verb->add_option("DATA", of_sf.data, "reflections: .mtz, also .mtz.gz")->required();
+  verb->add_option("-o,--output", of_sf.output, "list of reflections to write: .tsv, also .tsv.gz");
+  verb->add_option("--fobs", of_sf.fobs, "column of observed amplitudes, for another than the usual ones")
+      ->type_name("LABEL");
+  verb->add_flag("--table", of_sf.table, "sum by tables in whole degrees: coarser, and faster");
+  verb->add_flag("--tsv", of_sf.tsv, "the list of reflections in place of the figures")->excludes("--json");
+  verb->callback([&] { work = [&] { sf(of_sf, settings); }; });
+
   ConvertOptions of_convert;
   verb = add_verb(app, settings, "convert", "turn one map format into another",
                   "convert density.ccp4 density.agd");

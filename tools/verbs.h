@@ -29,6 +29,15 @@ struct FitOptions {
 };
 void fit(const FitOptions& options, const Settings& settings);
 
+struct SfOptions {
+  std::string model, data;
+  std::string output;  // empty for none
+  std::string fobs;    // label of the observed amplitudes, or empty for the usual one
+  bool table = false;  // the table method in place of the exact sum
+  bool tsv = false;
+};
+void sf(const SfOptions& options, const Settings& settings);
+
 struct ConvertOptions {
   std::string input, output;
 };
