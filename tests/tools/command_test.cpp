@@ -133,6 +133,8 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
     for (size_t row = 0; row < 21397; ++row) set_word(bytes, 20 + 17 * row + 10, bits);
     return bytes;
   };
+  std::string blank_elements = model.substr(first_atom, 81);  // an atom of no element
+  blank_elements.replace(12, 4, " X  ").replace(76, 2, " X");
   const std::string far_apart = in_a_row("C", {0, 1e6}), hydrogen = in_a_row("H", {0});
   const std::tuple<std::string, std::string, std::string, const char*> rows[] = {
       // Arguments, with @ for a file that is made for the case; the file that is named; its bytes; the
@@ -183,6 +185,12 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"contours " + small + " --attach -o a.agd", "a.agd", "", "files in .agd keep no contours"},
       {"contours " + small + " --attach -o a.txt", "a.txt", "", "extension"},
       {"shape $MTZ", kMtz, "", "not a coordinate file"},
+      {"sf $LIGANDS $MTZ", kLigands, "", "no residue data"},
+      {"sf $MODEL $MODEL", kModel, "", "not an MTZ file"},
+      {"sf $MODEL $MTZ -o a.fob", "a.fob", "", "extension; there is .tsv"},
+      {"sf $MODEL $MTZ --fobs F1", kMtz, "", "name another with --fobs LABEL. There are (label:type): H:H"},
+      {"sf $MODEL $MTZ --fobs PHIC", kMtz, "", "PHIC holds no amplitudes"},
+      {"sf @ $MTZ", "no_x.pdb", blank_elements, "none of its atoms scatters"},
       {"shape @", "blank.sdf", "\n\n", "there are no molecules in it"},
       {"symmetry P7", "P7", "", "no space group"},
       {"symmetry ''", "", "", "no space group"},
@@ -233,7 +241,8 @@ TEST(Command, WrongUsageIsTwo) {
                           "contours a.map --limit nan",
                           "contours a.map --attach",
                           "contours a.map -o b.map",
-                          "shape $LIGANDS --tsv --json"}) {
+                          "shape $LIGANDS --tsv --json",
+                          "sf $MODEL $MTZ --tsv --json"}) {
     SCOPED_TRACE(row);
     const Result run = vxgrid(row);
     EXPECT_EQ(run.status, 2);
@@ -245,7 +254,7 @@ TEST(Command, WrongUsageIsTwo) {
 TEST(Command, HelpAndVersion) {
   EXPECT_THAT(vxgrid("--version").out, StartsWith("vxgrid 0."));
   for (const char* verb : {"info", "map", "fit", "convert", "symmetry", "gauss", "shape", "gfit", "contact",
-                           "mask", "contours"}) {
+                           "mask", "contours", "sf"}) {
     const Result run = vxgrid(std::string(verb) + " -h");
     EXPECT_EQ(run.status, 0);
     EXPECT_THAT(run.out, HasSubstr(std::string("Example: vxgrid ") + verb));
@@ -305,6 +314,41 @@ TEST(Command, FitsTheSampleCrystal) {
   EXPECT_THAT(table.err, IsEmpty());
   EXPECT_THAT(table.out, Not(HasSubstr("\033")));
   EXPECT_THAT(table.out, HasSubstr("Fwt from FWT, PHWT, 1.60 Å"));
+}
+
+// The figures follow from the list; the data give group and cell to a model without.
+TEST(Command, StructureFactorsOfTheSampleCrystal) {
+  const std::string list = scratch_file("sf.tsv"), model = read_bytes(kModel);
+  const rapidjson::Document sf = json_of("sf --json $MODEL $MTZ -o " + list);
+  double oc = 0, cc = 0, sum = 0, difference = 0;
+  std::vector<std::pair<double, double>> pairs;
+  for (const std::string& line : lines_of(read_bytes(list))) {
+    int h, k, l;
+    double d, f_obs, f_calc, phase;
+    if (std::sscanf(line.c_str(), "%d %d %d %lf %lf %lf %lf", &h, &k, &l, &d, &f_obs, &f_calc, &phase) == 7)
+      pairs.emplace_back(f_obs, f_calc);
+  }
+  for (const auto& [f_obs, f_calc] : pairs) oc += f_obs * f_calc, cc += f_calc * f_calc;
+  for (const auto& [f_obs, f_calc] : pairs) sum += f_obs, difference += std::fabs(f_obs - oc / cc * f_calc);
+  ASSERT_EQ(pairs.size(), 21135u) << "262 were not observed";
+  EXPECT_EQ(sf["reflections"].GetUint(), pairs.size());
+  EXPECT_NEAR(sf["scale"].GetDouble(), oc / cc, 1e-6);
+  EXPECT_NEAR(sf["r"].GetDouble(), difference / sum, 1e-6);
+  EXPECT_GT(sf["correlation"].GetDouble(), 0.75);
+  unsigned in_shells = 0;
+  for (const auto& shell : sf["shells"].GetArray()) {
+    in_shells += shell["reflections"].GetUint();
+    EXPECT_GE(shell["d_max"].GetDouble(), shell["d_min"].GetDouble());
+  }
+  EXPECT_EQ(in_shells, pairs.size());
+  EXPECT_EQ(vxgrid("sf --tsv $MODEL $MTZ").out, read_bytes(list));
+
+  const Result bare = vxgrid("sf " + written("bare.pdb", model.substr(atoms_of(model)[0])) + " $MTZ --json");
+  EXPECT_THAT(bare.err, HasSubstr("bare.pdb: no usable CRYST1 record; group 179 P 65 2 2"));
+  EXPECT_EQ(json_of(bare)["r"], sf["r"]);
+  const rapidjson::Document table = json_of("sf --json --table $MODEL $MTZ");
+  EXPECT_NEAR(table["correlation"].GetDouble(), sf["correlation"].GetDouble(), 0.005);
+  EXPECT_TRUE(table["skipped"].IsNull());
 }
 
 // A map file carries the same values as the reflections; symmetry comes from either file; an atom in the
