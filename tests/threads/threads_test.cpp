@@ -14,6 +14,7 @@
 #include <vxgrid/reflection/reflection.h>
 
 #include "grid/grid_support.h"
+#include "realspace/model.h"
 #include "reflection/support.h"
 #include "support/support.h"
 
@@ -105,6 +106,15 @@ TEST(Threads, SmallMaps) {
       return bytes;
     });
   }
+}
+
+/// The table of form factors is made inside, at the first call.
+TEST(Threads, StructureFactors) {
+  expect_same_beside_others([](int i) {
+    VXReflection set = make_set({{1, 2, 3}, {0, 4, 5 + i}}, 19, {10, 12, 14, 90, 90, 90});
+    EXPECT_TRUE(set.SFCalc(helix(40)));
+    return std::string(reinterpret_cast<const char*>(set.GetImpl()->fcalc), set.GetCount() * sizeof(float));
+  });
 }
 
 template <int kNumber>

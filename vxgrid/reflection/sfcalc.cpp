@@ -201,23 +201,24 @@ VXGRID_WIDE void atom_scattering(const CellContent::Atom& atom, const Block& blo
   for (int i = 0; i < kLanes; ++i) out[i] = static_cast<float>(occupancy * exp_look[bin[i]] * factors[i]);
 }
 
-/// The two numbers of an entry in one; the index is the low half of `at`.
-inline std::uint64_t entry_of(const Trig* table, std::uint64_t at) {
-  std::uint64_t pair;
+/// Both numbers of an entry as one; the index is the low half of `at`.
+inline double entry_of(const Trig* table, std::uint64_t at) {
+  double pair;
   std::memcpy(&pair, &table[static_cast<std::uint32_t>(at)], sizeof pair);
   return pair;
 }
 
 /// Vectors of four or eight lanes, and the look-up of cosines and sines of as many angles. Two indices leave
-/// a vector at a time, and the two numbers of an entry enter one at a time: faster than gathers here.
+/// a vector at a time, and both numbers of an entry enter one at a time: faster than gathers.
 struct FourLanes {
   using Floats = float __attribute__((vector_size(16)));
   using Ints = int __attribute__((vector_size(16)));
-  using Pairs = std::uint64_t __attribute__((vector_size(16)));
 
   VXGRID_PART_OF_CLONE static void LookUp(const Trig* table, const Ints& index, Floats& cosine,
                                           Floats& sine) {
-    const Pairs at = (Pairs)index;
+    using Longs = std::uint64_t __attribute__((vector_size(16)));
+    using Pairs = double __attribute__((vector_size(16)));
+    const Longs at = (Longs)index;
     const Pairs p = {entry_of(table, at[0]), entry_of(table, at[0] >> 32)};
     const Pairs q = {entry_of(table, at[1]), entry_of(table, at[1] >> 32)};
     cosine = __builtin_shufflevector((Floats)p, (Floats)q, 0, 2, 4, 6);
@@ -228,11 +229,12 @@ struct FourLanes {
 struct EightLanes {
   using Floats = float __attribute__((vector_size(32)));
   using Ints = int __attribute__((vector_size(32)));
-  using Pairs = std::uint64_t __attribute__((vector_size(32)));
 
   VXGRID_PART_OF_CLONE static void LookUp(const Trig* table, const Ints& index, Floats& cosine,
                                           Floats& sine) {
-    const Pairs at = (Pairs)index;
+    using Longs = std::uint64_t __attribute__((vector_size(32)));
+    using Pairs = double __attribute__((vector_size(32)));
+    const Longs at = (Longs)index;
     const Pairs p = {entry_of(table, at[0]), entry_of(table, at[0] >> 32), entry_of(table, at[2]),
                      entry_of(table, at[2] >> 32)};
     const Pairs q = {entry_of(table, at[1]), entry_of(table, at[1] >> 32), entry_of(table, at[3]),
