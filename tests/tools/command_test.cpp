@@ -414,18 +414,12 @@ TEST(Command, ConvertsAndKeepsTheValues) {
 // 31 + 450 / 8.
 TEST(Command, ChoosesContourLevels) {
   const std::string map = written("small.map", small_map(1));
-  const std::pair<const char*, std::vector<double>> rows[] = {{"-n 3", {-7, -6, 7}},
-                                                              {"-n 2 --descending", {7, -7}},
-                                                              {"-n 2 --limit 0", {-7, -1}},
-                                                              {"--stride 9", {-8, -8}}};
-  for (const auto& [options, levels] : rows) {
-    const rapidjson::Document found = json_of("contours --json " + map + " " + options);
-    ASSERT_EQ(found["levels"].Size(), levels.size()) << options;
-    for (size_t i = 0; i < levels.size(); ++i)
-      EXPECT_EQ(found["levels"][static_cast<unsigned>(i)].GetDouble(), levels[i]) << options;
-  }
-  EXPECT_EQ(vxgrid("contours --tsv -n 2 " + map).out, "number\tlevel\n1\t-7\n2\t7\n");
-  EXPECT_EQ(vxgrid("contours -n 2 " + map).out, "number  level\n     1     -7\n     2      7\n");
+  for (const auto& [options, levels] : {std::pair("-n 3", "1\t-7\n2\t-6\n3\t7\n"),
+                                        {"-n 2 --descending", "1\t7\n2\t-7\n"},
+                                        {"-n 2 --limit 0", "1\t-7\n2\t-1\n"},
+                                        {"--stride 9", "1\t-8\n2\t-8\n"}})
+    EXPECT_EQ(vxgrid("contours --tsv " + map + " " + options).out, std::string("number\tlevel\n") + levels);
+  EXPECT_EQ(json_of("contours --json " + map)["levels"].Size(), 10u);
 }
 
 TEST(Command, WritesTheTableOfSpaceGroups) {
