@@ -183,7 +183,7 @@ std::vector<float> pick_levels(Keys&& keys, Order order, unsigned levels, std::o
   if (limit) {
     // No value is below a limit that is not a number.
     const unsigned below = *limit == *limit ? keys.CountBelow(order.KeyOf(*limit)) : 0;
-    if (below < count) hi = below > 1 ? below - 1 : 0;
+    if (below < count) hi = below > 0 ? below - 1 : 0;
   }
   std::vector<float> list;
   for (const Key key : keys.At(level_ranks(count, lo, hi, levels))) list.push_back(order.ValueOf(key));
