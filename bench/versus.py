@@ -5,10 +5,10 @@
 
 Every program of BUILD/bench is run. Its benchmarks are named "<path>/vxgrid" and "<path>/<peer>", arguments
 and options behind that name apart; each peer of a path makes a row. Where both report items processed, times
-are per item. These peers live here: scipy for the trilinear path and for the first correlation of the fit of
-Gaussians (on as many points as ours reports items), scikit-image for thinning, mrcfile for the CCP4 paths (on as
-many bytes as ours reports), RDKit for the molecular grid and the molecular volume, and density-fitness for the
-whole `fit` command.
+are per item. These peers live here: scipy for the trilinear path, for the first correlation of the fit of
+Gaussians (on as many points as ours reports items) and for the labels of blobs, scikit-image for thinning,
+mrcfile for the CCP4 paths (on as many bytes as ours reports), RDKit for the molecular grid and the molecular
+volume, and density-fitness for the whole `fit` command.
 
 Times are processor time, medians over all repetitions of all rounds, everything pinned to one processor, so
 each side has one thread. The exit status is 1 when a ratio misses its target or a program fails.
@@ -63,6 +63,7 @@ TARGETS = [
     ("thinning/10", "scikit-image", 0.3),  # 128^3 points, that part of them filled, in percent
     ("thinning/29", "scikit-image", 0.6),
     ("contour_levels*", "sort", 0.5),
+    ("blob*", "scipy*", 1.0),
 ]
 
 OURS = "vxgrid"
@@ -203,6 +204,25 @@ class ScipyCorrelation:
         self.work = correlate
 
 
+class ScipyLabel:
+    """label of the thresholded map of the bench, made here too, by the neighbours across faces: the quicker of its
+    structures (with all 26 neighbours as ours it takes half as long again)."""
+
+    paths, side, counts = "blob", "scipy", "size"
+
+    def __init__(self, *_):
+        import numpy
+        from scipy import ndimage
+
+        self.items = 0
+        x = numpy.arange(256, dtype=numpy.float32)
+        ripple = numpy.sin(numpy.float32(0.53) * x)
+        hump = numpy.exp(-((x - 128) ** 2) / numpy.float32(2 * 48 * 48))
+        product = lambda row: row[:, None, None] * row[:, None] * row
+        above = numpy.float32(0.6) * product(ripple) + numpy.float32(1.2) * product(hump) >= numpy.float32(0.5)
+        self.work = lambda: ndimage.label(above)
+
+
 class MrcfileRead:
     """mrcfile.read of a float map as large as ours."""
 
@@ -320,8 +340,8 @@ def cube(size):
     return numpy.random.default_rng(1).random((edge, edge, edge), dtype=numpy.float32)
 
 
-PYTHON_PEERS = [ScipyTrilinear, ScipyCorrelation, ScikitImageThinning, MrcfileRead, MrcfileWrite, RdkitShape,
-                RdkitVolume, RdkitReading]
+PYTHON_PEERS = [ScipyTrilinear, ScipyCorrelation, ScipyLabel, ScikitImageThinning, MrcfileRead, MrcfileWrite,
+                RdkitShape, RdkitVolume, RdkitReading]
 
 
 def python_peers(results, scratch, missing):
