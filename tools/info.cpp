@@ -11,6 +11,7 @@
 #include <vxgrid/xtal/spacegroup.h>
 #include <vxgrid/xtal/xtal_symmetry.h>
 
+#include "map_values.h"
 #include "verbs.h"
 
 using namespace VXCore;
@@ -83,39 +84,13 @@ class Report {
   Json* json_;
 };
 
-/// Of the finite values of a map, rms about their mean.
-struct Statistics {
-  double lowest = 0, highest = 0, mean = 0, rms = 0;
-  unsigned not_finite = 0;
-
-  Statistics(const float* values, size_t count) {
-    double sum = 0, squares = 0;
-    size_t n = 0;
-    for (size_t i = 0; i < count; ++i) {
-      if (!std::isfinite(values[i])) {
-        ++not_finite;
-        continue;
-      }
-      const double value = values[i];
-      lowest = n ? std::min(lowest, value) : value;
-      highest = n ? std::max(highest, value) : value;
-      sum += value;
-      ++n;
-    }
-    if (n) mean = sum / static_cast<double>(n);
-    for (size_t i = 0; i < count; ++i)
-      if (std::isfinite(values[i])) squares += (values[i] - mean) * (values[i] - mean);
-    if (n) rms = std::sqrt(squares / static_cast<double>(n));
-  }
-
-  void put(Report& report) const {
-    report.field("min", lowest);
-    report.field("max", highest);
-    report.field("mean", mean);
-    report.field("rms", rms);
-    if (not_finite) report.field("not_finite", not_finite);
-  }
-};
+void put(Report& report, const MapStatistics& statistics) {
+  report.field("min", statistics.lowest);
+  report.field("max", statistics.highest);
+  report.field("mean", statistics.mean);
+  report.field("rms", statistics.rms);
+  if (statistics.not_finite) report.field("not_finite", statistics.not_finite);
+}
 
 /// Name of the first row of the table with this number; "?" when there is none.
 std::string group_name(unsigned number) {
@@ -157,7 +132,7 @@ void report_ccp4(const std::string& file, Json* json, const Settings& settings) 
     report.list("spacing",
                 std::vector<float>{map.a / static_cast<float>(map.NX), map.b / static_cast<float>(map.NY),
                                    map.c / static_cast<float>(map.NZ)});
-  Statistics(map.data.data(), map.data.size()).put(report);
+  put(report, MapStatistics(map.data.data(), map.data.size()));
 }
 
 void report_other_map(const std::string& file, Json* json, const Settings& settings) {
@@ -167,7 +142,7 @@ void report_other_map(const std::string& file, Json* json, const Settings& setti
   report.list("dimensions", std::vector<unsigned>{grid.GetXDim(), grid.GetYDim(), grid.GetZDim()});
   report.list("middle", std::vector<float>{grid.GetXMid(), grid.GetYMid(), grid.GetZMid()});
   report.list("spacing", std::vector<float>(3, grid.GetSpacing()));
-  Statistics(grid.GetValues(), grid.GetSize()).put(report);
+  put(report, MapStatistics(grid.GetValues(), grid.GetSize()));
 }
 
 void report_mtz(const std::string& file, Json* json) {

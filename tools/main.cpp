@@ -1,3 +1,4 @@
+#include <cmath>
 #include <cstdio>
 #include <functional>
 #include <new>
@@ -41,6 +42,21 @@ std::string check_columns(const std::string& given) {
   return two ? "" : "takes two labels, AMPLITUDE,PHASE";
 }
 
+/// "X,Y,Z" as three numbers; none when it is something else.
+std::vector<double> place_of(const std::string& given) {
+  std::vector<double> place;
+  for (const std::string& part : CLI::detail::split(given, ',')) {
+    double number = 0;
+    if (!CLI::detail::lexical_cast(part, number) || !(std::fabs(number) <= 1e6)) return {};
+    place.push_back(number);
+  }
+  return place.size() == 3 ? place : std::vector<double>();
+}
+
+std::string check_place(const std::string& given) {
+  return place_of(given).empty() ? "takes three numbers, X,Y,Z, in Å" : "";
+}
+
 void add_map_options(CLI::App* verb, MapOptions& options) {
   verb->add_option("--type", options.type, "map type")
       ->check(CLI::IsMember(map_types()))
@@ -53,6 +69,11 @@ void add_map_options(CLI::App* verb, MapOptions& options) {
                    "library of the Fourier transform: fftw2, pocketfft (faster, and the default)")
       ->check(CLI::IsMember({"fftw2", "pocketfft"}))
       ->type_name("NAME");
+}
+
+void add_level_option(CLI::App* verb, LevelOption& level, const std::string& what) {
+  verb->add_option("--level", level.number, what)->check(in_range(-1e30, 1e30))->type_name("L");
+  verb->add_flag("--sigma", level.in_sigma, "the level is in r.m.s. of the map, above its mean");
 }
 
 void add_grid_options(CLI::App* verb, std::string& output, float& spacing, bool& no_hydrogens) {
@@ -212,6 +233,39 @@ int main(int argc, char** argv) {
   attach->needs(
       verb->add_option("-o,--output", of_contours.output, "where to write that copy")->needs(attach));
   verb->callback([&] { work = [&] { contours(of_contours, settings); }; });
+
+  SkeletonOptions of_skeleton;
+  verb = add_verb(app, settings, "skeleton", "thin the high parts of a map to lines",
+                  "skeleton density.map -o lines.map --level 1.5 --sigma");
+  verb->add_option("MAP", of_skeleton.map, "map: .map, .ccp4, .ccp, .agd, also .gz")->required();
+  verb->add_option("-o,--output", of_skeleton.output, "map to write; its extension gives the format")
+      ->required();
+  add_level_option(verb, of_skeleton.level, "what is below counts as empty, in the units of the map");
+  verb->get_option("--level")->required();
+  verb->add_option("--spacing", of_skeleton.spacing,
+                   "bring the map onto a regular grid of this spacing first, in Å")
+      ->check(in_range(0.001, 1e9))
+      ->type_name("S");
+  verb->callback([&] { work = [&] { skeleton(of_skeleton, settings); }; });
+
+  BlobOptions of_blob;
+  verb = add_verb(app, settings, "blob", "list the largest blobs of a map, or cut one out",
+                  "blob difference.map --level 3 --sigma");
+  verb->add_option("MAP", of_blob.map, "map: .map, .ccp4, .ccp, .agd, also .gz")->required();
+  verb->add_option("-o,--output", of_blob.output,
+                   "map of the blob at a place; its extension gives the format");
+  std::string place;
+  verb->add_option("--at", place, "a place in the blob, in Å; without, the ten largest are listed")
+      ->check(check_place)
+      ->type_name("X,Y,Z");
+  add_level_option(verb, of_blob.level,
+                   "a blob holds what is not below, in the units of the map; 3 sigma by default");
+  verb->add_flag("--tsv", of_blob.tsv, "tab-separated columns, all digits")->excludes("--json");
+  verb->callback([&, verb] {
+    if (verb->get_option("--level")->empty()) of_blob.level = {3, true};
+    if (!place.empty()) of_blob.at = place_of(place);
+    work = [&] { blob(of_blob, settings); };
+  });
 
   try {
     app.parse(argc, argv);

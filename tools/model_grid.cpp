@@ -70,6 +70,15 @@ VXScalarGrid regular_map(const std::string& file, const VXSkewGrid& grid) {
   return regular;
 }
 
+void fit_to_format(const std::string& file, const std::string& source, VXSkewGrid& grid,
+                   const Settings& settings) {
+  const unsigned format = VXGetGridFileType(VXGetFileExtension(file.c_str()).c_str());
+  if (format == VXGridFormatCCP4 || grid.IsRegular()) return;
+  grid = regular_map(source, grid);
+  note(settings,
+       source + ": brought onto a regular grid, which is all that the format of " + file + " holds");
+}
+
 void report_map(const std::string& file, const VXGridAbstractBase& grid, const Settings& settings) {
   const unsigned dims[] = {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()};
   const char* format = VXGetGridFormatString(VXGetGridFileType(VXGetFileExtension(file.c_str()).c_str()));

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "input.h"
+#include "map_values.h"
 #include "report.h"
 
 // The verbs of the command, one source file each, and what main.cpp fills in for them. A verb reads, calls
@@ -91,6 +92,21 @@ struct ContoursOptions {
   bool tsv = false;
 };
 void contours(const ContoursOptions& options, const Settings& settings);
+
+struct SkeletonOptions {
+  std::string map, output;
+  LevelOption level;
+  float spacing = 0;  // Å; 0 for the lattice of the map
+};
+void skeleton(const SkeletonOptions& options, const Settings& settings);
+
+struct BlobOptions {
+  std::string map, output;
+  LevelOption level;
+  std::vector<double> at;  // x, y, z in Å; without, the largest blobs are listed
+  bool tsv = false;
+};
+void blob(const BlobOptions& options, const Settings& settings);
 
 struct SymmetryOptions {
   std::string group;  // number or name

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -16,6 +17,11 @@
 #include <sstream>
 #include <string>
 #include <tuple>
+
+#include <vxgrid/formats/gridio.h>
+#include <vxgrid/grid/skewgrid.h>
+#include <vxgrid/processing/thinning.h>
+#include <vxgrid/realspace/density.h>
 
 #include "support/support.h"
 
@@ -99,6 +105,23 @@ std::string small_map(int space_group) {
   set_word(bytes, 3, 2);
   set_word(bytes, 22, space_group);
   for (size_t i = 0; i < 512; ++i) set_word(bytes, 256 + i, static_cast<float>(i % 17) - 8);
+  return bytes;
+}
+
+/// A CCP4 map of 10 x 12 x 14 points, one cell of P 21 with edges of as many Å; the bytes of its values, 0,
+/// follow.
+std::string whole_cell() {
+  const int dims[] = {10, 12, 14};
+  std::string bytes(1024 + 4 * 1680, '\0');
+  for (size_t axis = 0; axis < 3; ++axis) {
+    set_word(bytes, axis, dims[axis]);
+    set_word(bytes, 7 + axis, dims[axis]);
+    set_word(bytes, 10 + axis, static_cast<float>(dims[axis]));
+    set_word(bytes, 13 + axis, axis == 1 ? 110.0f : 90.0f);
+    set_word(bytes, 16 + axis, static_cast<int>(axis) + 1);
+  }
+  set_word(bytes, 3, 2);
+  set_word(bytes, 22, 4);
   return bytes;
 }
 
@@ -192,6 +215,18 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"sf $MODEL $MTZ --fobs PHIC", kMtz, "", "PHIC holds no amplitudes"},
       {"sf @ $MTZ", "no_x.pdb", blank_elements, "none of its atoms scatters"},
       {"shape @", "blank.sdf", "\n\n", "there are no molecules in it"},
+      {"skeleton " + small + " -o a.map --level 9", small, "",
+       "no value reaches the level 9; the highest is 8"},
+      {"skeleton " + small + " -o a.map --level 3 --sigma", small, "",
+       "(3 sigma); the highest is 8, 1.63 sigma"},
+      {"skeleton @ -o a.map --level 1", "nan.map", map.substr(0, 1024) + std::string(2048, '\xff'),
+       "no value that"},
+      {"skeleton " + small + " -o a.map --level 1 --spacing 0.001", small, "", "268435456 are the most"},
+      {"blob " + small, small, "", "no value reaches the level"},
+      {"blob " + small + " --level 7 --at 1,2,30", small, "",
+       "1.00,2.00,30.00 lies outside the map, which spans 0.00,0.00,0.00 to 7.00,7.00,7.00"},
+      {"blob " + small + " --level 7 --at -0.4,0,0.2", small, "",
+       "the value at the place, -8, is below the level, 7; the nearest blob reaches to 0.00,2.00,0.00"},
       {"symmetry P7", "P7", "", "no space group"},
       {"symmetry ''", "", "", "no space group"},
   };
@@ -242,7 +277,13 @@ TEST(Command, WrongUsageIsTwo) {
                           "contours a.map --attach",
                           "contours a.map -o b.map",
                           "shape $LIGANDS --tsv --json",
-                          "sf $MODEL $MTZ --tsv --json"}) {
+                          "sf $MODEL $MTZ --tsv --json",
+                          "skeleton a.map -o b.map",
+                          "skeleton a.map -o b.map --level nan",
+                          "blob a.map -o b.map",
+                          "blob a.map --at 1,2",
+                          "blob a.map --at 1,2,nan",
+                          "blob a.map --tsv --json"}) {
     SCOPED_TRACE(row);
     const Result run = vxgrid(row);
     EXPECT_EQ(run.status, 2);
@@ -254,7 +295,7 @@ TEST(Command, WrongUsageIsTwo) {
 TEST(Command, HelpAndVersion) {
   EXPECT_THAT(vxgrid("--version").out, StartsWith("vxgrid 0."));
   for (const char* verb : {"info", "map", "fit", "convert", "symmetry", "gauss", "shape", "gfit", "contact",
-                           "mask", "contours", "sf"}) {
+                           "mask", "contours", "skeleton", "blob", "sf"}) {
     const Result run = vxgrid(std::string(verb) + " -h");
     EXPECT_EQ(run.status, 0);
     EXPECT_THAT(run.out, HasSubstr(std::string("Example: vxgrid ") + verb));
@@ -574,4 +615,96 @@ TEST(Command, ShapeGoesOnBehindABadMolecule) {
     EXPECT_THAT(rows[3],
                 HasSubstr("4      1      0.00      0.00      0.00      7.24      7.24      7.24        -"));
   }
+}
+
+// A cube around the corner of an oblique cell counts once, and so does each pair that symmetry makes; a blob
+// is found from any cell and cut out whole. The first rows of TSV and JSON say the same.
+TEST(Command, BlobsAcrossTheBorderOfTheCell) {
+  std::string map = whole_cell();
+  const auto set = [&map](int x, int y, int z, float value) {
+    for (const auto& [i, j, k] : {std::array{x, y, z}, std::array{-x, y + 6, -z}}) {
+      const int at = ((k + 14) % 14 * 12 + (j + 12) % 12) * 10 + (i + 10) % 10;
+      set_word(map, 256 + static_cast<size_t>(at), value);
+    }
+  };
+  for (int i = 0; i < 27; ++i) set(i % 3 - 1, i / 3 % 3 - 1, i / 9 - 1, 4);
+  set(0, 0, 0, 5);
+  set(4, 3, 7, 9);
+  const std::string file = written("p21.map", map), out = scratch_file("corner.map");
+  const double voxel = std::sin(110 * std::acos(-1.0) / 180);
+
+  const rapidjson::Document list = json_of("blob --json --level 4 " + file);
+  EXPECT_EQ(list["count"].GetUint(), 2u);
+  const std::tuple<unsigned, double, double> rows[] = {{27, 5, 0}, {1, 9, 3}};
+  for (rapidjson::SizeType i = 0; i < 2; ++i) {
+    const rapidjson::Value& blob = list["blobs"][i];
+    const auto& [points, peak, y] = rows[i];
+    EXPECT_EQ(blob["points"].GetUint(), points);
+    EXPECT_NEAR(blob["volume"].GetDouble(), points * voxel, 1e-4 * points);
+    EXPECT_EQ(blob["peak"].GetDouble(), peak);
+    EXPECT_EQ(blob["copies"].GetUint(), 2u);
+    for (const char* place : {"peak_at", "centre"})
+      EXPECT_NEAR(std::fmod(blob[place][1].GetDouble(), 6), y, 1e-4);
+  }
+  EXPECT_THAT(vxgrid("blob --tsv --level 4 " + file).out, HasSubstr("\n27\t"));
+
+  // 40 Å along -a and 12 Å along b; the map that is read again repeats the planes at 0 at its ends.
+  const rapidjson::Document one = json_of("blob --json --level 4 --at -40.3,11.8,0.2 " + file + " -o " + out);
+  EXPECT_EQ(one["blobs"][0]["points"].GetUint(), 27u);
+  VXCore::VXSkewGrid kept;
+  ASSERT_TRUE(VXCore::VXReadGrid(out, kept));
+  EXPECT_EQ(kept.GetSize() - std::count(kept.GetValues(), kept.GetValues() + kept.GetSize(), 0.0f), 64);
+  EXPECT_EQ(info_of(out, "max"), 5);
+}
+
+// The ligand that was left out of the sample model: as large as gemmi finds it on a grid of 112 x 112 x 168.
+TEST(Command, FindsTheLigand) {
+  const std::string map = scratch_file("difference.map");
+  ASSERT_EQ(vxgrid("map $MTZ --type Fdelwt -o " + map).status, 0);
+  const rapidjson::Document list = json_of("blob --json " + map);
+  EXPECT_EQ(list["blobs"].Size(), 10u);
+  EXPECT_NEAR(list["blobs"][0]["volume"].GetDouble(), 93.57, 0.03 * 93.57);
+  EXPECT_EQ(list["blobs"][0]["copies"].GetUint(), 12u);
+  EXPECT_NEAR(list["blobs"][1]["volume"].GetDouble(), 14.6, 1);
+}
+
+// On the oblique lattice of the map the points are those of the library; on a lattice of its own they follow
+// the density, and the file holds nothing but 0 and 1.
+TEST(Command, SkeletonsOfTheSampleMap) {
+  const std::string out = scratch_file("lines.map");
+  VXCore::VXSkewGrid map, thinned, lines;
+  ASSERT_TRUE(VXCore::VXReadGrid(map_file(), map));
+  thinned = map;
+  float* const values = thinned.GetValues();
+  std::replace_if(
+      values, values + thinned.GetSize(), [](float value) { return value < 1; }, 0.0f);
+  rapidjson::Document done = json_of("skeleton --json " + map_file() + " -o " + out + " --level 1");
+  EXPECT_EQ(done["rounds"].GetInt(), VXCore::VXThinGrid(thinned));
+  ASSERT_TRUE(VXCore::VXReadGrid(out, lines));
+  ASSERT_EQ(lines.GetSize(), thinned.GetSize());
+  EXPECT_TRUE(std::equal(values, values + thinned.GetSize(), lines.GetValues()));
+  EXPECT_EQ(std::count(values, values + thinned.GetSize(), 1.0f), done["points"].GetInt());
+  EXPECT_EQ(info_of(out, "max"), 1);
+
+  done = json_of("skeleton --json " + map_file() + " -o " + out + " --level 3 --sigma --spacing 0.5");
+  ASSERT_TRUE(VXCore::VXReadGrid(out, lines));
+  EXPECT_EQ(lines.GetSpacing(), 0.5f);
+  const VXCore::XYZToIJK mapping(map);
+  double sum = 0;
+  int points = 0;
+  for (unsigned i = 0; i < lines.GetSize(); ++i) {
+    if (lines.GetValues()[i] == 0) continue;
+    EXPECT_EQ(lines.GetValues()[i], 1);
+    float xyz[3], ijk[3];
+    lines.ElementToSpatialCoord(i, xyz[0], xyz[1], xyz[2]);
+    mapping.ToIndex(xyz, ijk);
+    const auto at = [&ijk](int axis, long period) {
+      return static_cast<unsigned>((std::lround(ijk[axis]) % period + period) % period);
+    };
+    sum += map.GetValues()[(at(2, 166) * 113 + at(1, 112)) * 113 + at(0, 112)];
+    ++points;
+  }
+  EXPECT_EQ(points, done["points"].GetInt());
+  EXPECT_GT(points, 1000);
+  EXPECT_GT(sum / points, done["level"].GetDouble());
 }
