@@ -42,6 +42,8 @@ TARGETS = [
     ("ccp4_read*", "gemmi", 0.25),
     ("ccp4_write*/cached*", "fwrite", 1.1),
     ("ccp4_write*", "fwrite", 1.5),
+    ("records_write*", "fwrite", 1.6),
+    ("records_read*", "fread", 1.5),
     ("trilinear*", "gemmi", 0.8),
     ("trilinear*", "scipy", 0.3),
     ("skew_to_regular*", "gemmi", 0.55),
