@@ -34,10 +34,11 @@ float level_in_map(const std::string& file, const VXSkewGrid& grid, const LevelO
   if (map.not_finite == grid.GetSize()) throw Failure(file, "holds no value that is a finite number");
   const auto in_map = static_cast<float>(level.in_sigma ? map.mean + level.number * map.rms : level.number);
   if (!(in_map <= map.highest))
-    throw Failure(file,
-                  text("no value reaches the level %.5g%s; the highest is %.5g, %.3g sigma above the mean",
-                       in_map, level.in_sigma ? text(" (%g sigma)", level.number).c_str() : "", map.highest,
-                       (map.highest - map.mean) / map.rms));
+    throw Failure(
+        file,
+        text("no value reaches the level %.5g%s; the highest is %.5g", in_map,
+             level.in_sigma ? text(" (%g sigma)", level.number).c_str() : "", map.highest) +
+            (map.rms > 0 ? text(", %.3g sigma above the mean", (map.highest - map.mean) / map.rms) : ""));
   return in_map;
 }
 

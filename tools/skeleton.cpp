@@ -49,6 +49,11 @@ void give_cell(VXSkewGrid& grid) {
   grid.SetMid(mid[0], mid[1], mid[2]);
 }
 
+unsigned count_from(const float* values, unsigned count, float level) {
+  return static_cast<unsigned>(
+      std::count_if(values, values + count, [level](float v) { return v >= level; }));
+}
+
 /// A map keeps its lattice, whatever its axes.
 int skeletonize(VXSkewGrid& grid, float level) {
   float* const values = grid.GetValues();
@@ -64,17 +69,23 @@ void skeleton(const SkeletonOptions& options, const Settings& settings) {
   VXSkewGrid grid = read_map(options.map, settings);
   const float level = level_in_map(options.map, grid, options.level);
   int rounds = 0;
+  unsigned before = 0;
   if (options.spacing > 0) {
     VXScalarGrid regular = resampled(options.map, grid, options.spacing);
+    before = count_from(regular.GetValues(), regular.GetSize(), level);
     rounds = VXSkeletonizeGrid(regular, level);
     grid = regular;
     give_cell(grid);
   } else {
     fit_to_format(options.output, options.map, grid, settings);
+    before = count_from(grid.GetValues(), grid.GetSize(), level);
     rounds = skeletonize(grid, level);
   }
-  const float* const values = grid.GetValues();
-  const auto points = static_cast<unsigned>(std::count(values, values + grid.GetSize(), 1.0f));
+  const unsigned points = count_from(grid.GetValues(), grid.GetSize(), 1);
+  // One point in ten is usual. The last direction of the thinning may take whole lines.
+  if (points < before / 200)
+    note(settings, text("%s: %u of %u points are left; another level or spacing may keep more of the lines",
+                        options.map.c_str(), points, before));
   renew_statistics(grid);
   write_map(options.output, grid);
 
