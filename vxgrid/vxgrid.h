@@ -84,6 +84,7 @@
 #include <vxgrid/reflection/mtz.h>
 #include <vxgrid/reflection/reflection.h>
 #include <vxgrid/reflection/reflection_impl.h>
+#include <vxgrid/reflection/reflection_io.h>
 #include <vxgrid/reflection/structure_factors.h>
 
 #include <vxgrid/realspace/density.h>
@@ -92,3 +93,4 @@
 #include <vxgrid/exchange/gaussian_records.h>
 #include <vxgrid/exchange/grid_json.h>
 #include <vxgrid/exchange/grid_records.h>
+#include <vxgrid/exchange/reflection_records.h>
