@@ -11,6 +11,7 @@
 #include <vxgrid/host/error_handler.h>
 #include <vxgrid/host/large_array.h>
 #include <vxgrid/host/text.h>
+#include <vxgrid/exchange/decimal_text.inl>
 
 namespace VXCore {
 namespace {
@@ -57,6 +58,22 @@ void write_numbers(VXJSONWriter& writer, const char* key, const float* numbers, 
   writer.EndArray();
 }
 
+// The same text as write_numbers with kValueScale, straight into the buffer of the writer where that is
+// known. The writer sets the commas before the values that it writes itself, since the first is one of them.
+void write_values(VXJSONWriter& writer, const float* values, std::size_t n, rapidjson::StringBuffer* buffer) {
+  if (!buffer) return write_numbers(writer, "values", values, n, kValueScale);
+  writer.Key("values");
+  writer.StartArray();
+  for (std::size_t i = 0; i < n; ++i) {
+    char* const text = buffer->Push(1 + kDecimalTextSize);
+    *text = ',';
+    char* const end = i ? print_eight_decimals(values[i], text + 1) : nullptr;
+    buffer->Pop(1 + kDecimalTextSize - (end ? end - text : 0));
+    if (!end) writer.Double(VXTruncate(static_cast<double>(values[i]), kValueScale));
+  }
+  writer.EndArray();
+}
+
 void write_unit_cell(VXJSONWriter&, const VXScalarGrid&) {}
 void write_unit_cell(VXJSONWriter& writer, const VXSkewGrid& grid) {
   float cell[6];
@@ -65,7 +82,8 @@ void write_unit_cell(VXJSONWriter& writer, const VXSkewGrid& grid) {
 }
 
 template <class Grid>
-void genGridParts(VXJSONWriter& writer, const Grid& grid, unsigned int flags) {
+void genGridParts(VXJSONWriter& writer, const Grid& grid, unsigned int flags,
+                  rapidjson::StringBuffer* buffer = nullptr) {
   writer.Key("version");
   writer.String(kVersion);
   write_unit_cell(writer, grid);
@@ -85,16 +103,17 @@ void genGridParts(VXJSONWriter& writer, const Grid& grid, unsigned int flags) {
   writer.EndArray();
   writer.Key("resolution");
   writer.Double(VXTruncate(static_cast<double>(grid.GetSpacing()), kGeometryScale));
-  write_numbers(writer, "values", values_of(grid), grid.GetSize(), kValueScale);
+  write_values(writer, values_of(grid), grid.GetSize(), buffer);
   if (flags & VXJSONFlagBaseData) VXGenBaseDataJSON(writer, grid, vxgrid_xlist, kReserved, flags);
 }
 
 template <class Grid>
-void write_document(VXJSONWriter& writer, const Grid& grid, unsigned int flags) {
+void write_document(VXJSONWriter& writer, const Grid& grid, unsigned int flags,
+                    rapidjson::StringBuffer* buffer = nullptr) {
   writer.StartObject();
   writer.Key("type");
   writer.String(kType);
-  genGridParts(writer, grid, flags);
+  genGridParts(writer, grid, flags, buffer);
   writer.EndObject();
 }
 
@@ -102,7 +121,7 @@ template <class Grid>
 std::string document_text(const Grid& grid, unsigned int flags) {
   rapidjson::StringBuffer buffer;
   VXJSONWriter writer(buffer);
-  write_document(writer, grid, flags);
+  write_document(writer, grid, flags, &buffer);
   return {buffer.GetString(), buffer.GetSize()};
 }
 
