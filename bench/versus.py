@@ -8,7 +8,7 @@ and options behind that name apart; each peer of a path makes a row. Where both 
 are per item. These peers live here: scipy for the trilinear path, for the first correlation of the fit of
 Gaussians (on as many points as ours reports items) and for the labels of blobs, scikit-image for thinning,
 mrcfile for the CCP4 paths (on as many bytes as ours reports), RDKit for the molecular grid and the molecular
-volume, and density-fitness for the whole `fit` command.
+volume, Python's json, and density-fitness for the whole `fit` command.
 
 Times are processor time, medians over all repetitions of all rounds, everything pinned to one processor, so
 each side has one thread. The exit status is 1 when a ratio misses its target or a program fails.
@@ -22,6 +22,7 @@ import fnmatch
 import json
 import os
 import pathlib
+import random
 import re
 import statistics
 import subprocess
@@ -66,6 +67,10 @@ TARGETS = [
     ("thinning/29", "scikit-image", 0.6),
     ("contour_levels*", "sort", 0.5),
     ("blob*", "scipy*", 1.0),
+    ("json_write", "rapidjson", 1.15),
+    ("json_write", "python", 0.3),
+    ("json_read", "rapidjson", 1.1),
+    ("json_read", "python", 0.35),
 ]
 
 OURS = "vxgrid"
@@ -335,6 +340,29 @@ class ScikitImageThinning:
         self.work = lambda: skeletonize_3d(volume)
 
 
+class PythonJSON:
+    """json.dumps of a list of floats with eight decimals, as many as ours reports items."""
+
+    paths, side, counts = "json_write", "python", "items"
+
+    def __init__(self, ours, _):
+        self.items = round(ours.items)
+        source = random.Random(1)
+        self.values = [int(source.gauss(0, 1) * 1e8) / 1e8 for _ in range(self.items)]
+        self.work = lambda: json.dumps(self.values)
+
+
+class PythonJSONRead(PythonJSON):
+    """json.loads of the text."""
+
+    paths = "json_read"
+
+    def __init__(self, ours, scratch):
+        super().__init__(ours, scratch)
+        text = json.dumps(self.values)
+        self.work = lambda: json.loads(text)
+
+
 def cube(size):
     import numpy
 
@@ -343,7 +371,7 @@ def cube(size):
 
 
 PYTHON_PEERS = [ScipyTrilinear, ScipyCorrelation, ScipyLabel, ScikitImageThinning, MrcfileRead, MrcfileWrite,
-                RdkitShape, RdkitVolume, RdkitReading]
+                RdkitShape, RdkitVolume, RdkitReading, PythonJSON, PythonJSONRead]
 
 
 def python_peers(results, scratch, missing):

@@ -4,7 +4,6 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
-#include <charconv>
 #include <cmath>
 #include <random>
 
@@ -62,9 +61,12 @@ TEST(JSON, ParsesNumbersToTheNearestDouble) {
 }
 
 TEST(JSON, RefusesWhatIsNoDocument) {
+  std::string objects;
+  for (int i = 0; i < 1000000; ++i) objects += "{\"\":";
   const struct {
     std::string text, says;
   } rows[] = {
+      {objects, "nested too deep"},
       {"", "line 1, column 1: The document is empty."},
       {"{\n \"a\": 1,\n}", "line 3, column 1: "},
       {"\n[1 2]", "line 2, column 4: "},
@@ -74,12 +76,6 @@ TEST(JSON, RefusesWhatIsNoDocument) {
       {"1.7976931348623159e308", "number too large"},
       {"{\"a\":\"b", "Missing a closing quotation mark"},
       {std::string(1000000, '['), "line 1, column 258: nested too deep"},
-      {[] {
-         std::string s;
-         for (int i = 0; i < 1000000; ++i) s += "{\"\":";
-         return s;
-       }(),
-       "nested too deep"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.text.substr(0, 20));

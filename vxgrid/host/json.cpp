@@ -78,7 +78,8 @@ class DocumentBuilder {
     return false;
   }
 
-  bool LongNumber(const char* at, double approximate) {
+  // Apart, so that the frequent case keeps few registers.
+  [[gnu::noinline]] bool LongNumber(const char* at, double approximate) {
     double value;
     const std::errc fault = std::from_chars(at, end_, value).ec;
     if (fault == std::errc{}) return document_.Double(value);
