@@ -1,5 +1,5 @@
-// Native records of every kind from untrusted bytes. What was read is written, and that is read again: to the
-// same bytes, as far as it fits into a record.
+// Native records of every kind from untrusted bytes. What was read is written and read again; from the second
+// time on that gives the same bytes. (The first reading drops attributes named as the placeholder is.)
 
 #include <vxgrid/exchange/gaussian_records.h>
 #include <vxgrid/exchange/grid_records.h>
@@ -17,17 +17,26 @@ static std::string written(const T& object, const VXBinaryIOHandlerBase& handler
   return VXBinaryWrite<T>(out, object, handler) ? out.str() : std::string();
 }
 
+// False for what does not go out or does not come back, as records too deep for another level.
+template <class T>
+static bool through(std::string& bytes, const VXBinaryIOHandlerBase& handler) {
+  VXHost::vxisstream in(bytes);
+  T copy;
+  if (VXBinaryRead<T>(in, copy, handler) != VXBDone) return false;
+  bytes = written(copy, handler);
+  return !bytes.empty();
+}
+
 template <class T>
 static void round_trip(FuzzInput& in, const VXBinaryIOHandlerBase& handler) {
   T object;
   in.seek(0);
   while (in && VXBinaryRead<T>(in, object, handler) == VXBDone) {
   }
-  const std::string first = written(object, handler);
-  VXHost::vxisstream again(first);
-  T copy;
-  if (!first.empty() && VXBinaryRead<T>(again, copy, handler) == VXBDone && written(copy, handler) != first)
-    std::abort();
+  std::string second = written(object, handler);
+  if (second.empty() || !through<T>(second, handler)) return;
+  std::string third = second;
+  if (through<T>(third, handler) && third != second) std::abort();
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {

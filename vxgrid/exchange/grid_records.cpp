@@ -23,10 +23,35 @@ constexpr unsigned long kValuesPerZero = 16;
 // Fields are objects beyond their values, so a record must be long enough for the number that it claims.
 bool can_pay_for_fields(unsigned int fields, unsigned long long bytes) { return fields <= 16 + bytes / 64; }
 
-// The view of each field has a copy of the title and the attributes.
-bool can_pay_for_copies(unsigned int fields, unsigned long long copied, unsigned long long bytes) {
-  return fields == 1 || copied <= ((1 << 20) + 64 * bytes) / fields;
-}
+// The view of each field has a copy of the title and the attributes. New views are made for every data block,
+// of which a record may hold any number, so they are counted in all that is read as one.
+class ViewBudget {
+ public:
+  /// Takes note of what the views of a part will carry; false for more than the record's bytes can pay for.
+  static bool Carry(unsigned int fields, unsigned long long carried, unsigned long long bytes) {
+    Used& used = Now();
+    used.carried = std::max(used.carried, carried);
+    return fields == 1 || carried <= (65536 + 4 * bytes) / fields;
+  }
+  /// Counts the making of so many views; false when it has taken too long.
+  static bool Make(unsigned long long views) {
+    constexpr unsigned long long kMost = 1ull << 30;  // bytes copied, or what takes as long
+    Used& used = Now();
+    used.made += views * (128 + used.carried);
+    return used.made < kMost;
+  }
+
+ private:
+  struct Used {
+    unsigned long record = 0;
+    unsigned long long carried = 0, made = 0;
+  };
+  static Used& Now() {
+    static thread_local Used used;
+    if (used.record != VXBNesting::Outermost()) used = {VXBNesting::Outermost()};
+    return used;
+  }
+};
 
 template <class Grid>
 struct Lattice;  // what a record of this class of grid is called, and how its fields are reached
@@ -175,7 +200,8 @@ class LatticeReadFxn : public VXReadFxn<Grid> {
       const unsigned long bytes = head.count * sizeof(T);
       if (data.read(reinterpret_cast<char*>(values.data()), bytes) != bytes) return VXBFieldShort;
     }
-    if (!can_pay_for_copies(head.fields, data.max_bytes_left(), length)) return VXBNoMemory;
+    if (!ViewBudget::Carry(head.fields, head.title.size() + data.max_bytes_left(), length))
+      return VXBNoMemory;
     Assign(head, std::move(values), grid);
     while (status == VXBDone && data) status = VXBinaryRead<VXBase>(data, grid, handler);
     return status;
@@ -193,7 +219,7 @@ class LatticeReadFxn : public VXReadFxn<Grid> {
       return VXBFieldShort;
     if (head.fields == 0 || (std::is_same_v<Grid, VXGrid<float>> && head.fields != 1)) return VXBFieldShort;
     if (!can_pay_for_fields(head.fields, length) ||
-        !can_pay_for_copies(head.fields, head.title.size(), length))
+        !ViewBudget::Carry(head.fields, head.title.size(), length))
       return VXBNoMemory;
     if (!CountValues(head)) return VXBFieldShort;
     head.field_titles.resize(head.fields);
@@ -330,9 +356,11 @@ unsigned int VXZemoGridDataReadFxn::operator()(vxistream& in, VXZemoGrid& grid, 
   unsigned int multiples[2];
   if (!read_numbers(data, multiples, 2, swap_ints)) return VXBFieldShort;
   // Fields that are not there yet are made, so they must be to come.
-  if (!can_pay_for_fields(std::max(multiples[0], 1u) - 1, behind + 64ull * grid.GetFloats().GetNumGrids()) ||
-      !can_pay_for_fields(std::max(multiples[1], 1u) - 1, behind + 64ull * grid.GetIntegers().GetNumGrids()))
-    return VXBNoMemory;
+  const unsigned int have[2] = {grid.GetFloats().GetNumGrids(), grid.GetIntegers().GetNumGrids()};
+  for (int part = 0; part < 2; ++part)
+    if ((multiples[part] > have[part] && !can_pay_for_fields(multiples[part], behind)) ||
+        !ViewBudget::Make(std::max(multiples[part], have[part])))
+      return VXBNoMemory;
   grid.SetFloatsMultiple(multiples[0]);
   grid.SetIntegersMultiple(multiples[1]);
   const int wraps = data.getbyte();

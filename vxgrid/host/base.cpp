@@ -90,11 +90,15 @@ void VXBaseImpl::DeleteData(unsigned int tag) {
       data_.end());
 }
 
+// Looking through many attributes for a few new ones, again and again, could take any time: they are
+// appended.
 void VXBaseImpl::Take(VXBaseImpl&& from) {
+  const bool worth_looking = data_.size() <= 256 + 64 * from.data_.size();
   std::unordered_set<unsigned int> tags;
-  for (const auto& data : from.data_) tags.insert(data->GetTag());
+  for (const auto& data : from.data_)
+    if (worth_looking && !data_.empty()) tags.insert(data->GetTag());
   const auto is_replaced = [&tags](const auto& data) { return tags.count(data->GetTag()) != 0; };
-  data_.erase(std::remove_if(data_.begin(), data_.end(), is_replaced), data_.end());
+  if (!tags.empty()) data_.erase(std::remove_if(data_.begin(), data_.end(), is_replaced), data_.end());
   std::move(from.data_.begin(), from.data_.end(), std::back_inserter(data_));
   from.data_.clear();
 }

@@ -76,7 +76,8 @@ class VXGRID_API VXBaseImpl {
   /// Puts `data` in the place of the first attribute of its tag, at the end when there is none.
   void ReplaceData(std::unique_ptr<VXBaseData> data);
   void DeleteData(unsigned int tag);
-  /// Moves all attributes of `from` here; those of the same tags go.
+  /// Moves all attributes of `from` here; those of the same tags go, unless there are hundreds here and only
+  /// a few that come.
   void Take(VXBaseImpl&& from);
   const std::vector<std::unique_ptr<VXBaseData>>& GetAll() const { return data_; }
 
@@ -189,7 +190,7 @@ class VXGRID_API VXBase {
 
 /// Copies the attributes of `src` to `dst`: a tag that `dst` has is replaced, its other attributes stay.
 VXGRID_API void VXCopyBaseData(VXBase& dst, const VXBase& src);
-/// The same with the attributes moved, which leaves `src` without any.
+/// The same with the attributes moved, which leaves `src` without any (and VXBaseImpl::Take's exception).
 VXGRID_API void VXMoveBaseData(VXBase& dst, VXBase&& src);
 
 }  // namespace VXCore

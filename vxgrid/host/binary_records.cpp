@@ -13,6 +13,7 @@ constexpr unsigned long kMaxLength = 0xffffffffu;
 constexpr int kMaxNesting = 100;
 
 thread_local int nesting = 0;
+thread_local unsigned long outermost = 0;
 
 constexpr unsigned char kOwnOrder = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 1 : 0;
 
@@ -387,9 +388,12 @@ vxmolstreambase::vxmolstreambase() {
 
 vxmolstreambase::~vxmolstreambase() = default;
 
-VXBNesting::VXBNesting() { ++nesting; }
+VXBNesting::VXBNesting() {
+  if (nesting++ == 0) ++outermost;
+}
 VXBNesting::~VXBNesting() { --nesting; }
 VXBNesting::operator bool() const { return nesting <= kMaxNesting; }
+unsigned long VXBNesting::Outermost() { return outermost; }
 
 VXUnknownVXBData::VXUnknownVXBData(vxistream& in, const void* type, unsigned long length, std::string tag,
                                    unsigned int flag)

@@ -228,6 +228,8 @@ class VXGRID_API VXBNesting {
   VXBNesting(const VXBNesting&) = delete;
   VXBNesting& operator=(const VXBNesting&) = delete;
   explicit operator bool() const;
+  /// A number for the outermost record that this thread is at.
+  static unsigned long Outermost();
 };
 
 /// A record that nobody here knows, whole, for the next writer.
