@@ -4,6 +4,7 @@
 #include <new>
 
 #include <vxgrid/formats/ccp4.h>
+#include <vxgrid/formats/grd.h>
 #include <vxgrid/grid/ascii_grid.h>
 #include <vxgrid/grid/grid_format.h>
 #include <vxgrid/host/error_handler.h>
@@ -28,7 +29,7 @@ struct Format {
 constexpr Format kFormats[] = {
     {nullptr, nullptr, nullptr},
     {nullptr, nullptr, "Problem reading Grasp grid file"},
-    {nullptr, nullptr, "Problem reading GRD grid file"},
+    {VXReadGridGRD, VXWriteGridGRD, "Problem reading GRD grid file"},
     {VXReadCCP4Map, VXWriteCCP4Grid, "Problem reading CCP4 grid file"},
     {nullptr, nullptr, "Problem reading XPLOR grid file"},
     {VXReadAsciiGrid, VXWriteAsciiGrid, "Problem reading Ascii grid file"},
