@@ -18,6 +18,7 @@
 #include <vxgrid/host/pdb_data.h>
 #include <vxgrid/host/platform.h>
 #include <vxgrid/host/radii.h>
+#include <vxgrid/host/record.h>
 #include <vxgrid/host/residue.h>
 #include <vxgrid/host/stream.h>
 #include <vxgrid/host/text.h>
@@ -60,6 +61,7 @@
 
 #include <vxgrid/formats/ccp4.h>
 #include <vxgrid/formats/grasp.h>
+#include <vxgrid/formats/grd.h>
 #include <vxgrid/formats/gridio.h>
 #include <vxgrid/formats/xplor.h>
 
@@ -91,6 +93,7 @@
 #include <vxgrid/realspace/fit_statistics.h>
 
 #include <vxgrid/exchange/gaussian_records.h>
+#include <vxgrid/exchange/grid_field.h>
 #include <vxgrid/exchange/grid_json.h>
 #include <vxgrid/exchange/grid_records.h>
 #include <vxgrid/exchange/reflection_records.h>
