@@ -28,14 +28,16 @@ bool can_pay_for_fields(unsigned int fields, unsigned long long bytes) { return 
 class ViewBudget {
  public:
   /// Takes note of what the views of a part will carry; false for more than the record's bytes can pay for.
-  static bool Carry(unsigned int fields, unsigned long long carried, unsigned long long bytes) {
+  static bool Carry(unsigned int fields, unsigned long long title, unsigned long long attributes,
+                    unsigned long long bytes) {
     Used& used = Now();
-    used.carried = std::max(used.carried, carried);
-    return fields == 1 || carried <= (65536 + 4 * bytes) / fields;
+    used.carried =
+        std::max(used.carried, title + 16 * attributes);  // small pieces, each in memory of its own
+    return fields == 1 || title + attributes <= (65536 + 4 * bytes) / fields;
   }
   /// Counts the making of so many views; false when it has taken too long.
   static bool Make(unsigned long long views) {
-    constexpr unsigned long long kMost = 1ull << 30;  // bytes copied, or what takes as long
+    constexpr unsigned long long kMost = 1ull << 29;  // bytes copied, or what takes as long
     Used& used = Now();
     used.made += views * (128 + used.carried);
     return used.made < kMost;
@@ -200,8 +202,7 @@ class LatticeReadFxn : public VXReadFxn<Grid> {
       const unsigned long bytes = head.count * sizeof(T);
       if (data.read(reinterpret_cast<char*>(values.data()), bytes) != bytes) return VXBFieldShort;
     }
-    if (!ViewBudget::Carry(head.fields, head.title.size() + data.max_bytes_left(), length))
-      return VXBNoMemory;
+    if (!ViewBudget::Carry(head.fields, head.title.size(), data.max_bytes_left(), length)) return VXBNoMemory;
     Assign(head, std::move(values), grid);
     while (status == VXBDone && data) status = VXBinaryRead<VXBase>(data, grid, handler);
     return status;
@@ -219,7 +220,7 @@ class LatticeReadFxn : public VXReadFxn<Grid> {
       return VXBFieldShort;
     if (head.fields == 0 || (std::is_same_v<Grid, VXGrid<float>> && head.fields != 1)) return VXBFieldShort;
     if (!can_pay_for_fields(head.fields, length) ||
-        !ViewBudget::Carry(head.fields, head.title.size(), length))
+        !ViewBudget::Carry(head.fields, head.title.size(), 0, length))
       return VXBNoMemory;
     if (!CountValues(head)) return VXBFieldShort;
     head.field_titles.resize(head.fields);
