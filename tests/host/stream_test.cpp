@@ -99,6 +99,11 @@ TEST(Stream, LinesLoseTheirEnd) {
       EXPECT_EQ(line, text);
     }
     EXPECT_FALSE(in->getline(line));
+    std::vector<char> chars(filler.size() + 1);
+    in->seek(6);
+    EXPECT_TRUE(in->getline(chars.data(), chars.size()) && chars.data() == filler);
+    EXPECT_TRUE(in->getline(chars.data(), chars.size()) && chars.data() == std::string())
+        << "only \\r fitted";
   }
   vxisstream in("abcd\nabcdefg\r\nh\r\ni");
   char line[5];

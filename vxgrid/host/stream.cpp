@@ -429,7 +429,15 @@ bool vxistream::getline(char* line, unsigned long n) {
   line[0] = '\0';
   if (!refill()) return false;
   unsigned long length = 0;
-  while (refill() && *next_ != '\n' && length + 1 < n) line[length++] = static_cast<char>(*next_++);
+  while (length + 1 < n && refill()) {
+    const unsigned long most = std::min(n - 1 - length, static_cast<unsigned long>(end_ - next_));
+    const auto* const stop = static_cast<const unsigned char*>(std::memchr(next_, '\n', most));
+    const unsigned long part = stop ? static_cast<unsigned long>(stop - next_) : most;
+    std::memcpy(line + length, next_, part);
+    length += part;
+    next_ += part;
+    if (stop) break;
+  }
   if (refill() && *next_ == '\n') {
     ++next_;
     if (length && line[length - 1] == '\r') --length;
