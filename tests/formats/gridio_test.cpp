@@ -55,7 +55,7 @@ TEST(GridIO, FailuresInTheirWords) {
     return text.substr(text.find_last_of('\n', text.size() - 2) + 1);
   };
   write_bytes(empty, "");
-  for (const char* name : {"bad.map", "bad.agd", "any.phi", "any.grd", "any.xplor"})
+  for (const char* name : {"bad.map", "bad.agd", "any.grd", "any.xplor"})
     write_bytes(scratch_file(name), std::string(2000, 'x'));
   const std::pair<std::string, std::string> rows[] = {
       {other, "Warning: File " + other + " does not contain a readable grid file.\n"},
@@ -63,7 +63,6 @@ TEST(GridIO, FailuresInTheirWords) {
       {empty, "Warning: Unable to open grid file: " + empty + ".\n"},
       {scratch_file("bad.map"), "Warning: Problem reading CCP4 grid file\n"},
       {scratch_file("bad.agd"), "Warning: Problem reading Ascii grid file\n"},
-      {scratch_file("any.phi"), "Warning: Problem reading Grasp grid file\n"},
       {scratch_file("any.grd"), "Warning: Problem reading GRD grid file\n"},
       {scratch_file("any.xplor"), "Warning: Problem reading XPLOR grid file\n"},
   };

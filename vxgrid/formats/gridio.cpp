@@ -4,7 +4,9 @@
 #include <new>
 
 #include <vxgrid/formats/ccp4.h>
+#include <vxgrid/formats/grasp.h>
 #include <vxgrid/formats/grd.h>
+#include <vxgrid/formats/xplor.h>
 #include <vxgrid/grid/ascii_grid.h>
 #include <vxgrid/grid/grid_format.h>
 #include <vxgrid/host/error_handler.h>
@@ -20,7 +22,7 @@ using VXHost::vxostream;
 using Reader = bool (*)(vxistream&, VXZemoGrid&);
 using Writer = bool (*)(vxostream&, const VXZemoGrid&);
 
-// A format without a reader counts as one whose reader fails, one without a writer is refused.
+// By code. A format without a writer is refused.
 struct Format {
   Reader read;
   Writer write;
@@ -28,10 +30,10 @@ struct Format {
 };
 constexpr Format kFormats[] = {
     {nullptr, nullptr, nullptr},
-    {nullptr, nullptr, "Problem reading Grasp grid file"},
+    {VXReadGraspGrid, VXWriteGraspGrid, "Problem reading Grasp grid file"},
     {VXReadGridGRD, VXWriteGridGRD, "Problem reading GRD grid file"},
     {VXReadCCP4Map, VXWriteCCP4Grid, "Problem reading CCP4 grid file"},
-    {nullptr, nullptr, "Problem reading XPLOR grid file"},
+    {VXReadXPLORMap, nullptr, "Problem reading XPLOR grid file"},
     {VXReadAsciiGrid, VXWriteAsciiGrid, "Problem reading Ascii grid file"},
 };
 
@@ -86,7 +88,7 @@ bool VXReadGrid(vxistream& in, VXZemoGrid& grid, unsigned int code) {
     return false;
   }
   const Format& format = kFormats[code];
-  if (!format.read || !format.read(in, grid)) {
+  if (!format.read(in, grid)) {
     VXThrow.Warning("%s", format.read_failed);
     return false;
   }

@@ -15,9 +15,8 @@ namespace VXCore {
 /// characters; what is longer counts as more lines.
 ///
 /// False with a Warning for what the file does not say: the count of titles, the nine numbers of the box, a
-/// cell, the order of the axes, a box that ends before it starts, more samples than a grid can hold, and a
-/// sample of a text map that is no number. The grid then stays as it was. An unformatted file that ends early
-/// is taken for what it has, as VXCCP4Map::Read says.
+/// cell, the order of the axes, a box that ends before it starts, more samples than a grid can hold, a sample
+/// of a text map that is no number, and a file that ends before its samples. The grid then stays as it was.
 VXGRID_API bool VXReadXPLORMap(VXHost::vxistream& in, VXZemoGrid& grid);
 
 }  // namespace VXCore

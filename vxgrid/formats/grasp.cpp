@@ -1,0 +1,146 @@
+#include <vxgrid/formats/grasp.h>
+
+#include <algorithm>
+#include <vector>
+
+#include <vxgrid/host/binary_records.h>
+#include <vxgrid/host/error_handler.h>
+#include <vxgrid/processing/grid_values.h>
+#include <vxgrid/formats/map_samples.inl>
+
+namespace VXCore {
+namespace {
+
+using VXHost::vxistream;
+using VXHost::vxostream;
+
+constexpr std::size_t kSamples = std::size_t{kGraspDim} * kGraspDim * kGraspDim;
+
+// The texts as they stand in a file; 70 bytes the second.
+constexpr char kFirstText[] = "now starting phimap ";
+constexpr char kTitle[] = "potential Phimap written from within Grasp                            ";
+constexpr char kLastText[] = " end of phimap  ";
+static_assert(sizeof kFirstText == 20 + 1 && sizeof kTitle == 70 + 1 && sizeof kLastText == 16 + 1);
+
+template <class T>
+T read_number(vxistream& in, bool swap) {
+  T number = 0;
+  VXBReadData(in, number, swap);
+  return number;
+}
+
+template <class T>
+void write_number(T number, vxostream& out, bool swap) {
+  if (swap) ArraySwapBytes(reinterpret_cast<unsigned char*>(&number), 1, sizeof number);
+  VXBWriteData(out, number);
+}
+
+template <std::size_t n>
+void write_text(vxostream& out, const char (&text)[n]) {
+  VXGraspIO::WriteGraspLine(out, text, n - 1, VXGraspIO::DetermineGraspByteOrder());
+}
+
+// A record of floats, swapped some at a time while they are in the cache.
+void write_floats(vxostream& out, const float* values, std::size_t n) {
+  constexpr std::size_t kBlock = 32768;
+  const int bytes = static_cast<int>(n * sizeof(float));
+  std::vector<unsigned char> block(std::min(n, kBlock) * sizeof(float));
+  VXGraspIO::WBeginGraspBlock(bytes, out);
+  for (std::size_t at = 0; at < n; at += kBlock) {
+    const std::size_t part = std::min(kBlock, n - at);
+    std::memcpy(block.data(), values + at, part * sizeof(float));
+    if (VXGraspIO::DetermineGraspByteOrder()) ArraySwapBytes(block.data(), part, sizeof(float));
+    out.write(block.data(), part * sizeof(float));
+  }
+  VXGraspIO::WEndGraspBlock(bytes, out);
+}
+
+}  // namespace
+
+int VXGraspIO::ReadGraspInt(vxistream& in, bool swap) { return read_number<int>(in, swap); }
+float VXGraspIO::ReadGraspFloat(vxistream& in, bool swap) { return read_number<float>(in, swap); }
+double VXGraspIO::ReadGraspDouble(vxistream& in, bool swap) { return read_number<double>(in, swap); }
+void VXGraspIO::WriteGraspInt(int number, vxostream& out, bool swap) { write_number(number, out, swap); }
+void VXGraspIO::WriteGraspFloat(float number, vxostream& out, bool swap) { write_number(number, out, swap); }
+
+void VXGraspIO::BeginGraspBlock(vxistream& in) { ReadGraspInt(in, false); }
+void VXGraspIO::EndGraspBlock(vxistream& in) { ReadGraspInt(in, false); }
+void VXGraspIO::WBeginGraspBlock(int length, vxostream& out) { WriteGraspInt(length, out, false); }
+void VXGraspIO::WBeginGraspBlock(unsigned int length, vxostream& out) { write_number(length, out, false); }
+void VXGraspIO::WEndGraspBlock(int length, vxostream& out) { WriteGraspInt(length, out, false); }
+
+std::string VXGraspIO::ReadGraspLine(vxistream& in) {
+  int length = 0;
+  for (int i = 0; i < 4; ++i) {
+    const int byte = in.getbyte();  // -1 at the end
+    if (length == 0) length = byte;
+  }
+  if (length < 0) {
+    VXThrow.Warning("Invalid line length in Grasp grid file");
+    return {};
+  }
+  char text[255];
+  const std::string line(text, in.read(text, static_cast<unsigned long>(length)));
+  EndGraspBlock(in);
+  return line;
+}
+
+void VXGraspIO::WriteGraspLine(vxostream& out, const char* text, int length, bool swap) {
+  WriteGraspInt(length, out, swap);
+  if (length > 0) out.write(text, static_cast<unsigned long>(length));
+  WriteGraspInt(length, out, swap);
+}
+
+bool VXReadDelphiMap(vxistream& in, float* values, float* scale, float* mid) {
+  SampleCode code;
+  code.swap = VXGraspIO::DetermineGraspByteOrder();
+  const SampleOrder x_fastest{{kGraspDim, kGraspDim, kGraspDim}, {1, kGraspDim, kGraspDim * kGraspDim}};
+
+  VXGraspIO::ReadGraspLine(in);
+  VXGraspIO::ReadGraspLine(in);
+  VXGraspIO::BeginGraspBlock(in);
+  read_samples(in, code, x_fastest, values);
+  VXGraspIO::EndGraspBlock(in);
+  VXGraspIO::ReadGraspLine(in);
+  VXGraspIO::BeginGraspBlock(in);
+  bool whole = true;
+  for (float* const number : {scale, mid, mid + 1, mid + 2}) whole = VXBReadData(in, *number, code.swap);
+  VXGraspIO::EndGraspBlock(in);
+  return whole;
+}
+
+bool VXWriteDelphiMap(vxostream& out, const float* values, float scale, const float* mid) {
+  const float lattice[] = {scale, mid[0], mid[1], mid[2]};
+  write_text(out, kFirstText);
+  write_text(out, kTitle);
+  write_floats(out, values, kSamples);
+  write_text(out, kLastText);
+  write_floats(out, lattice, 4);
+  return out.flush();
+}
+
+bool VXReadGraspGrid(vxistream& in, VXZemoGrid& grid) {
+  grid.Clear();
+  if (!grid.SetDim(kGraspDim, kGraspDim, kGraspDim)) return false;
+  float scale = 0, mid[3] = {};
+  VXReadDelphiMap(in, grid.GetFloats().GetValues(), &scale, mid);
+  grid.SetSpacing(1.0f / scale);
+  grid.SetMid(mid[0], mid[1], mid[2]);
+  return true;
+}
+
+bool VXWriteGraspGrid(vxostream& out, const VXZemoGrid& grid) {
+  constexpr float kPerSample = 0.015384615f;  // 1 / 65
+  VXZemoGrid map;
+  const float mid[3] = {grid.GetXMid(), grid.GetYMid(), grid.GetZMid()};
+  map.SetMid(mid[0], mid[1], mid[2]);
+  if (!map.SetDim(kGraspDim, kGraspDim, kGraspDim)) return false;
+  const unsigned int n = std::max({grid.GetXDim(), grid.GetYDim(), grid.GetZDim()});
+  float spacing = grid.GetSpacing();
+  if (n > kGraspDim) spacing = spacing * kPerSample * static_cast<float>(n);
+  map.SetSpacing(spacing);
+  VXInterpolateBetweenGrids(map, grid);
+  return VXWriteDelphiMap(out, map.GetFloats().GetValues(), 1.0f / spacing, mid);
+}
+
+}  // namespace VXCore
