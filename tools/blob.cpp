@@ -112,8 +112,8 @@ void print_tsv(const std::vector<Row>& rows) {
 
 void print_table(const BlobOptions& options, float level, size_t count, const std::vector<Row>& rows) {
   if (options.output.empty())
-    std::printf("%s: %zu blobs at level %.5g, copies by symmetry aside\n\n", options.map.c_str(), count,
-                level);
+    std::printf("%s: %zu blob%s at level %.5g, copies by symmetry aside\n\n", options.map.c_str(), count,
+                count == 1 ? "" : "s", level);
   else
     std::printf("%s: the blob of %s at level %.5g\n\n", options.output.c_str(), options.map.c_str(), level);
   Table table({">points", ">volume", ">peak", ">peak at", ">centre", ">copies"});
@@ -131,6 +131,7 @@ void blob(const BlobOptions& options, const Settings& settings) {
     require_map_extension(options.output);
   }
   VXSkewGrid grid = read_map(options.map, settings);
+  require_lattice(options.map, grid);
   const float level = level_in_map(options.map, grid, options.level);
   const MapBlobs blobs(grid, level);
 
@@ -144,7 +145,7 @@ void blob(const BlobOptions& options, const Settings& settings) {
     rows.push_back(row_of(blobs, blobs.blob_near(number, point)));
     if (!options.output.empty()) {
       blobs.keep(grid, number);
-      renew_statistics(grid);
+      renew_statistics(grid.GetImpl().GetImpl());
       fit_to_format(options.output, options.map, grid, settings);
       write_map(options.output, grid);
     }

@@ -221,6 +221,7 @@ VXSkewGrid read_map(const std::string& file, const Settings& settings) {
   const LibraryLog log;
   VXSkewGrid grid;
   if (!VXReadGrid(file, grid)) throw Failure(file, log.reason(file, "cannot be read as a map"));
+  if (!grid.GetValues()) throw Failure(file, "it holds one point, which makes no map");
   log.pass_on(settings, file);
   return grid;
 }

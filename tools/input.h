@@ -22,7 +22,7 @@ FileKind kind_of(const std::string& file);
 /// Failure.
 void require_whole_ccp4(const std::string& file);
 
-/// Reads a map and leaves what the library had to say about it as notes.
+/// Reads a map and leaves what the library had to say about it as notes. Failure for one of one point too.
 VXCore::VXSkewGrid read_map(const std::string& file, const Settings& settings);
 
 /// Reads a model; Failure when there are no atoms in it.

@@ -1,6 +1,7 @@
 #include "map_blobs.h"
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <numeric>
 
@@ -55,9 +56,11 @@ MapBlobs::MapBlobs(const VXSkewGrid& grid, float level)
   step_[0] = step_between(first_, place_of(grid, grid.GetXDim() - 1, 0, 0), grid.GetXDim());
   step_[1] = step_between(first_, place_of(grid, 0, grid.GetYDim() - 1, 0), grid.GetYDim());
   step_[2] = step_between(first_, place_of(grid, 0, 0, grid.GetZDim() - 1), grid.GetZDim());
-  // One plane has no step of its own; it counts as thick as the spacing.
+  // One plane has no second to measure to.
+  float axes[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+  grid.GetImpl().GetImpl().GetOrientation(axes);
   for (size_t axis = 0; axis < 3; ++axis)
-    if (dim_[axis] == 1) step_[axis][axis] = grid.GetSpacing();
+    for (size_t i = 0; i < 3 && dim_[axis] == 1; ++i) step_[axis][i] = axes[3 * i + axis] * grid.GetSpacing();
 
   const std::array<unsigned, 3> periods = whole_periods(grid);
   for (size_t axis = 0; axis < 3; ++axis) {
@@ -66,7 +69,7 @@ MapBlobs::MapBlobs(const VXSkewGrid& grid, float level)
   }
   find_runs(level);
   connect();
-  measure();
+  measure(level);
   find_different(grid);
 }
 
@@ -115,7 +118,7 @@ void MapBlobs::connect(size_t row, size_t other) {
   }
 }
 
-void MapBlobs::measure() {
+void MapBlobs::measure(float level) {
   std::vector<size_t> blob_of(runs_.size());
   const auto each_run = [this](auto visit) {
     for (long z = 0; z < period_[2]; ++z)
@@ -146,9 +149,10 @@ void MapBlobs::measure() {
     const float* const row = values(y, z);
     for (long x = runs_[run].begin; x < runs_[run].end; ++x) {
       const Index at = {x, y, z};
+      const double weight = level > 0 ? std::min(row[x], FLT_MAX) : 1;
       for (size_t axis = 0; axis < 3; ++axis)
-        blob.centre[axis] += row[x] * static_cast<double>(near(axis, at[axis] - blob.peak_at[axis]));
-      weights[number_[run]] += row[x];
+        blob.centre[axis] += weight * static_cast<double>(near(axis, at[axis] - blob.peak_at[axis]));
+      weights[number_[run]] += weight;
     }
   });
   for (size_t i = 0; i < blobs_.size(); ++i)
@@ -262,11 +266,19 @@ Index MapBlobs::nearest(const Index& to) const {
 }
 
 void MapBlobs::keep(VXSkewGrid& grid, long number) const {
-  float* value = grid.GetValues();
+  float* to = grid.GetValues();
   for (long z = 0; z < dim_[2]; ++z)
-    for (long y = 0; y < dim_[1]; ++y)
-      for (long x = 0; x < dim_[0]; ++x, ++value)
-        if (blob_at({x, y, z}) != number) *value = 0;
+    for (long y = 0; y < dim_[1]; ++y, to += dim_[0]) {
+      const size_t from = row(y % period_[1], z % period_[2]);
+      long done = 0;
+      for (long turn = 0; turn < dim_[0]; turn += period_[0])
+        for (size_t run = rows_[from]; run < rows_[from + 1]; ++run) {
+          if (number_[run] != static_cast<size_t>(number)) continue;
+          std::fill(to + done, to + std::min(turn + runs_[run].begin, dim_[0]), 0.0f);
+          done = std::min(turn + runs_[run].end, dim_[0]);
+        }
+      std::fill(to + done, to + dim_[0], 0.0f);
+    }
 }
 
 double MapBlobs::voxel_volume() const { return std::fabs(dot(step_[0], cross(step_[1], step_[2]))); }

@@ -14,7 +14,8 @@ struct MapBlob {
   unsigned copies = 1;                // itself and those that symmetry makes of it
   float peak = 0;                     // the highest value
   Index peak_at = {};                 // and its point
-  std::array<double, 3> centre = {};  // mean place in grid steps, weighted by the values, near the peak
+  std::array<double, 3> centre = {};  // mean place in grid steps, near the peak; weighted by the
+                                      // values when the level is above 0
 };
 
 /// The blobs of a map. Where the map holds a whole period of its cell they go on across the border, and
@@ -56,7 +57,7 @@ class MapBlobs {
   void find_runs(float level);
   void connect();
   void connect(size_t row, size_t other);
-  void measure();
+  void measure(float level);
   void find_different(const VXCore::VXSkewGrid& grid);
   long blob_around(const std::array<double, 3>& steps) const;
 

@@ -51,12 +51,21 @@ std::array<unsigned, 3> whole_periods(const VXSkewGrid& grid) {
   return steps;
 }
 
-void renew_statistics(VXSkewGrid& grid) {
+void require_lattice(const std::string& file, const VXSkewGrid& grid) {
+  float axes[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+  grid.GetImpl().GetImpl().GetOrientation(axes);
+  if (!(grid.GetSpacing() > 0) || !std::all_of(axes, axes + 9, [](float v) { return std::isfinite(v); }))
+    throw Failure(file, "its cell or its spacing is 0, so its points have no places");
+}
+
+template <class Grid>
+void renew_statistics(Grid& grid) {
   const MapStatistics statistics(grid.GetValues(), grid.GetSize());
   const std::pair<const char*, double> numbers[] = {{AMIN, statistics.lowest},
                                                     {AMAX, statistics.highest},
                                                     {AMEAN, statistics.mean},
                                                     {ARMS, statistics.rms}};
-  for (const auto& [name, number] : numbers)
-    grid.GetImpl().GetImpl().SetData<float>(name, static_cast<float>(number));
+  for (const auto& [name, number] : numbers) grid.template SetData<float>(name, static_cast<float>(number));
 }
+template void renew_statistics(VXScalarGrid&);
+template void renew_statistics(VXZemoGrid&);

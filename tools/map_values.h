@@ -27,6 +27,10 @@ float level_in_map(const std::string& file, const VXCore::VXSkewGrid& grid, cons
 /// others.
 std::array<unsigned, 3> whole_periods(const VXCore::VXSkewGrid& grid);
 
+/// Failure when the points of a map have no places, as its cell or its spacing is 0.
+void require_lattice(const std::string& file, const VXCore::VXSkewGrid& grid);
+
 /// Gives a map whose values have changed their own statistics, in place of those of the file it was read
-/// from.
-void renew_statistics(VXCore::VXSkewGrid& grid);
+/// from. Grid: VXScalarGrid or VXZemoGrid.
+template <class Grid>
+void renew_statistics(Grid& grid);

@@ -2,6 +2,7 @@
 
 #include <vxgrid/molgrid/molecule_mask.h>
 
+#include "map_values.h"
 #include "model_grid.h"
 #include "verbs.h"
 
@@ -62,6 +63,7 @@ void mask(const MaskOptions& options, const Settings& settings) {
     // On the inner grid, so that a map keeps its cell and its group.
     tell_if_outside(grid, model, options, settings);
     apply(grid.GetImpl().GetImpl(), model, options);
+    renew_statistics(grid.GetImpl().GetImpl());
     write_map(options.output, grid);
     report_map(options.output, grid, settings);
     return;
@@ -70,6 +72,7 @@ void mask(const MaskOptions& options, const Settings& settings) {
   note(settings, options.grid + ": brought onto a regular grid, which masks need");
   tell_if_outside(regular, model, options, settings);
   apply(regular, model, options);
+  renew_statistics(regular);
   write_map(options.output, regular);
   report_map(options.output, regular, settings);
 }

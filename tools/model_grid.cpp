@@ -9,6 +9,8 @@
 #include <vxgrid/processing/make_grid.h>
 #include <vxgrid/processing/regularize.h>
 
+#include "map_values.h"
+
 using namespace VXCore;
 
 namespace {
@@ -56,6 +58,7 @@ void require_bearable_box(const std::string& file, const VXMolBase& model, float
 }
 
 VXScalarGrid regular_map(const std::string& file, const VXSkewGrid& grid) {
+  require_lattice(file, grid);
   float centre[3], extents[3] = {};
   VXGetCenterAndExtents(grid, centre, extents);
   double count = 1;

@@ -20,9 +20,13 @@ namespace {
 VXScalarGrid resampled(const std::string& file, const VXSkewGrid& grid, float spacing) {
   float centre[3], extents[3] = {};
   VXGetCenterAndExtents(grid, centre, extents);
+  const float box[] = {extents[0], extents[1], extents[2]};
   double points = 1;
   for (int axis = 0; axis < 3; ++axis) {
     const float half = std::floor(0.5f * extents[axis] / spacing);
+    if (half < 1)
+      throw Failure(file, text("a spacing of %g Å leaves one plane of its box of %.4g x %.4g x %.4g Å",
+                               spacing, box[0], box[1], box[2]));
     centre[axis] = std::round(centre[axis] / spacing) * spacing;
     extents[axis] = 2 * half * spacing;
     points *= 2.0 * half + 1;
@@ -67,6 +71,7 @@ int skeletonize(VXSkewGrid& grid, float level) {
 void skeleton(const SkeletonOptions& options, const Settings& settings) {
   require_map_extension(options.output);
   VXSkewGrid grid = read_map(options.map, settings);
+  require_lattice(options.map, grid);
   const float level = level_in_map(options.map, grid, options.level);
   int rounds = 0;
   unsigned before = 0;
@@ -86,7 +91,7 @@ void skeleton(const SkeletonOptions& options, const Settings& settings) {
   if (points < before / 200)
     note(settings, text("%s: %u of %u points are left; another level or spacing may keep more of the lines",
                         options.map.c_str(), points, before));
-  renew_statistics(grid);
+  renew_statistics(grid.GetImpl().GetImpl());
   write_map(options.output, grid);
 
   const unsigned dims[] = {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()};

@@ -158,6 +158,8 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
   };
   std::string blank_elements = model.substr(first_atom, 81);  // an atom of no element
   blank_elements.replace(12, 4, " X  ").replace(76, 2, " X");
+  std::string no_cell = map, one_point = map.substr(0, 1028);
+  for (size_t axis = 0; axis < 3; ++axis) set_word(no_cell, 10 + axis, 0), set_word(one_point, axis, 1);
   const std::string far_apart = in_a_row("C", {0, 1e6}), hydrogen = in_a_row("H", {0});
   const std::tuple<std::string, std::string, std::string, const char*> rows[] = {
       // Arguments, with @ for a file that is made for the case; the file that is named; its bytes; the
@@ -227,6 +229,13 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
        "1.00,2.00,30.00 lies outside the map, which spans 0.00,0.00,0.00 to 7.00,7.00,7.00"},
       {"blob " + small + " --level 7 --at -0.4,0,0.2", small, "",
        "the value at the place, -8, is below the level, 7; the nearest blob reaches to 0.00,2.00,0.00"},
+      {"skeleton " + small + " -o a.map --level 1 --spacing 9", small, "",
+       "leaves one plane of its box of 7 x 7 x 7 Å"},
+      {"skeleton @ -o a.map --level 1", "no_cell.map", no_cell, "cell or its spacing is 0"},
+      {"mask @ $MODEL -o a.map", "no_cell.map", no_cell, "cell or its spacing is 0"},
+      {"blob @ --level 1", "no_cell.map", no_cell, "cell or its spacing is 0"},
+      {"blob @ --level 1", "point.map", one_point, "one point"},
+      {"fit $MODEL @ --radius 1", "point.map", one_point, "one point"},
       {"symmetry P7", "P7", "", "no space group"},
       {"symmetry ''", "", "", "no space group"},
   };
@@ -532,6 +541,16 @@ TEST(Command, MasksMaps) {
     }
     EXPECT_NEAR(sum, whole, 1e-5 * whole) << mode;
   }
+  // The header tells the values of the file, not those of the map before.
+  const std::string cut = scratch_file("cut.map"), carbon = written("c.sdf", in_a_row("C", {3}));
+  ASSERT_EQ(vxgrid("mask " + written("small.map", small_map(1)) + " " + carbon + " -o " + cut).status, 0);
+  const std::string header = read_bytes(cut);
+  for (const auto& [word, field] : {std::pair(19, "min"), {20, "max"}, {21, "mean"}, {54, "rms"}}) {
+    float number;
+    std::memcpy(&number, &header[4 * static_cast<size_t>(word)], 4);
+    EXPECT_NEAR(number, info_of(cut, field), 1e-5) << field;
+  }
+  EXPECT_GT(info_of(cut, "rms"), 0.01);
   // A crystal's map on oblique axes becomes a regular one; a model elsewhere is told.
   const Result run = vxgrid("mask " + map_file() + " $LIGANDS -o " + scratch_file("cut.map"));
   EXPECT_EQ(run.status, 0);
@@ -647,6 +666,15 @@ TEST(Command, BlobsAcrossTheBorderOfTheCell) {
       EXPECT_NEAR(std::fmod(blob[place][1].GetDouble(), 6), y, 1e-4);
   }
   EXPECT_THAT(vxgrid("blob --tsv --level 4 " + file).out, HasSubstr("\n27\t"));
+
+  // Of all points of the cell the centre is half a step before the peak; one plane is as thick as a step.
+  const rapidjson::Document all = json_of("blob --json --level -1 " + file);
+  EXPECT_NEAR(all["blobs"][0]["peak_at"][1].GetDouble() - all["blobs"][0]["centre"][1].GetDouble(), 0.5,
+              1e-4);
+  set_word(map, 2, 1);
+  const rapidjson::Document plane =
+      json_of("blob --json --level -1 " + written("plane.map", map.substr(0, 1024 + 4 * 120)));
+  EXPECT_NEAR(plane["blobs"][0]["volume"].GetDouble(), 120 * voxel, 0.01);
 
   // 40 Å along -a and 12 Å along b; the map that is read again repeats the planes at 0 at its ends.
   const rapidjson::Document one = json_of("blob --json --level 4 --at -40.3,11.8,0.2 " + file + " -o " + out);
