@@ -16,8 +16,9 @@
 namespace VXCore {
 namespace {
 
-// RapidJSON reads nested values by recursion; this many levels fit on any stack.
-constexpr int kMaxDepth = 256;
+// RapidJSON reads nested values by recursion; this many levels fit on any stack, and grids that are
+// attributes of grids are not copied from level to level too often.
+constexpr int kMaxDepth = 100;
 
 // Whether the number at `text`, minus sign aside, has at most 15 characters and no exponent; 17 bytes must be
 // there. Looks for the first that is not one of ". / 0 to 9"; no number has the slash.

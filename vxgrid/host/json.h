@@ -40,7 +40,7 @@ using VXJSONDocument =
 
 /// Parses a text whole. Numbers come out as the nearest double; the bare words NaN, Infinity and Inf, with a
 /// "-" or without, are numbers. Bytes of strings are not judged. False, with one Warning that gives line,
-/// column and fault, for anything that is no JSON document and for one nested deeper than 256; the document
+/// column and fault, for anything that is no JSON document and for one nested deeper than 100; the document
 /// is null then.
 VXGRID_API bool JSONParseHelper(VXJSONDocument& document, const std::string& text);
 

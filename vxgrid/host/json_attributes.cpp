@@ -275,6 +275,7 @@ struct Reading {
   unsigned int tag;
   const VXJSONValue& value;
   const char* name;
+  bool is_new;  // no attribute of the tag is there yet, and none is searched for
 
   bool Misfit(std::string_view hint) const {
     VXThrow.Error("JSON: attribute %s is not of type %s", name, std::string(hint).c_str());
@@ -283,9 +284,9 @@ struct Reading {
 
   bool Plain(const PlainType& type, bool shares) const {
     bool fits = true;
-    if (!shares) return type.read(object, tag, value, false, fits) || (!fits && Misfit(type.hint));
+    if (!shares) return type.read(object, tag, value, is_new, fits) || (!fits && Misfit(type.hint));
     if (!value.IsArray()) return Misfit(std::string(type.hint) + "+");
-    bool add = false;
+    bool add = is_new;
     for (const auto& element : value.GetArray()) {
       if (!type.read(object, tag, element, add, fits)) return !fits && Misfit(type.hint);
       add = true;
@@ -357,11 +358,15 @@ bool VXParseBaseDataJSON(VXBase& object, const VXJSONValue& value, const char* c
                          unsigned int count) {
   Hints hints;
   if (!value.IsObject() || !read_hints(value, hints)) return false;
+  std::unordered_set<unsigned int> there;
+  if (object.GetBaseImpl())
+    for (const auto& data : object.GetBaseImpl()->GetAll()) there.insert(data->GetTag());
   std::unordered_set<std::string_view> seen;
   for (const auto& member : value.GetObject()) {
     const std::string_view name = text_of(member.name);
     if (is_listed(name, list, count) || !seen.insert(name).second) continue;
-    const Reading reading{object, VXGetTag(std::string(name)), member.value, member.name.GetString()};
+    const unsigned int tag = VXGetTag(std::string(name));
+    const Reading reading{object, tag, member.value, member.name.GetString(), there.count(tag) == 0};
     const auto hint = hints.find(name);
     if (!(hint == hints.end() ? reading.Unhinted() : reading.Hinted(hint->second))) return false;
   }
