@@ -17,7 +17,8 @@ namespace {
 // Of levels from 0 on, and below 0.
 constexpr VXColor kBlue(64, 128, 255), kRed(255, 64, 64);
 
-std::vector<float> levels_of(const VXSkewGrid& grid, const ContoursOptions& options) {
+std::vector<float> levels_of(const VXSkewGrid& grid, const ContoursOptions& options,
+                             const Settings& settings) {
   const VXFixedGrid<float>& values = *grid.GetImpl().GetImpl().GetFloats().GetGrid(0);
   const unsigned count = static_cast<unsigned>(options.levels),
                  stride = static_cast<unsigned>(options.stride);
@@ -27,6 +28,10 @@ std::vector<float> levels_of(const VXSkewGrid& grid, const ContoursOptions& opti
                          : VXGetGridContourLevels(values, count, options.descending, stride)))
     levels.push_back(level);
   if (levels.empty()) throw Failure(options.map, "there are no numbers in it");
+  const float first = levels.front();
+  if (options.limit && (options.descending ? first <= *options.limit : first >= *options.limit))
+    note(settings, text("%s: at most one of its values is %s the limit; the levels are the two at that end",
+                        options.map.c_str(), options.descending ? "above" : "below"));
   return levels;
 }
 
@@ -44,7 +49,10 @@ void attach(VXSkewGrid& grid, const std::vector<float>& levels) {
 /// A new folder that goes away with what is in it.
 class ScratchFolder {
  public:
-  ScratchFolder() : path_(std::filesystem::temp_directory_path() / "vxgrid-XXXXXX") {
+  ScratchFolder() {
+    std::error_code error;
+    path_ = std::filesystem::temp_directory_path(error) / "vxgrid-XXXXXX";
+    if (error) throw Failure("the folder for temporary files", error.message());
     if (!mkdtemp(path_.data())) throw Failure(path_, std::strerror(errno));
   }
   ~ScratchFolder() {
@@ -58,8 +66,7 @@ class ScratchFolder {
 };
 
 /// Whether contours come back from a file of this extension, tried with a small map.
-bool keeps_contours(const std::string& extension) try {
-  const ScratchFolder folder;
+bool keeps_contours(const std::string& extension, const ScratchFolder& folder) try {
   const Settings silent{false, true};
   VXSkewGrid grid(VXScalarGrid(2, 2, 2, 0, 0, 0, 1, "", nullptr));
   attach(grid, {1.0f});
@@ -72,10 +79,11 @@ bool keeps_contours(const std::string& extension) try {
 void require_contour_keeper(const std::string& file) {
   require_map_extension(file);
   const std::string extension = VXGetFileExtension(file.c_str());
-  if (keeps_contours(extension)) return;
+  const ScratchFolder folder;
+  if (keeps_contours(extension, folder)) return;
   std::vector<std::string> keepers;
   for (const char* other : {"vxb", "json", "grd", "phi", "map", "agd"})
-    if (keeps_contours(other)) keepers.push_back("." + std::string(other));
+    if (keeps_contours(other, folder)) keepers.push_back("." + std::string(other));
   throw Failure(file, "files in ." + extension + " keep no contours; " +
                           (keepers.empty() ? "none that are written here do" : join(keepers, ", ") + " do"));
 }
@@ -107,7 +115,7 @@ void print(const std::vector<float>& levels, const ContoursOptions& options, con
 void contours(const ContoursOptions& options, const Settings& settings) {
   if (options.attach) require_contour_keeper(options.output);
   VXSkewGrid grid = read_map(options.map, settings);
-  const std::vector<float> levels = levels_of(grid, options);
+  const std::vector<float> levels = levels_of(grid, options, settings);
   if (options.attach) {
     attach(grid, levels);
     write_map(options.output, grid);

@@ -221,7 +221,7 @@ int main(int argc, char** argv) {
       ->check(in_range(1, 10000))
       ->capture_default_str();
   verb->add_flag("--descending", of_contours.descending, "many levels near the high end, not the low one");
-  verb->add_option("--limit", of_contours.limit, "no level beyond this value")
+  verb->add_option("--limit", of_contours.limit, "end the list at the last value before this one")
       ->check(in_range(-1e30, 1e30))
       ->type_name("VALUE");
   verb->add_option("--stride", of_contours.stride, "look at every so manieth point along each axis alone")
