@@ -19,7 +19,7 @@ bool VXMoleculeReader::Next() { return source_ && source_->next(); }
 bool VXMoleculeReader::Read(VXGraphMol& mol) {
   if (GetNumber() == 0) return false;
   try {
-    source_->read(mol);
+    source_->read(mol, VXAlternates::Best);
     return true;
   } catch (const std::exception& fault) {
     const std::string number = source_->has_records() ? ", molecule " + std::to_string(GetNumber()) : "";

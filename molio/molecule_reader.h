@@ -17,8 +17,8 @@ class MoleculeSource;
 ///       if (reader.Read(mol)) use(mol);
 ///
 /// Records are those of SDF ("$$$$" ends one) and MOL2 files ("@<TRIPOS>MOLECULE" starts one). A PDB or mmCIF
-/// file is one record with all its models and blocks, of which the first model is read. What a molecule gets
-/// from its record is told at VXReadMolecule, which reads the first.
+/// file is one record with all its models and blocks, of which the first model is read, with the best
+/// alternates. What a molecule gets from its record is told at VXReadMolecule, which reads the first.
 class VXGRID_API VXMoleculeReader {
  public:
   /// A file that does not open, is empty or has an unknown extension gives one Warning, and no records.

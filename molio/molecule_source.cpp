@@ -94,7 +94,7 @@ bool MoleculeSource::next() {
   return found;
 }
 
-void MoleculeSource::read(VXGraphMol& mol) const {
+void MoleculeSource::read(VXGraphMol& mol, VXAlternates alternates) const {
   if (fault_) throw *fault_;
   if (!has_content_) throw ParseFault("the record is empty", line_);
   ParsedMolecule parsed = file_ == VXMoleculeFile::PDB     ? parse_pdb(record().text)
@@ -102,7 +102,7 @@ void MoleculeSource::read(VXGraphMol& mol) const {
                           : file_ == VXMoleculeFile::SDF   ? parse_sdf(record())
                                                            : parse_mol2(record());
   if (parsed.atoms.empty()) throw ParseFault("there are no atoms in it", has_records() ? line_ : 0);
-  keep_best_alternates(parsed);
+  if (alternates == VXAlternates::Best) keep_best_alternates(parsed);
   fill(mol, parsed);
 }
 

@@ -19,7 +19,7 @@ class MoleculeSource {
   explicit MoleculeSource(const std::string& filename);
 
   bool next();
-  void read(VXGraphMol& mol) const;
+  void read(VXGraphMol& mol, VXAlternates alternates) const;
   unsigned long number() const { return number_; }
   /// True when the file can hold more molecules than one.
   bool has_records() const { return file_ == VXMoleculeFile::SDF || file_ == VXMoleculeFile::MOL2; }

@@ -24,11 +24,11 @@ VXMoleculeFile VXGetMoleculeFile(const std::string& filename) {
   return VXMoleculeFile::Unknown;
 }
 
-bool VXReadMolecule(const std::string& filename, VXGraphMol& mol) {
+bool VXReadMolecule(const std::string& filename, VXGraphMol& mol, VXAlternates alternates) {
   try {
     MoleculeSource source(filename);
     if (!source.next()) throw ParseFault("there are no molecules in it");
-    source.read(mol);
+    source.read(mol, alternates);
     return true;
   } catch (const std::exception& fault) {
     warn_of_fault("VXReadMolecule", filename, fault);

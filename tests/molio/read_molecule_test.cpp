@@ -197,6 +197,8 @@ TEST(ReadMolecule, OneOfTheAlternatesStays) {
     for (const VXAtomBase& atom : VXIter<VXAtomBase>(mol.GetAtoms()))
       stay += std::to_string(VXAtomGetResidue(&atom).GetSerialNumber());
     EXPECT_EQ(stay, expected) << what;
+    EXPECT_TRUE(VXReadMolecule(scratch_file("alternates.pdb"), mol, VXAlternates::All));
+    EXPECT_EQ(mol.NumAtoms(), atoms.size()) << what;
   }
 }
 
