@@ -9,7 +9,6 @@
 #include <cstring>
 #include <filesystem>
 
-#include <molio/read_molecule.h>
 #include <vxgrid/formats/gridio.h>
 #include <vxgrid/grid/grid_format.h>
 #include <vxgrid/host/residue.h>
@@ -226,18 +225,19 @@ VXSkewGrid read_map(const std::string& file, const Settings& settings) {
   return grid;
 }
 
-VXGraphMol read_model(const std::string& file, const Settings& settings) {
+VXGraphMol read_model(const std::string& file, const Settings& settings, VXAlternates alternates) {
   if (kind_of(file) != FileKind::Model) throw Failure(file, "not a model");
   const LibraryLog log;
   VXGraphMol model;
-  if (!VXReadMolecule(file, model)) throw Failure(file, log.reason(file, "cannot be read as a model"));
+  if (!VXReadMolecule(file, model, alternates))
+    throw Failure(file, log.reason(file, "cannot be read as a model"));
   log.pass_on(settings, file);
   if (!model) throw Failure(file, "there are no atoms in this file");
   return model;
 }
 
-VXGraphMol read_crystal_model(const std::string& file, const Settings& settings) {
-  VXGraphMol model = read_model(file, settings);
+VXGraphMol read_crystal_model(const std::string& file, const Settings& settings, VXAlternates alternates) {
+  VXGraphMol model = read_model(file, settings, alternates);
   if (!VXHasResidues(model))
     throw Failure(file,
                   "no residue data (B factors, occupancies) in this file; a PDB or mmCIF file has them");

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include <molio/read_molecule.h>
 #include <vxgrid/grid/skewgrid.h>
 #include <vxgrid/host/molecule.h>
 #include <vxgrid/reflection/mtz.h>
@@ -26,10 +27,12 @@ void require_whole_ccp4(const std::string& file);
 VXCore::VXSkewGrid read_map(const std::string& file, const Settings& settings);
 
 /// Reads a model; Failure when there are no atoms in it.
-VXCore::VXGraphMol read_model(const std::string& file, const Settings& settings);
+VXCore::VXGraphMol read_model(const std::string& file, const Settings& settings,
+                              VXCore::VXAlternates alternates = VXCore::VXAlternates::Best);
 
 /// The same; Failure when the file has no residue data.
-VXCore::VXGraphMol read_crystal_model(const std::string& file, const Settings& settings);
+VXCore::VXGraphMol read_crystal_model(const std::string& file, const Settings& settings,
+                                      VXCore::VXAlternates alternates = VXCore::VXAlternates::Best);
 
 /// The group and the cell of a model's CRYST1 record; empty when there is no usable one.
 VXCore::VXXtal::VXSymmetry model_symmetry(VXCore::VXGraphMol& model);

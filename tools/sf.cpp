@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include <vxgrid/host/residue.h>
 #include <vxgrid/host/text.h>
 #include <vxgrid/reflection/reflection_impl.h>
 #include <vxgrid/reflection/structure_factors.h>
@@ -82,6 +83,21 @@ void compare_symmetry(VXGraphMol& model, const VXSymmetry& of_data, const SfOpti
                       options.data.c_str()));
 }
 
+/// Tells of atoms that count otherwise than one may expect.
+void note_atoms(const VXGraphMol& model, const SfOptions& options, const Settings& settings) {
+  unsigned no_b = 0, hydrogens = 0;
+  for (const VXAtomBase& atom : VXIter<VXAtomBase>(model.GetAtoms())) {
+    no_b += VXAtomGetResidue(&atom).GetBFactor() <= 0;
+    hydrogens += atom.GetAtomicNum() == 1;
+  }
+  if (no_b)
+    note(settings, text("%s: %u atoms have no B factor above 0; it is %s", options.model.c_str(), no_b,
+                        options.table ? "taken as 0" : "taken as it stands"));
+  if (options.table && hydrogens)
+    note(settings, text("%s: the tables take %u hydrogens for carbons; the exact sum does not",
+                        options.model.c_str(), hydrogens));
+}
+
 std::vector<Reflection> list_of(const VXReflectionImpl& set) {
   std::vector<Reflection> list(set.nref);
   for (std::size_t i = 0; i < list.size(); ++i)
@@ -147,9 +163,10 @@ void compare(Result& result, const SfOptions& options) {
 }
 
 Result compute(const SfOptions& options, const Settings& settings) {
-  VXGraphMol model = read_crystal_model(options.model, settings);
+  VXGraphMol model = read_crystal_model(options.model, settings, VXAlternates::All);
   MtzReflections data = read_reflections(options.data, options.fobs, settings);
   compare_symmetry(model, data.set.GetSymmetry(), options, settings);
+  note_atoms(model, options, settings);
 
   Result result;
   result.label = data.label;
