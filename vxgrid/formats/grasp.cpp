@@ -1,10 +1,11 @@
 #include <vxgrid/formats/grasp.h>
 
 #include <algorithm>
-#include <vector>
+#include <cstring>
 
 #include <vxgrid/host/binary_records.h>
 #include <vxgrid/host/error_handler.h>
+#include <vxgrid/host/large_array.h>
 #include <vxgrid/processing/grid_values.h>
 #include <vxgrid/formats/map_samples.inl>
 
@@ -40,19 +41,15 @@ void write_text(vxostream& out, const char (&text)[n]) {
   VXGraspIO::WriteGraspLine(out, text, n - 1, VXGraspIO::DetermineGraspByteOrder());
 }
 
-// A record of floats, swapped some at a time while they are in the cache.
+// A record of floats. They go out in one piece: a file takes that as it is, without a copy into its buffer.
 void write_floats(vxostream& out, const float* values, std::size_t n) {
-  constexpr std::size_t kBlock = 32768;
-  const int bytes = static_cast<int>(n * sizeof(float));
-  std::vector<unsigned char> block(std::min(n, kBlock) * sizeof(float));
-  VXGraspIO::WBeginGraspBlock(bytes, out);
-  for (std::size_t at = 0; at < n; at += kBlock) {
-    const std::size_t part = std::min(kBlock, n - at);
-    std::memcpy(block.data(), values + at, part * sizeof(float));
-    if (VXGraspIO::DetermineGraspByteOrder()) ArraySwapBytes(block.data(), part, sizeof(float));
-    out.write(block.data(), part * sizeof(float));
-  }
-  VXGraspIO::WEndGraspBlock(bytes, out);
+  const std::size_t bytes = n * sizeof(float);
+  VXHost::VXLargeArray<unsigned char> swapped(bytes, VXHost::VXLargeArray<unsigned char>::Uninitialised);
+  std::memcpy(swapped.data(), values, bytes);
+  if (VXGraspIO::DetermineGraspByteOrder()) ArraySwapBytes(swapped.data(), n, sizeof(float));
+  VXGraspIO::WBeginGraspBlock(static_cast<int>(bytes), out);
+  out.write(swapped.data(), bytes);
+  VXGraspIO::WEndGraspBlock(static_cast<int>(bytes), out);
 }
 
 }  // namespace
