@@ -69,6 +69,7 @@ TARGETS = [
     ("thinning/10", "scikit-image", 0.3),  # 128^3 points, that part of them filled, in percent
     ("thinning/29", "scikit-image", 0.6),
     ("contour_levels*", "sort", 0.5),
+    ("reflections_read*", "gemmi", 0.5),
     ("blob*", "scipy*", 1.0),
     ("json_write", "rapidjson", 1.15),
     ("json_write", "python", 0.3),

@@ -24,9 +24,9 @@ class VXReflection;
 // hkl         yes    -
 // vxx         yes    yes     native, binary: everything a set holds, but for its attributes
 
-/// Reads a file. A file that does not open counts as an empty one: as "hkl" it gives true and an empty set,
-/// as anything else false. On success a set without a title gets the file name as its title. False for an
-/// unknown extension.
+/// Reads a file. A file that does not open counts as an empty one: as "hkl" and "mtz" it gives true and an
+/// empty set, as anything else false. On success a set without a title gets the file name as its title. False
+/// for an unknown extension.
 VXGRID_API bool VXReadReflection(const std::string& filename, VXReflection& set);
 
 /// Writes a file. False, with no file made, when VXIsWritableReflection is; false when the file does not open
@@ -56,15 +56,15 @@ VXGRID_API bool VXReadReflectionPHS(VXHost::vxistream& in, VXReflection& set);
 
 /// The `_refln.` loop of a structure-factor CIF, one reflection a line of at most 128 characters. Columns are
 /// recognised by parts of their names, of which the last one that fits counts: ".F_meas" for the amplitude,
-/// ".F_squared_meas" for an intensity (its square root is fobs, unless there is an amplitude), ".F_calc",
-/// ".phase_meas", ".phase_calc", ".fom", ".F_meas_sigma", also with a small f.
+/// ".F_squared_meas" for an intensity, ".F_calc", ".phase_meas", ".phase_calc", ".fom", ".F_meas_sigma", also
+/// with a small f.
 ///
 /// The name of a sigma column holds that of an amplitude column and counts for it, too: where sigma stands
-/// behind the amplitude, as it does in most files, fobs is read from the sigma column. Files with intensities
-/// alone are not touched by this.
+/// behind the amplitude, as it does in most files, fobs is read from the sigma column. The square root of an
+/// intensity is fobs where the amplitude is not given ("?").
 ///
-/// False without h, k, l, sigma and an amplitude or intensity. Reflections without one of h, k, l or sigma
-/// are left out; other values that are not given ("?") become not-a-number.
+/// False without h, k, l and sigma. Reflections without one of them are left out; other values that are not
+/// given become not-a-number.
 VXGRID_API bool VXReadReflectionCIF(VXHost::vxistream& in, VXReflection& set);
 
 /// Reflections of XPLOR and CNS, "INDEx 1 2 3 FOBS= 379.8 180.0 SIGMA= 6.4 TEST= 0", each over any number of

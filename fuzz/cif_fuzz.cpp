@@ -1,0 +1,6 @@
+#include "reflection_text.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  read_and_write(VXCore::VXReadReflectionCIF, bytes, size);
+  return 0;
+}
