@@ -47,6 +47,8 @@ TARGETS = [
     ("grasp_write/map*", "fwrite", 2.0),  # the grid writer interpolates first
     ("xplor_read*", "from_chars", 1.3),
     ("records_write*", "fwrite", 1.6),
+    ("grd_read*", "fread", 1.5),
+    ("grd_write*", "fwrite", 1.6),
     ("records_read*", "fread", 1.5),
     ("trilinear*", "gemmi", 0.8),
     ("trilinear*", "scipy", 0.3),
