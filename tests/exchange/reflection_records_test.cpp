@@ -48,22 +48,14 @@ TEST(ReflectionRecords, OutAndBack) {
 }
 
 TEST(ReflectionRecords, Status) {
-  const VXBinaryIOHandler handler;
   VXReflection set = small_set();
-  VXReflectionReadFxn read;
   const std::string image = image_of(set);
-  const struct {
-    unsigned long length;
-    std::string bytes;
-    unsigned int status;
-  } rows[] = {{0, image, VXBDone},
-              {image.size(), image + "more", VXBDone},
-              {image.size() + 1, image, VXBRecordShort},
-              {2, image, VXBEndOfStream},
-              {image.size() - 1, image, VXBUnknownBad}};
-  for (const auto& row : rows) {
-    VXHost::vxisstream in(row.bytes);
-    EXPECT_EQ(read(in, set, row.length, handler), row.status);
+  const unsigned long n = image.size();
+  const std::pair<unsigned long, unsigned int> rows[] = {
+      {0, VXBDone}, {n, VXBDone}, {n + 1, VXBRecordShort}, {2, VXBEndOfStream}, {n - 1, VXBUnknownBad}};
+  for (const auto& [length, status] : rows) {
+    VXHost::vxisstream in(image);
+    EXPECT_EQ(VXReflectionReadFxn()(in, set, length, VXBinaryIOHandler()), status);
     EXPECT_EQ(image_of(set), image);
   }
 }

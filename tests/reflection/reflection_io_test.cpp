@@ -170,6 +170,7 @@ TEST(VXX, Layout) {
 TEST(VXX, Status) {
   const std::string start(3, '\0'), two = block("nref", bytes<unsigned>({2}));
   const std::string h = block("H", bytes<int>({8, 9}));
+  // clang-format off
   const struct {
     const char* what;
     std::string image;
@@ -177,14 +178,14 @@ TEST(VXX, Status) {
     const char* h;
   } rows[] = {
       {"two header bytes", std::string(2, '\0'), 8, "old"},
-      {"nothing more", start, 0, "-"},
-      {"any order", start + h + two, 0, "8 9"},
+      {"nothing more", start, 0, ""},
+      {"any order", start + h + two, 0, "h 8 9"},
       {"unknown tags", start + block("new", "x") + two + h + block("newer", ""), 8, "old"},
-      {"unknown tags", start + block("new", "x") + two + h + block("newer", "1"), 0, "8 9"},
+      {"unknown tags", start + block("new", "x") + two + h + block("newer", "1"), 0, "h 8 9"},
       {"the last counts",
-       start + block("nref", bytes<unsigned>({7})) + two + h + block("H", bytes<int>({3, 4})), 0, "3 4"},
-      {"longer than needed", start + two + block("H", bytes<int>({8, 9, 10})), 0, "8 9"},
-      {"no columns", start + block("nref", bytes<unsigned>({4000000000})), 0, "-"},
+       start + block("nref", bytes<unsigned>({7})) + two + h + block("H", bytes<int>({3, 4})), 0, "h 3 4"},
+      {"longer than needed", start + two + block("H", bytes<int>({8, 9, 10})), 0, "h 8 9"},
+      {"no columns", start + block("nref", bytes<unsigned>({4000000000})), 0, ""},
       {"a column too short", start + block("nref", bytes<unsigned>({4000000000})) + h, 6, "old"},
       {"a number too short", start + block("nref", "12"), 6, "old"},
       {"a cell too short", start + two + block("cell", std::string(20, 'x')), 6, "old"},
@@ -195,6 +196,7 @@ TEST(VXX, Status) {
       {"padded", start + two + h + std::string(8, '\0'), 4, "old"},
       {"length beyond all", start + two + std::string("\0\1H\xff\xff\xff\xff\x0f", 8), 9, "old"},
   };
+  // clang-format on
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
     VXReflection set = full_set();
@@ -206,42 +208,31 @@ TEST(VXX, Status) {
     if (row.h == std::string("old")) {
       EXPECT_EQ(column_bytes(set), before);
     } else {
-      EXPECT_EQ(listed(set.GetImpl()->h, set.GetCount()), row.h);
+      EXPECT_EQ(listed(set), row.h);
     }
   }
 }
 
-// Real sets out and back: native files keep every bit, text what its digits hold.
+// A real set out and back: the native file keeps every bit, text what its digits hold.
 TEST(ReflectionFiles, RoundTrips) {
-  for (const char* name : {"crystals/1dur.mtz", "crystals/4hg7.mtz", "crystals/5wkd.mtz"}) {
-    SCOPED_TRACE(name);
-    SKIP_WITHOUT_DATA(name);
-    VXReflection set, vxx, phs, fob;
-    ASSERT_TRUE(VXReadReflection(real_data(name), set));
-    ASSERT_TRUE(set.CalcResolution());
-    const VXReflectionImpl& r = *set.GetImpl();
-    ASSERT_TRUE(r.fobs && r.fom && set.SetColumn(Column::Phase, r.phase_calc, r.nref));
-    for (const auto& [extension, to] :
-         {std::pair("vxx", &vxx), std::pair("phs", &phs), std::pair("fob", &fob)}) {
-      const std::string file = scratch_file(std::string("trip.") + extension);
-      ASSERT_TRUE(VXWriteReflection(file, set));
-      ASSERT_TRUE(VXReadReflection(file, *to));
-      ASSERT_EQ(to->GetCount(), r.nref);
-      const VXReflectionImpl& back = *to->GetImpl();
-      EXPECT_TRUE(std::equal(r.h, r.h + r.nref, back.h) && std::equal(r.k, r.k + r.nref, back.k) &&
-                  std::equal(r.l, r.l + r.nref, back.l));
-      const double last_digit = extension == std::string("fob") ? 0.5e-5 : 0.5e-3;
-      for (unsigned int i = 0; i < r.nref; ++i) {
-        if (std::isnan(r.fobs[i])) continue;
-        ASSERT_NEAR(back.fobs[i], r.fobs[i], last_digit + 6e-8 * r.fobs[i]);
-        const bool is_turned = r.phase[i] < -last_digit && extension == std::string("phs");
-        ASSERT_NEAR(back.phase[i], r.phase[i] + (is_turned ? 360 : 0), last_digit + 4e-5);
-      }
+  SKIP_WITHOUT_DATA("crystals/4hg7.mtz");
+  VXReflection set, back;
+  ASSERT_TRUE(VXReadReflection(real_data("crystals/4hg7.mtz"), set));
+  const VXReflectionImpl &r = *set.GetImpl(), &b = *back.GetImpl();
+  ASSERT_TRUE(r.fobs && r.fom && set.SetColumn(Column::Phase, r.phase_calc, r.nref));
+  for (const std::string name : {"trip.phs", "trip.fob", "trip.vxx"}) {
+    ASSERT_TRUE(VXWriteReflection(scratch_file(name), set) && VXReadReflection(scratch_file(name), back));
+    ASSERT_EQ(b.nref, r.nref);
+    const float last_digit = name == "trip.phs" ? 0.00051f : 0.00002f;
+    for (unsigned int i = 0; i < r.nref; ++i) {
+      ASSERT_TRUE(r.h[i] == b.h[i] && r.k[i] == b.k[i] && r.l[i] == b.l[i]) << name << i;
+      ASSERT_TRUE(std::isnan(r.fobs[i]) || std::abs(r.fobs[i] - b.fobs[i]) <= last_digit) << name << i;
+      ASSERT_LE(std::abs(r.phase[i] - b.phase[i]), last_digit) << name << i;
     }
-    EXPECT_EQ(column_bytes(vxx), column_bytes(set));
-    EXPECT_EQ(vxx.GetSymmetry().GetNumber(), set.GetSymmetry().GetNumber());
-    EXPECT_TRUE(vxx.GetSymmetry().cell().equalsCell(set.GetSymmetry().cell(), 0));
   }
+  EXPECT_EQ(column_bytes(back), column_bytes(set));
+  EXPECT_EQ(back.GetSymmetry().GetNumber(), set.GetSymmetry().GetNumber());
+  EXPECT_TRUE(back.GetSymmetry().cell().equalsCell(set.GetSymmetry().cell(), 0));
 }
 
 }  // namespace
