@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+
 #include <vxgrid/exchange/grid_json.h>
 
 #include "grid/grid_support.h"
@@ -23,16 +25,9 @@ bool same(const T& a, const T& b) {
   return VXCore::VXGridSameGeometry(a, b) && values_of(a) == values_of(b) && a.GetTitle() == b.GetTitle();
 }
 
+/// Its part of names: "" or "Skew".
 template <class T>
-struct Expected;
-template <>
-struct Expected<VXScalarGrid> {
-  static constexpr const char *name = "Chem.Grid", *vector = "Chem.GridVec", *format = "<VXScalarGrid>";
-};
-template <>
-struct Expected<VXSkewGrid> {
-  static constexpr const char *name = "Chem.SkewGrid", *vector = "Chem.SkewGridVec", *format = "<VXSkewGrid>";
-};
+const std::string kind = std::is_same_v<T, VXSkewGrid> ? "Skew" : "";
 
 }  // namespace
 
@@ -43,15 +38,13 @@ TYPED_TEST_SUITE(GridField, Kinds);
 
 TYPED_TEST(GridField, IsRegisteredAtLoad) {
   auto& registry = VXFieldTypeHandlerRegistry::GetInstance();
-  const struct {
-    const char* name;
-    const void* type;
-  } rows[] = {{Expected<TypeParam>::name, VXCore::VXGetDataType<TypeParam>()},
-              {Expected<TypeParam>::vector, VXCore::VXGetDataType<std::vector<TypeParam>>()}};
-  for (const auto& row : rows) {
-    auto* const handler = const_cast<VXFieldTypeHandler*>(registry.FindByType(row.type));
-    ASSERT_TRUE(handler && handler == registry.FindByName(row.name));
-    EXPECT_STREQ(call_slot<const char*>(handler, 6), row.name);
+  const std::pair<std::string, const void*> rows[] = {
+      {"Chem." + kind<TypeParam> + "Grid", VXCore::VXGetDataType<TypeParam>()},
+      {"Chem." + kind<TypeParam> + "GridVec", VXCore::VXGetDataType<std::vector<TypeParam>>()}};
+  for (const auto& [name, type] : rows) {
+    auto* const handler = const_cast<VXFieldTypeHandler*>(registry.FindByName(name));
+    ASSERT_TRUE(handler && handler == registry.FindByType(type));
+    EXPECT_EQ(call_slot<const char*>(handler, 6), name);
     EXPECT_TRUE(call_slot<bool>(handler, 7) && !call_slot<bool>(handler, 8));
   }
 }
@@ -66,7 +59,7 @@ TYPED_TEST(GridField, OneGridThereAndBack) {
   EXPECT_TRUE(same(back, grid) && !back.HasData("SIGMA"));
   EXPECT_TRUE(field.PtrToBytes(&grid) == bytes && *Field::ToBytes(VXOptional<TypeParam>(grid)) == bytes);
   EXPECT_FALSE(Field::ToBytes(VXOptional<TypeParam>()));
-  EXPECT_EQ(Field::Format(grid), Expected<TypeParam>::format);
+  EXPECT_EQ(Field::Format(grid), kind<TypeParam>.empty() ? "<VXScalarGrid>" : "<VXSkewGrid>");
 
   // Through JSON, which is that of the grid read from the bytes; of no bytes that of a default grid.
   EXPECT_EQ(field.BytesToJSON(bytes), VXCore::VXGridToJSON(back, 17303));
@@ -120,38 +113,25 @@ TYPED_TEST(GridField, VectorsFromStrangersBytes) {
   using Field = VXVectorFieldType<TypeParam>;
   const VXBytes grid = VXFieldType<TypeParam>::ToBytes(sample_grid<TypeParam>());
   const struct {
-    const char* what;
-    int count;
-    int grids;     // in the bytes
-    bool damaged;  // a blob that is no grid follows
+    int count, grids;  // announced, and in the bytes, where something that is no grid follows
     bool result;
     std::size_t size;
-    const char* json;  // null for that of the grids
-  } rows[] = {
-      {"none", 0, 0, false, true, 0, "[]"},
-      {"below none", -1, 1, false, true, 0, "[]"},
-      {"more than there are", 3, 2, false, false, 2, ""},
-      {"more than the bytes pay for", 2147483647, 0, false, false, 0, ""},
-      {"one that is no grid", 2, 1, true, false, 2, ""},
-      {"bytes behind", 1, 1, true, true, 1, nullptr},
-  };
+  } rows[] = {{0, 0, true, 0},  {-1, 1, true, 0}, {1, 1, true, 1},
+              {2, 1, false, 2}, {3, 1, false, 2}, {INT_MAX, 2, false, 0}};
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
     const CapturedLog quiet;
     VXWriteBuffer out;
     out.WriteInt(row.count);
     for (int i = 0; i < row.grids; ++i) out.WriteBlob(grid);
-    if (row.damaged) out.WriteBlob(VXBytes(grid.begin(), grid.end() - 3));
+    out.WriteBlob(VXBytes(grid.begin(), grid.end() - 3));
     typename Field::Grids back(1);
     typename Field::OptionalGrids some;
-    EXPECT_EQ(Field::FromBytes(back, out.GetBytes()), row.result);
+    EXPECT_EQ(Field::FromBytes(back, out.GetBytes()), row.result) << row.count;
     EXPECT_EQ(Field::FromBytes(some, out.GetBytes()), row.result);
-    EXPECT_TRUE(back.size() == row.size && some.size() == row.size);
-    for (std::size_t i = 0; i < some.size(); ++i)
-      EXPECT_TRUE(i < static_cast<std::size_t>(row.grids) ? bool(some[i])
-                                                          : !some[i] && back[i].GetSize() == 1);
-    const std::string json = Field().BytesToJSON(out.GetBytes());
-    EXPECT_EQ(json, row.json ? row.json : "[" + VXFieldType<TypeParam>().BytesToJSON(grid) + "]");
+    ASSERT_TRUE(back.size() == row.size && some.size() == row.size) << row.count;
+    EXPECT_TRUE(row.size < 2 || back[1].GetSize() == 1);
+    for (std::size_t i = 0; i < some.size(); ++i) EXPECT_EQ(bool(some[i]), i == 0);
+    EXPECT_EQ(Field().BytesToJSON(out.GetBytes()).empty(), !row.result);
   }
   EXPECT_EQ(Field().BytesToJSON(VXBytes()), "");
 }
