@@ -127,23 +127,28 @@ std::string document_text(const Grid& grid, unsigned int flags) {
 
 // --- reading ---
 
-bool ReadDoubleArray(const VXJSONValue& value, const char* key, float* out, unsigned int size) {
+const VXJSONValue* array_of_size(const VXJSONValue& value, const char* key, unsigned int size) {
   const auto array = GetJSONArrayAttr(value, key, true);
-  if (array.error) return false;
-  if (array.value->Size() != size) {
-    VXThrow.Error("grid.%s must be an array of size %d, got %d instead", key, static_cast<int>(size),
-                  static_cast<int>(array.value->Size()));
-    return false;
-  }
-  for (unsigned int i = 0; i < size; ++i) {
-    const VXJSONValue& element = (*array.value)[i];
-    if (!element.IsNumber()) {
+  if (array.error || array.value->Size() == size) return array.value;
+  VXThrow.Error("grid.%s must be an array of size %d, got %d instead", key, static_cast<int>(size),
+                static_cast<int>(array.value->Size()));
+  return nullptr;
+}
+
+bool read_numbers(const VXJSONValue& array, const char* key, float* out) {
+  for (unsigned int i = 0; i < array.Size(); ++i) {
+    if (!array[i].IsNumber()) {
       VXThrow.Error("grid.%s[%d] must be a number", key, static_cast<int>(i));
       return false;
     }
-    out[i] = static_cast<float>(element.GetDouble());
+    out[i] = static_cast<float>(array[i].GetDouble());
   }
   return true;
+}
+
+bool ReadDoubleArray(const VXJSONValue& value, const char* key, float* out, unsigned int size) {
+  const VXJSONValue* const array = array_of_size(value, key, size);
+  return array && read_numbers(*array, key, out);
 }
 
 bool ReadUIntArray(const VXJSONValue& value, unsigned int (&out)[3]) {
@@ -184,10 +189,10 @@ bool parseGrid(Grid& grid, const VXJSONValue& value, bool base_data) {
 
   // The product wraps at 32 bits; SetDim refuses what wrapped. Memory is taken when as many values are there.
   const unsigned int n = dim[0] * dim[1] * dim[2];
-  const auto listed = GetJSONArrayAttr(value, "values", false);
-  VXHost::VXLargeArray<float> values(listed.value && listed.value->Size() == n ? n + std::size_t{1} : 1,
-                                     VXHost::VXLargeArray<float>::Uninitialised);
-  if (!ReadDoubleArray(value, "values", values.data(), n)) return false;
+  const VXJSONValue* const listed = array_of_size(value, "values", n);
+  if (!listed) return false;
+  VXHost::VXLargeArray<float> values(n + std::size_t{1}, VXHost::VXLargeArray<float>::Uninitialised);
+  if (!read_numbers(*listed, "values", values.data())) return false;
   if (!grid.SetMid(mid[0], mid[1], mid[2]) || !grid.SetDim(dim[0], dim[1], dim[2])) return false;
   if (!grid.SetSpacing(static_cast<float>(spacing.value))) {
     VXThrow.Warning("JSON: \"resolution\" %g is no spacing", spacing.value);
