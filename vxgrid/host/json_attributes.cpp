@@ -275,7 +275,6 @@ struct Reading {
   unsigned int tag;
   const VXJSONValue& value;
   const char* name;
-  bool is_new;  // no attribute of the tag is there yet, and none is searched for
 
   bool Misfit(std::string_view hint) const {
     VXThrow.Error("JSON: attribute %s is not of type %s", name, std::string(hint).c_str());
@@ -284,9 +283,9 @@ struct Reading {
 
   bool Plain(const PlainType& type, bool shares) const {
     bool fits = true;
-    if (!shares) return type.read(object, tag, value, is_new, fits) || (!fits && Misfit(type.hint));
+    if (!shares) return type.read(object, tag, value, false, fits) || (!fits && Misfit(type.hint));
     if (!value.IsArray()) return Misfit(std::string(type.hint) + "+");
-    bool add = is_new;
+    bool add = false;
     for (const auto& element : value.GetArray()) {
       if (!type.read(object, tag, element, add, fits)) return !fits && Misfit(type.hint);
       add = true;
@@ -366,9 +365,13 @@ bool VXParseBaseDataJSON(VXBase& object, const VXJSONValue& value, const char* c
     const std::string_view name = text_of(member.name);
     if (is_listed(name, list, count) || !seen.insert(name).second) continue;
     const unsigned int tag = VXGetTag(std::string(name));
-    const Reading reading{object, tag, member.value, member.name.GetString(), there.count(tag) == 0};
+    // No search among many attributes for one that is not there.
+    VXBase added;
+    const Reading reading{there.count(tag) ? object : added, tag, member.value, member.name.GetString()};
     const auto hint = hints.find(name);
-    if (!(hint == hints.end() ? reading.Unhinted() : reading.Hinted(hint->second))) return false;
+    const bool good = hint == hints.end() ? reading.Unhinted() : reading.Hinted(hint->second);
+    VXMoveBaseData(object, std::move(added));
+    if (!good) return false;
   }
   return true;
 }
