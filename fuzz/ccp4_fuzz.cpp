@@ -1,26 +1,14 @@
 // CCP4 maps from untrusted bytes: as a grid, as an image, and what was read written again.
 
 #include <vxgrid/formats/ccp4.h>
-#include <vxgrid/processing/make_grid.h>
-
-#include <cmath>
 
 #include "fuzz.h"
+#include "regular_size.h"
 
 using namespace VXCore;
 
 // A large map of few bytes is slow to write and tells nothing new.
 constexpr unsigned int kSmall = 65536;
-
-// Samples of the grid made regular, which a map without a group becomes on its way to a file: with steps of
-// very different length along the axes these are many, as they all get the shortest one.
-static double regular_size(const VXZemoGrid& grid) {
-  float centre[3], extents[3];
-  VXGetCenterAndExtents(grid, centre, extents);
-  double n = 1;
-  for (const float extent : extents) n *= std::fabs((extent + 1e-5f) / grid.GetSpacing()) + 2;
-  return n;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const QuietLog quiet;
