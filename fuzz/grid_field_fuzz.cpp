@@ -10,9 +10,10 @@
 
 using namespace VXRecordKit;
 
+constexpr double kSmall = 65536;
+
 // Plain grids are made regular when they are read from bytes.
 static bool all_small(const VXBytes& bytes) {
-  constexpr double kSmall = 65536;
   VXCore::VXSkewGrid grid;
   VXVectorFieldType<VXCore::VXSkewGrid>::Grids grids;
   VXFieldType<VXCore::VXSkewGrid>::FromBytes(grid, bytes);
