@@ -143,13 +143,6 @@ TEST(JSON, AttributesKeepTypeValueAndOrder) {
   VXBase back;
   ASSERT_TRUE(read_attributes(back, text));
   EXPECT_EQ(attributes_text(back), text);
-  const auto& all = back.GetBaseImpl()->GetAll();
-  const auto& original = object.GetBaseImpl()->GetAll();
-  ASSERT_EQ(all.size(), original.size() - 1);
-  for (std::size_t i = 0, k = 0; i < all.size(); ++i, ++k) {
-    if (original[k]->GetTag() == VXGetTag("hidden")) ++k;
-    EXPECT_EQ(all[i]->GetDataType(), original[k]->GetDataType()) << VXGetTag(all[i]->GetTag());
-  }
   EXPECT_EQ(back.GetData<std::string>("text"), std::string("\"\xc3\xa4\"\0", 5));
 
   CapturedLog log;

@@ -84,7 +84,6 @@ class DocumentBuilder {
     double value;
     const std::errc fault = std::from_chars(at, end_, value).ec;
     if (fault == std::errc{}) return document_.Double(value);
-    if (fault == std::errc::invalid_argument) return document_.Double(approximate);  // "Inf", say
     if (std::fabs(approximate) < 1) return document_.Double(std::copysign(0.0, approximate));
     fault_ = "number too large";
     return false;

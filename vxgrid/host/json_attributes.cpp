@@ -42,12 +42,14 @@ VXJSONHandlerBase* find_handler(Predicate is_it) {
   return nullptr;
 }
 
+std::string_view text_of(const VXJSONValue& value) { return {value.GetString(), value.GetStringLength()}; }
+
 VXJSONHandlerBase* handler_of_object(const VXJSONValue& value) {
   if (!value.IsObject()) return nullptr;
   const auto type = value.FindMember("type");
   if (type == value.MemberEnd() || !type->value.IsString()) return nullptr;
-  const char* const name = type->value.GetString();
-  return find_handler([&](const VXJSONHandlerBase& h) { return std::string_view(h.GetJsonType()) == name; });
+  const std::string_view name = text_of(type->value);
+  return find_handler([&](const VXJSONHandlerBase& h) { return h.GetJsonType() == name; });
 }
 
 // --- values that JSON can hold without a handler ---
@@ -253,8 +255,6 @@ std::string write_attributes(VXJSONWriter& writer, const std::string& name, cons
 // --- reading ---
 
 using Hints = std::unordered_map<std::string_view, std::string_view>;
-
-std::string_view text_of(const VXJSONValue& value) { return {value.GetString(), value.GetStringLength()}; }
 
 bool read_hints(const VXJSONValue& value, Hints& hints) {
   const auto member = value.FindMember(kHintKey);
