@@ -43,10 +43,10 @@ VXZemoGrid full_grid() {
 }
 
 // A lattice record by hand: 3 x 1 x 2 with spacing and midpoint set.
-RecordBytes lattice(bool big, unsigned int fields, int flags = 15) {
+RecordBytes lattice(bool big, unsigned int fields, const char* title = "whole") {
   RecordBytes data(big);
-  data.orders().byte(flags).numbers<unsigned int>({3, 1, 2, fields});
-  return data.numbers<float>({0.5f, 1, NAN, -3}).tag("whole");
+  data.orders().byte(15).numbers<unsigned int>({3, 1, 2, fields});
+  return data.numbers<float>({0.5f, 1, NAN, -3}).tag(title);
 }
 RecordBytes zemo_data(bool big) {
   RecordBytes data(big);
@@ -61,14 +61,7 @@ RecordBytes float_part(bool big) {
 }
 RecordBytes int_part(bool big) {
   // The title of the whole belongs to the floats.
-  RecordBytes data(big);
-  data.orders()
-      .byte(15)
-      .numbers<unsigned int>({3, 1, 2, 1})
-      .numbers<float>({0.5f, 1, NAN, -3})
-      .tag("")
-      .tag("", 1);
-  data.numbers<int>({0, 0, 0, 0, 0, -9});
+  RecordBytes data = lattice(big, 1, "").tag("", 1).numbers<int>({0, 0, 0, 0, 0, -9});
   return RecordBytes(big).byte(big).record("VXMultiGridInt", data);
 }
 RecordBytes sigma(bool big) {
@@ -231,6 +224,13 @@ TEST_F(GridRecords, UnknownInnerRecordsComeOutAgain) {
   EXPECT_NE(again.find(unknown), std::string::npos);
   ASSERT_EQ(read_record(again, read, handler), VXBDone);
   EXPECT_EQ(record_of(read, handler), again);
+  // One in the place of the values stays with the grid and leaves them as they are, whatever their order.
+  RecordBytes part;
+  part.record("VXZemoGridFloatMultiGrid", RecordBytes().byte(1).raw(unknown));
+  VXZemoGrid full = full_grid();
+  ASSERT_EQ(read_record(RecordBytes().record("VXZemoGrid", part).str(), full, handler), VXBDone);
+  EXPECT_TRUE(full.HasData("vxb:VXLater") && !full.GetFloats().HasData("vxb:VXLater"));
+  EXPECT_TRUE(std::equal(kValues, kValues + 12, full.GetFloats().GetValues()));
 }
 
 TEST_F(GridRecords, LargeGridsThroughFiles) {
@@ -296,6 +296,18 @@ TEST_F(GridRecords, ClaimsThatTheLengthCannotPayFor) {
     RecordBytes block;
     return RecordBytes().record("VXZemoGridData", block.orders().byte(0).numbers({floats, integers}).byte(0));
   };
+  // Fields of a grid whose fields have a grid, and so on: each level multiplies what a copy takes.
+  RecordBytes nested;
+  for (int level = 0; level < 6; ++level) {
+    RecordBytes attribute, fields = head({1, 0, 1, 16}).tag("");
+    attribute.tag("a").record("VXZemoGrid", nested.str().empty() ? data(1, 1) : nested);
+    for (int field = 0; field < 16; ++field) fields.tag("", 1);
+    fields.record("VXBase", RecordBytes().record("VXBaseVXZemoGrid", attribute));
+    nested = part(fields);
+  }
+  // A long part, copied for each new field.
+  RecordBytes growing = part(head({1000, 200, 1, 1}, 16).tag("").tag("", 1).raw(std::string(12500, '\0')));
+  for (unsigned int fields = 2; fields <= 16; ++fields) growing.raw(data(1, fields).str());
   const struct {
     const char* what;
     RecordBytes inner;
@@ -309,6 +321,8 @@ TEST_F(GridRecords, ClaimsThatTheLengthCannotPayFor) {
       {"float fields to come", data(4000000000u, 1), 2},
       {"integer fields to come", data(1, 100), 2},
       {"a few fields to come", data(3, 2), 0},
+      {"fields one by one", growing, 2},
+      {"fields within fields", nested, 2},
   };
   for (const auto& row : rows) {
     VXZemoGrid grid;

@@ -23,37 +23,35 @@ constexpr unsigned long kValuesPerZero = 16;
 // Fields are objects beyond their values, so a record must be long enough for the number that it claims.
 bool can_pay_for_fields(unsigned int fields, unsigned long long bytes) { return fields <= 16 + bytes / 64; }
 
-// The view of each field has a copy of the title and the attributes. New views are made for every data block,
-// of which a record may hold any number, so they are counted in all that is read as one.
-class ViewBudget {
+// The views that surround what is being read. A copy of a multi-field grid gives each view a copy of the
+// attributes, which may be grids of the same kind: what is copied multiplies from level to level.
+class ViewsAround {
  public:
-  /// Takes note of what the views of a part will carry; false for more than the record's bytes can pay for.
-  static bool Carry(unsigned int fields, unsigned long long title, unsigned long long attributes,
-                    unsigned long long bytes) {
-    Used& used = Now();
-    used.carried =
-        std::max(used.carried, title + 16 * attributes);  // small pieces, each in memory of its own
-    return fields == 1 || title + attributes <= (65536 + 4 * bytes) / fields;
-  }
-  /// Counts the making of so many views; false when it has taken too long.
-  static bool Make(unsigned long long views) {
-    constexpr unsigned long long kMost = 1ull << 29;  // bytes copied, or what takes as long
-    Used& used = Now();
-    used.made += views * (128 + used.carried);
-    return used.made < kMost;
+  explicit ViewsAround(unsigned int views) : outer_(copies_) { copies_ *= views + 1ull; }
+  ~ViewsAround() { copies_ = outer_; }
+  ViewsAround(const ViewsAround&) = delete;
+  ViewsAround& operator=(const ViewsAround&) = delete;
+  /// Whether a record of that length can pay for so many bytes in each of them.
+  static bool CanCarry(unsigned long long carried, unsigned long long length) {
+    return carried <= (65536 + 4 * length) / copies_;
   }
 
  private:
-  struct Used {
-    unsigned long record = 0;
-    unsigned long long carried = 0, made = 0;
-  };
-  static Used& Now() {
-    static thread_local Used used;
-    if (used.record != VXBNesting::Outermost()) used = {VXBNesting::Outermost()};
-    return used;
-  }
+  static thread_local unsigned long long copies_;
+  unsigned long long outer_;
 };
+thread_local unsigned long long ViewsAround::copies_ = 1;
+
+// Adds to the bytes that data blocks, of which a record may hold any number, have had copied in all that is
+// read as one, or to what takes as long. False when it has been too much.
+bool can_work(unsigned long long bytes, unsigned long long behind) {
+  static thread_local unsigned long record = 0;
+  static thread_local unsigned long long done = 0;
+  if (record != VXBNesting::Outermost()) done = 0;
+  record = VXBNesting::Outermost();
+  done += bytes;
+  return done < (1ull << 29) + 64 * behind;
+}
 
 template <class Grid>
 struct Lattice;  // what a record of this class of grid is called, and how its fields are reached
@@ -62,6 +60,7 @@ template <>
 struct Lattice<VXGrid<float>> {
   using Value = float;
   static constexpr const char* kTag = "VXGridFloat";
+  static constexpr bool kHasViews = false;
   static unsigned int Fields(const VXGrid<float>&) { return 1; }
   static bool SetFields(VXGrid<float>&, unsigned int n) { return n == 1; }
   static void ClearOwn(VXGrid<float>& grid) { grid.VXGrid<float>::Clear(); }
@@ -72,6 +71,7 @@ struct Lattice<VXGrid<float>> {
 template <class T>
 struct MultiLattice {
   using Value = T;
+  static constexpr bool kHasViews = true;
   static unsigned int Fields(const VXMultiGrid<T>& grid) { return grid.GetNumGrids(); }
   static bool SetFields(VXMultiGrid<T>& grid, unsigned int n) { return grid.SetNumGrids(n); }
   static void ClearOwn(VXMultiGrid<T>& grid) { grid.Clear(); }
@@ -202,7 +202,8 @@ class LatticeReadFxn : public VXReadFxn<Grid> {
       const unsigned long bytes = head.count * sizeof(T);
       if (data.read(reinterpret_cast<char*>(values.data()), bytes) != bytes) return VXBFieldShort;
     }
-    if (!ViewBudget::Carry(head.fields, head.title.size(), data.max_bytes_left(), length)) return VXBNoMemory;
+    const ViewsAround around(L::kHasViews ? head.fields : 0);
+    if (!ViewsAround::CanCarry(head.title.size() + data.max_bytes_left(), length)) return VXBNoMemory;
     Assign(head, std::move(values), grid);
     while (status == VXBDone && data) status = VXBinaryRead<VXBase>(data, grid, handler);
     return status;
@@ -218,10 +219,10 @@ class LatticeReadFxn : public VXReadFxn<Grid> {
         !VXBReadData(in, head.spacing, swap_floats) || !read_numbers(in, head.mids, 3, swap_floats) ||
         !VXBReadTag(in, head.title))
       return VXBFieldShort;
-    if (head.fields == 0 || (std::is_same_v<Grid, VXGrid<float>> && head.fields != 1)) return VXBFieldShort;
-    if (!can_pay_for_fields(head.fields, length) ||
-        !ViewBudget::Carry(head.fields, head.title.size(), 0, length))
-      return VXBNoMemory;
+    if (head.fields == 0 || (!L::kHasViews && head.fields != 1)) return VXBFieldShort;
+    if (!can_pay_for_fields(head.fields, length)) return VXBNoMemory;
+    const ViewsAround around(L::kHasViews ? head.fields : 0);
+    if (!ViewsAround::CanCarry(head.title.size(), length)) return VXBNoMemory;
     if (!CountValues(head)) return VXBFieldShort;
     head.field_titles.resize(head.fields);
     for (std::string& title : head.field_titles) {
@@ -251,7 +252,7 @@ class LatticeReadFxn : public VXReadFxn<Grid> {
   static void Assign(const Head& head, VXHost::VXLargeArray<T>&& values, Grid& grid) {
     VXBase attributes(std::move(static_cast<VXBase&>(grid)));
     L::ClearOwn(grid);
-    if (std::is_same_v<Grid, VXGrid<float>>) VXMoveBaseData(grid, std::move(attributes));
+    if (!L::kHasViews) static_cast<VXBase&>(grid) = std::move(attributes);
     if (head.flags & kSpacingSet) grid.SetSpacing(head.spacing);
     if (head.flags & kXMidSet) grid.SetXMid(head.mids[0]);
     if (head.flags & kYMidSet) grid.SetYMid(head.mids[1]);
@@ -298,18 +299,45 @@ bool gather_part(vxostream& out, const char* tag, unsigned char order, const VXM
          VXBWriteRecord(out, tag, data);
 }
 
+// A record in the place of the lattice stays with the grid, so that the part's views carry no copies of it.
 template <class T>
-unsigned int read_part(vxistream& in, unsigned long length, bool (*differs)(unsigned char),
+unsigned int read_part(vxistream& in, unsigned long length, bool (*differs)(unsigned char), VXZemoGrid& grid,
                        VXMultiGrid<T>& part, const VXBinaryIOHandlerBase& handler) {
   vxsubstream data(in, length);
   bool swap;
   if (!read_order(data, differs, swap)) return VXBEndOfStream;
+  std::string tag;
+  const bool is_lattice = VXBReadTag(data, tag) && tag == Lattice<VXMultiGrid<T>>::kTag;
+  data.seek(1);
+  if (!is_lattice) return VXBinaryRead<VXBase>(data, grid, handler);
   const unsigned int status = VXBinaryRead<VXMultiGrid<T>>(data, part, handler);
   if (status == VXBDone && swap)
     ArraySwapBytes(reinterpret_cast<unsigned char*>(part.GetValues()),
                    static_cast<unsigned long>(part.GetNumGrids()) * part.GetSize(), sizeof(T));
   return status;
 }
+
+// The work of selecting field n and making the views anew. Fields that are not there yet must be to come.
+template <class T>
+bool can_select(unsigned int n, const VXMultiGrid<T>& part, unsigned long long behind) {
+  const unsigned int have = part.GetNumGrids();
+  if (n > have && !can_pay_for_fields(n, behind)) return false;
+  const auto values = n > have ? std::min(1ull * n * part.GetSize(), 1ull << 32) : 0;  // are copied
+  return can_work(std::max(n, have) * (128 + part.GetTitle().size()) + 32 * values, behind);
+}
+
+// Takes the attributes off an object for its lifetime.
+class WithoutAttributes {
+ public:
+  explicit WithoutAttributes(VXBase& object) : object_(object), kept_(std::move(object)) {}
+  ~WithoutAttributes() { object_ = std::move(kept_); }
+  WithoutAttributes(const WithoutAttributes&) = delete;
+  WithoutAttributes& operator=(const WithoutAttributes&) = delete;
+
+ private:
+  VXBase& object_;
+  VXBase kept_;
+};
 
 }  // namespace
 
@@ -356,12 +384,11 @@ unsigned int VXZemoGridDataReadFxn::operator()(vxistream& in, VXZemoGrid& grid, 
   }
   unsigned int multiples[2];
   if (!read_numbers(data, multiples, 2, swap_ints)) return VXBFieldShort;
-  // Fields that are not there yet are made, so they must be to come.
-  const unsigned int have[2] = {grid.GetFloats().GetNumGrids(), grid.GetIntegers().GetNumGrids()};
-  for (int part = 0; part < 2; ++part)
-    if ((multiples[part] > have[part] && !can_pay_for_fields(multiples[part], behind)) ||
-        !ViewBudget::Make(std::max(multiples[part], have[part])))
-      return VXBNoMemory;
+  if (!can_select(multiples[0], grid.GetFloats(), behind) ||
+      !can_select(multiples[1], grid.GetIntegers(), behind))
+    return VXBNoMemory;
+  // The views that are made here get the titles alone.
+  const WithoutAttributes bare_floats(grid.GetFloats()), bare_integers(grid.GetIntegers());
   grid.SetFloatsMultiple(multiples[0]);
   grid.SetIntegersMultiple(multiples[1]);
   const int wraps = data.getbyte();
@@ -390,7 +417,7 @@ VXZemoGridFloatReadFxn* VXZemoGridFloatReadFxn::CreateCopy() const { return new 
 
 unsigned int VXZemoGridFloatReadFxn::operator()(vxistream& in, VXZemoGrid& grid, unsigned long length,
                                                 const VXBinaryIOHandlerBase& handler) {
-  return read_part(in, length, VXBFloatEndian, grid.GetFloats(), handler);
+  return read_part(in, length, VXBFloatEndian, grid, grid.GetFloats(), handler);
 }
 
 const char* VXZemoGridIntReadFxn::GetTag() const { return "VXZemoGridIntMultiGrid"; }
@@ -398,7 +425,7 @@ VXZemoGridIntReadFxn* VXZemoGridIntReadFxn::CreateCopy() const { return new VXZe
 
 unsigned int VXZemoGridIntReadFxn::operator()(vxistream& in, VXZemoGrid& grid, unsigned long length,
                                               const VXBinaryIOHandlerBase& handler) {
-  return read_part(in, length, VXBIntEndian, grid.GetIntegers(), handler);
+  return read_part(in, length, VXBIntEndian, grid, grid.GetIntegers(), handler);
 }
 
 const char* VXSkewGridWriteFxn::GetTag() const { return "VXSkewGrid"; }
