@@ -181,6 +181,7 @@ const Row kXPLOR[] = {
     {"stars", "INDE 1 2 3 FOBS= *** 60\nINDE 2 2 4 FOBS= 10 61\n", "h 1 2, fobs nan 10, phase 60 61"},
     {"short", "INDE 1 2 3 FOBS= 1 6 TEST= 1\nINDE 2 2 4 FOBS= 2\nINDE 1 2\n", "h 1 2, fobs 1 2, phase 6 nan, rfree 1 0"},
     {"a word over the limit", "INDE 1 2 3 " + std::string(115, ' ') + "FOBS= 10 60\n", "h 1, fobs 10, phase 60"},
+    {"a record at the limit", "INDE 1 2 3 FOBS= 1 " + kBlanks.substr(3) + "60INDE 2 2 4 FOBS= 1 6\n", "h 1 2, fobs 1 1, phase 60 6"},
     {"25 words", "INDE 1 2 3 " + times20("1 ").substr(2) + "FOBS= 7 9\n", "h 1, fobs 7"},
 };
 // clang-format on

@@ -90,9 +90,10 @@ VXGRID_API bool VXWriteReflectionXPLOR(VXHost::vxostream& out, VXReflection& set
 VXGRID_API bool VXWriteReflectionVXX(VXHost::vxostream& out, const VXReflection& set);
 
 /// Reads it to the end of the stream: blocks in any order, of which the last of a tag counts, with unknown
-/// ones skipped. Attributes of the set stay; everything else is replaced, but only when the result is 0:
+/// ones skipped. Attributes of the set stay; everything else is replaced, but only when the result is 0 or 2:
 ///
 ///  0  done
+///  2  no memory for a column; the set is empty
 ///  4  a tag is empty or cut off
 ///  6  a block is shorter than its number or its column
 ///  8  no room for the three bytes; a length is 0 or cut off

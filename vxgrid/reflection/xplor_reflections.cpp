@@ -25,20 +25,18 @@ class Words {
     const std::size_t begin = i ? end_[i - 1] : 0;
     return {text_ + begin, end_[i] - begin};
   }
-  void Clear() { count_ = 0, length_ = 0; }
-  /// A piece of a line; words at its end go on in the next piece unless the line ends here.
-  void Add(std::string_view piece, bool is_end) {
-    std::size_t begin = count_ ? end_[count_ - 1] : 0;
-    const auto close = [&] {
-      if (length_ == begin) return;
-      begin = end_[count_++] = length_;
-    };
+  void Clear() { count_ = 0, length_ = 0, begin_ = 0; }
+  /// A piece of a line; its last word goes on in the next piece unless it is ended.
+  void Add(std::string_view piece) {
     for (const char c : piece) {
       if (count_ == kMaxWords) return;
       if (!is_blank(c)) text_[length_++] = c;
-      if (is_blank(c) || c == '=' || length_ - begin == kWordLimit) close();
+      if (is_blank(c) || c == '=' || length_ - begin_ == kWordLimit) EndWord();
     }
-    if (is_end && count_ < kMaxWords) close();
+  }
+  void EndWord() {
+    if (count_ == kMaxWords || length_ == begin_) return;
+    begin_ = end_[count_++] = length_;
   }
 
  private:
@@ -47,7 +45,7 @@ class Words {
   char text_[kMaxWords * kWordLimit];
   std::size_t end_[kMaxWords];
   int count_ = 0;
-  std::size_t length_ = 0;
+  std::size_t begin_ = 0, length_ = 0;  // of the word in the making, of the text
 };
 
 enum Role { Index, Fobs, Phase, Fcalc, PhaseCalc, FOM, Sigma, HLA, HLB, HLC, HLD, Test, RoleCount };
@@ -126,6 +124,7 @@ bool VXReadReflectionXPLOR(vxistream& in, VXReflection& set) {
   bool has_template = false, in_record = false;
   const auto end_record = [&] {
     if (!in_record) return;
+    words.EndWord();
     if (!has_template) place = Template(words);
     has_template = true;
     add_reflection(place, words, columns);
@@ -143,7 +142,9 @@ bool VXReadReflectionXPLOR(vxistream& in, VXReflection& set) {
       end_record();
       in_record = true;
     }
-    if (in_record) words.Add(text, lines.IsWhole());
+    if (!in_record) continue;
+    words.Add(text);
+    if (lines.IsWhole()) words.EndWord();
   }
   end_record();
   return !columns.h.empty() && columns.Fill(set);
