@@ -117,6 +117,7 @@ void contours(const ContoursOptions& options, const Settings& settings) {
   VXSkewGrid grid = read_map(options.map, settings);
   const std::vector<float> levels = levels_of(grid, options, settings);
   if (options.attach) {
+    fit_to_format(options.output, options.map, grid, settings);
     attach(grid, levels);
     write_map(options.output, grid);
     note(settings, text("%s: a copy of %s with %zu contours", options.output.c_str(), options.map.c_str(),

@@ -1,12 +1,18 @@
-#include "model_grid.h"
 #include "verbs.h"
 
 using namespace VXCore;
 
 void convert(const ConvertOptions& options, const Settings& settings) {
-  require_map_extension(options.output);
-  VXSkewGrid grid = read_map(options.input, settings);
-  fit_to_format(options.output, options.input, grid, settings);
-  write_map(options.output, grid);
-  report_map(options.output, grid, settings);
+  if (options.output == "-") {
+    if (options.to.empty()) throw WrongUsage("standard output takes a format, --to FORMAT");
+    if (settings.json) throw WrongUsage("--json goes to standard output, and so does the map");
+  }
+  const FileFormat& format = output_format(options.output, options.to);
+  VXSkewGrid grid = read_map(options.input, settings, options.from);
+  if (const std::string lost = losses(grid, format); !lost.empty())
+    note(settings,
+         text("%s: not kept in the %s format: %s", options.input.c_str(), format.title, lost.c_str()));
+  fit_to_format(options.output, options.input, grid, settings, options.to);
+  write_map(options.output, grid, format);
+  report_map(options.output, grid, settings, options.to);
 }

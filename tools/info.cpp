@@ -11,7 +11,9 @@
 #include <vxgrid/xtal/spacegroup.h>
 #include <vxgrid/xtal/xtal_symmetry.h>
 
+#include "file_report.h"
 #include "map_values.h"
+#include "reflection_file.h"
 #include "verbs.h"
 
 using namespace VXCore;
@@ -19,70 +21,6 @@ using VXXtal::VXSymmetry;
 using VXXtal::VXUnitCell;
 
 namespace {
-
-/// What is known of one file: a line each for people, a field each for programs.
-class Report {
- public:
-  Report(const std::string& file, const char* kind, Json* json) : json_(json) {
-    if (!json_) {
-      std::printf("%s: %s\n", file.c_str(), kind);
-      return;
-    }
-    json_->open_object();
-    json_->field("file", file);
-    json_->field("kind", kind);
-  }
-  ~Report() {
-    if (json_) json_->close_object();
-  }
-
-  /// A value that reads the same for both.
-  template <class T>
-  void field(const char* key, const T& value) {
-    if (json_)
-      json_->field(key, value);
-    else
-      line(key, as_text(value));
-  }
-  template <class T>
-  void list(const char* key, const T& values) {
-    if (json_) {
-      json_->list(key, values);
-      return;
-    }
-    std::vector<std::string> words;
-    for (const auto& each : values) words.push_back(as_text(each));
-    line(key, join(words, " "));
-  }
-  void cell(const VXUnitCell& cell) {
-    if (cell.isValid())
-      list("cell", std::vector<float>{cell.a, cell.b, cell.c, cell.alpha, cell.beta, cell.gamma});
-  }
-  void group(int number, const std::string& name) {
-    if (!json_) {
-      line("group", text("%d %s", number, name.c_str()));
-      return;
-    }
-    json_->open_object("group");
-    json_->field("number", number);
-    json_->field("name", name);
-    json_->close_object();
-  }
-  void line(const char* key, const std::string& value) const {
-    std::printf("  %-11s  %s\n", key, value.c_str());
-  }
-  Json* json() const { return json_; }
-
- private:
-  static std::string as_text(const std::string& value) { return value; }
-  static std::string as_text(const char* value) { return value; }
-  static std::string as_text(double value) { return text("%.6g", value); }
-  static std::string as_text(float value) { return text("%.6g", value); }
-  static std::string as_text(unsigned value) { return std::to_string(value); }
-  static std::string as_text(int value) { return std::to_string(value); }
-
-  Json* json_;
-};
 
 void put(Report& report, const MapStatistics& statistics) {
   report.field("min", statistics.lowest);
@@ -99,10 +37,9 @@ std::string group_name(unsigned number) {
   return "?";
 }
 
-void report_ccp4(const std::string& file, Json* json, const Settings& settings) {
-  require_whole_ccp4(file);
+void report_ccp4(const std::string& file, VXHost::vxistream& in, Json* json, const Settings& settings) {
+  require_whole_ccp4(file, in);
   const LibraryLog log;
-  VXHost::vxifstream in(file);
   VXCCP4Map map;
   if (!map.Read(in)) throw Failure(file, log.reason(file, "cannot be read as a CCP4 map"));
   log.pass_on(settings, file);
@@ -135,20 +72,35 @@ void report_ccp4(const std::string& file, Json* json, const Settings& settings) 
   put(report, MapStatistics(map.data.data(), map.data.size()));
 }
 
-void report_other_map(const std::string& file, Json* json, const Settings& settings) {
-  const VXSkewGrid grid = read_map(file, settings);
+void report_other_map(const std::string& file, InputFile& input, Json* json, const Settings& settings) {
+  const VXSkewGrid grid = read_map(file, input, settings);
+  const VXZemoGrid& inner = grid.GetImpl().GetImpl();
   Report report(file, "map", json);
-  report.field("format", VXGetGridFormatString(grid.GetType()));
+  report.field("format", input.format().title);
+  if (!grid.GetTitle().empty()) report.field("title", grid.GetTitle());
   report.list("dimensions", std::vector<unsigned>{grid.GetXDim(), grid.GetYDim(), grid.GetZDim()});
   report.list("middle", std::vector<float>{grid.GetXMid(), grid.GetYMid(), grid.GetZMid()});
-  report.list("spacing", std::vector<float>(3, grid.GetSpacing()));
+  std::vector<float> spacing(3, grid.GetSpacing());
+  std::vector<unsigned> steps(3);
+  if (has_crystal_cell(grid) && inner.GetUnitSpacing(steps[0], steps[1], steps[2])) {
+    float six[6];
+    grid.GetUnitCell(six[0], six[1], six[2], six[3], six[4], six[5]);
+    for (size_t axis = 0; axis < 3; ++axis) spacing[axis] = six[axis] / static_cast<float>(steps[axis]);
+    report.list("sampling", steps);
+    report.cell(VXUnitCell(six));
+  }
+  report.list("spacing", spacing);
+  if (grid.GetSpaceGroup())
+    report.group(static_cast<int>(grid.GetSpaceGroup()), group_name(grid.GetSpaceGroup()));
+  if (const unsigned fields = inner.GetFloats().GetNumGrids(); fields > 1) report.field("fields", fields);
+  if (const std::vector<std::string> names = attributes_of(grid); !names.empty())
+    report.list("attributes", names);
   put(report, MapStatistics(grid.GetValues(), grid.GetSize()));
 }
 
-void report_mtz(const std::string& file, Json* json) {
-  const std::vector<MtzColumn> columns = read_columns(file);
+void report_mtz(const std::string& file, VXHost::vxistream& in, Json* json) {
+  const std::vector<MtzColumn> columns = read_columns(file, in);
   const LibraryLog log;
-  VXHost::vxifstream in(file);
   VXReflection set;
   if (!VXReadReflectionMTZ(in, set, VXMTZColumnNames()))
     throw Failure(file, log.reason(file, "its reflections cannot be read"));
@@ -223,15 +175,19 @@ void report_model(const std::string& file, Json* json, const Settings& settings)
 }
 
 void report_file(const std::string& file, Json* json, const Settings& settings) {
-  switch (kind_of(file)) {
+  InputFile input(file);
+  switch (input.format().kind) {
     case FileKind::Map:
-      if (VXGetGridFileType(VXGetFileExtension(file.c_str()).c_str()) == VXGridFormatCCP4)
-        report_ccp4(file, json, settings);
+      if (input.format().id == Format::CCP4)
+        report_ccp4(file, input.stream(), json, settings);
       else
-        report_other_map(file, json, settings);
+        report_other_map(file, input, json, settings);
       break;
     case FileKind::Mtz:
-      report_mtz(file, json);
+      report_mtz(file, input.stream(), json);
+      break;
+    case FileKind::Reflections:
+      report_reflections(file, input.format(), read_reflection_file(file, input, settings), json);
       break;
     case FileKind::Model:
       report_model(file, json, settings);

@@ -1,16 +1,9 @@
 #include "input.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
-#include <filesystem>
 
-#include <vxgrid/formats/gridio.h>
-#include <vxgrid/grid/grid_format.h>
 #include <vxgrid/host/residue.h>
 #include <vxgrid/host/text.h>
 #include <vxgrid/processing/grid_values.h>
@@ -26,23 +19,6 @@ namespace {
 
 constexpr const char* kMapTypes[] = {"Fwt",     "Fdelwt", "2Fo-Fc", "Fo-Fc",          "3Fo-2Fc",
                                      "5Fo-3Fc", "Fo",     "Fc",     "2Fo-Fc(SigmaA)", "Fo-Fc(SigmaA)"};
-
-void require_readable(const std::string& file) {
-  namespace fs = std::filesystem;
-  std::error_code error;
-  const fs::file_status status = fs::status(file, error);
-  if (!fs::exists(status)) throw Failure(file, "there is no such file");
-  if (fs::is_directory(status)) throw Failure(file, "this is a directory");
-  if (access(file.c_str(), R_OK) != 0) throw Failure(file, std::strerror(errno));
-  if (fs::is_regular_file(status) && fs::file_size(file, error) == 0)
-    throw Failure(file, "the file is empty");
-}
-
-std::int32_t word(const std::string& bytes, size_t index, bool swap) {
-  std::uint32_t value;
-  std::memcpy(&value, bytes.data() + 4 * index, 4);
-  return static_cast<std::int32_t>(swap ? __builtin_bswap32(value) : value);
-}
 
 /// True when the text header of an MTZ file reaches its END record.
 bool has_whole_header(VXHost::vxistream& in, const std::string& head) {
@@ -156,77 +132,13 @@ void check_types(const std::string& file, const std::vector<MtzColumn>& columns,
   }
 }
 
-/// Has a file written; what could not be written whole is taken away again.
-template <class Write>
-void write_whole(const std::string& file, Write write) {
-  namespace fs = std::filesystem;
-  std::error_code error;
-  const bool was_there = fs::exists(file, error);
-  if (std::FILE* out = std::fopen(file.c_str(), "ab"))
-    std::fclose(out);
-  else
-    throw Failure(file, std::string("cannot be written: ") + std::strerror(errno));
-
-  const LibraryLog log;
-  errno = 0;
-  if (write()) return;
-  const std::string why = errno ? std::strerror(errno) : "the disc may be full";
-  if (!was_there) fs::remove(file, error);
-  throw Failure(file, log.reason(file, ("could not be written whole: " + why).c_str()));
-}
-
 }  // namespace
-
-FileKind kind_of(const std::string& file) {
-  require_readable(file);
-  if (VXFileExtension(file, "mtz")) return FileKind::Mtz;
-  if (VXIsReadableGrid(file)) return FileKind::Map;
-  if (VXGetMoleculeFile(file) != VXMoleculeFile::Unknown) return FileKind::Model;
-  throw Failure(file,
-                "not a kind of file that is known by its extension: .mtz for reflections, .map .ccp4 .ccp "
-                ".agd for maps, .pdb .ent .cif .mmcif .sdf .mol .mol2 for models, each also with .gz");
-}
-
-void require_whole_ccp4(const std::string& file) {
-  constexpr size_t kHeader = 1024;
-  VXHost::vxifstream in(file);
-  std::string head;
-  in.read(head, kHeader);
-  if (head.size() < kHeader)
-    throw Failure(file, text("not a CCP4 map: its header has 1024 bytes, here are %zu", head.size()));
-
-  const bool swap = std::abs(static_cast<long long>(word(head, 0, false))) > 131072;
-  const int mode = word(head, 3, swap);
-  long long samples = 1;
-  for (size_t axis = 0; axis < 3; ++axis) {
-    const int count = word(head, axis, swap), on_axis = word(head, 16 + axis, swap);
-    if (count < 1 || on_axis < 1 || on_axis > 3 || mode < 0)
-      throw Failure(file, "not a CCP4 map: its header makes no sense");
-    samples = std::min(samples * count, 1LL << 40);
-  }
-  if (mode != 0 && mode != 2)
-    throw Failure(file,
-                  text("samples of mode %d; CCP4 maps of mode 2 (floats) and 0 (bytes) are read", mode));
-  const long long records = std::max(0, word(head, 23, swap)) / 80;
-  const long long end = static_cast<long long>(kHeader) + 80 * records + samples * (mode == 2 ? 4 : 1);
-  if (!in.seek(static_cast<unsigned long long>(end - 1)) || in.getbyte() < 0)
-    throw Failure(file, text("the map is cut off: its header announces %lld bytes", end));
-}
-
-VXSkewGrid read_map(const std::string& file, const Settings& settings) {
-  if (kind_of(file) != FileKind::Map) throw Failure(file, "not a map");
-  if (VXGetGridFileType(VXGetFileExtension(file.c_str()).c_str()) == VXGridFormatCCP4)
-    require_whole_ccp4(file);
-  const LibraryLog log;
-  VXSkewGrid grid;
-  if (!VXReadGrid(file, grid)) throw Failure(file, log.reason(file, "cannot be read as a map"));
-  if (!grid.GetValues()) throw Failure(file, "it holds one point, which makes no map");
-  log.pass_on(settings, file);
-  return grid;
-}
 
 VXGraphMol read_model(const std::string& file, const Settings& settings, VXAlternates alternates) {
   if (kind_of(file) != FileKind::Model) throw Failure(file, "not a model");
+  if (VXGetMoleculeFile(file) == VXMoleculeFile::Unknown)
+    throw Failure(file, "holds coordinates; their format goes by the extension: " +
+                            extensions_of(FileKind::Model, false));
   const LibraryLog log;
   VXGraphMol model;
   if (!VXReadMolecule(file, model, alternates))
@@ -251,31 +163,17 @@ VXSymmetry model_symmetry(VXGraphMol& model) {
   return symmetry;
 }
 
-void require_map_extension(const std::string& file) {
-  if (!VXIsWriteableGrid(file))
-    throw Failure(file,
-                  "no map is written under this extension; those of maps are .map, .ccp4, .ccp and .agd");
-}
-
-template <class Grid>
-void write_map(const std::string& file, const Grid& grid) {
-  write_whole(file, [&] { return VXWriteGrid(file, grid); });
-}
-template void write_map(const std::string&, const VXSkewGrid&);
-template void write_map(const std::string&, const VXScalarGrid&);
-
 void write_text(const std::string& file, const std::string& text) {
-  write_whole(file, [&] {
-    VXHost::vxofstream out(file);
-    out << text;
-    return out.close();
-  });
+  write_file(file, [&](VXHost::vxostream& out) { return !(out << text).fail(); });
 }
 
 std::vector<std::string> map_types() { return {std::begin(kMapTypes), std::end(kMapTypes)}; }
 
 std::vector<MtzColumn> read_columns(const std::string& file) {
-  VXHost::vxifstream in(file);
+  return read_columns(file, InputFile(file, "mtz").stream());
+}
+
+std::vector<MtzColumn> read_columns(const std::string& file, VXHost::vxistream& in) {
   std::string head;
   in.read(head, 80);
   if (head.compare(0, 4, "MTZ ") != 0)
@@ -287,6 +185,7 @@ std::vector<MtzColumn> read_columns(const std::string& file) {
   std::vector<std::string> labels;
   std::vector<char> types;
   if (!VXGetMTZFileColumnNamesAndTypes(in, labels, types)) throw Failure(file, "its header lists no columns");
+  in.seek(0);
   std::vector<MtzColumn> columns;
   for (size_t i = 0; i < labels.size(); ++i) columns.push_back({labels[i], types[i]});
   return columns;

@@ -11,20 +11,8 @@
 #include <vxgrid/reflection/reflection.h>
 #include <vxgrid/xtal/symmetry.h>
 
+#include "map_file.h"
 #include "report.h"
-
-enum class FileKind { Map, Mtz, Model };
-
-/// What a file holds, by its extension (.gz left out). Failure when it is not there, not a file, empty, not
-/// readable or of no known kind.
-FileKind kind_of(const std::string& file);
-
-/// The library reads what is there of a CCP4 map; here one that is not whole, or not a CCP4 map, is a
-/// Failure.
-void require_whole_ccp4(const std::string& file);
-
-/// Reads a map and leaves what the library had to say about it as notes. Failure for one of one point too.
-VXCore::VXSkewGrid read_map(const std::string& file, const Settings& settings);
 
 /// Reads a model; Failure when there are no atoms in it.
 VXCore::VXGraphMol read_model(const std::string& file, const Settings& settings,
@@ -37,14 +25,7 @@ VXCore::VXGraphMol read_crystal_model(const std::string& file, const Settings& s
 /// The group and the cell of a model's CRYST1 record; empty when there is no usable one.
 VXCore::VXXtal::VXSymmetry model_symmetry(VXCore::VXGraphMol& model);
 
-/// Failure when maps are not written under the extension of a file: asked before the work, not after it.
-void require_map_extension(const std::string& file);
-
-/// Writes a grid in the format of the extension; what could not be written whole is taken away again.
-template <class Grid>
-void write_map(const std::string& file, const Grid& grid);
-
-/// Writes a text file, compressed for a name in .gz, under the same terms.
+/// Writes a text file (write_file).
 void write_text(const std::string& file, const std::string& text);
 
 /// Options of the verbs that make a map from reflections.
@@ -68,6 +49,8 @@ struct MtzColumn {
 
 /// The columns of an MTZ file in file order; Failure when its header is not whole.
 std::vector<MtzColumn> read_columns(const std::string& file);
+/// The same from a stream at its start, where it stands again afterwards.
+std::vector<MtzColumn> read_columns(const std::string& file, VXHost::vxistream& in);
 
 /// The map types whose columns are there, with the labels that each one takes.
 struct MapChoice {

@@ -71,6 +71,17 @@ void add_map_options(CLI::App* verb, MapOptions& options) {
       ->type_name("NAME");
 }
 
+void add_format_options(CLI::App* verb, FileKind kind, std::string& from, std::string& to) {
+  std::vector<std::string> names = format_names(kind, false);
+  if (kind == FileKind::Reflections) names.emplace_back("mtz");
+  verb->add_option("--from", from, "format of IN; by default by its extension or its content")
+      ->check(CLI::IsMember(names))
+      ->type_name("FORMAT");
+  verb->add_option("--to", to, "format of what is written; by default by its extension")
+      ->check(CLI::IsMember(format_names(kind, true)))
+      ->type_name("FORMAT");
+}
+
 void add_level_option(CLI::App* verb, LevelOption& level, const std::string& what) {
   verb->add_option("--level", level.number, what)->check(in_range(-1e30, 1e30))->type_name("L");
   verb->add_flag("--sigma", level.in_sigma, "the level is in r.m.s. of the map, above its mean");
@@ -112,7 +123,7 @@ int main(int argc, char** argv) {
   verb = add_verb(app, settings, "fit", "score a model against a map: RSCC and RSR, whole and per residue",
                   "fit model.pdb data.mtz --sort");
   verb->add_option("MODEL", of_fit.model, "coordinates: .pdb, .ent, .cif, .mmcif, also .gz")->required();
-  verb->add_option("DATA", of_fit.data, "reflections (.mtz) or a map (.map, .ccp4, .ccp, .agd)")->required();
+  verb->add_option("DATA", of_fit.data, "reflections (.mtz) or a map")->required();
   verb->add_option("--radius", of_fit.radius,
                    "mask radius about the atoms in Å; by default from the resolution")
       ->check(in_range(0.01, 10.0))
@@ -126,7 +137,8 @@ int main(int argc, char** argv) {
                   "sf model.pdb data.mtz -o model.tsv");
   verb->add_option("MODEL", of_sf.model, "coordinates: .pdb, .ent, .cif, .mmcif, also .gz")->required();
   verb->add_option("DATA", of_sf.data, "reflections: .mtz, also .mtz.gz")->required();
-  verb->add_option("-o,--output", of_sf.output, "list of reflections to write: .tsv, also .tsv.gz");
+  verb->add_option("-o,--output", of_sf.output,
+                   "list of reflections to write: .tsv, .fob, .cv, .phs, also .gz");
   verb->add_option("--fobs", of_sf.fobs, "column of observed amplitudes, for another than the usual ones")
       ->type_name("LABEL");
   verb->add_flag("--table", of_sf.table, "sum by tables in whole degrees: coarser, and faster");
@@ -135,10 +147,24 @@ int main(int argc, char** argv) {
 
   ConvertOptions of_convert;
   verb = add_verb(app, settings, "convert", "turn one map format into another",
-                  "convert density.ccp4 density.agd");
-  verb->add_option("IN", of_convert.input, "map to read: .map, .ccp4, .ccp, .agd, also .gz")->required();
-  verb->add_option("OUT", of_convert.output, "map to write; its extension gives the format")->required();
+                  "convert density.ccp4 density.vxb");
+  verb->add_option("IN", of_convert.input, "map to read, - for standard input")->required();
+  verb->add_option("OUT", of_convert.output,
+                   "map to write, - for standard output; its extension gives the format")
+      ->required();
+  add_format_options(verb, FileKind::Map, of_convert.from, of_convert.to);
   verb->callback([&] { work = [&] { convert(of_convert, settings); }; });
+
+  ReflectionsOptions of_reflections;
+  verb = add_verb(app, settings, "reflections", "say what a reflection file holds, or convert it",
+                  "reflections data.mtz -o data.fob");
+  verb->add_option("IN", of_reflections.input,
+                   "reflections: .mtz, .cif, .phs, .fob, .cv, .hkl, .vxx, also .gz, - for standard input")
+      ->required();
+  verb->add_option("-o,--output", of_reflections.output,
+                   "file to write: .phs, .fob, .cv, .vxx, - for standard output");
+  add_format_options(verb, FileKind::Reflections, of_reflections.from, of_reflections.to);
+  verb->callback([&] { work = [&] { reflections(of_reflections, settings); }; });
 
   SymmetryOptions of_symmetry;
   verb = add_verb(app, settings, "symmetry", "operators of a space group, or all groups",
@@ -169,7 +195,7 @@ int main(int argc, char** argv) {
   GfitOptions of_gfit;
   verb = add_verb(app, settings, "gfit", "express a map by a few Gaussians",
                   "gfit ligand.map -o gaussians.json --max 50");
-  verb->add_option("GRID", of_gfit.grid, "map: .map, .ccp4, .ccp, .agd, also .gz")->required();
+  verb->add_option("GRID", of_gfit.grid, "map of any format that convert reads")->required();
   verb->add_option("-o,--output", of_gfit.output, "JSON document to write")->required();
   verb->add_option("--tolerance", of_gfit.tolerance,
                    "end before a Gaussian that takes away less than this share of the map's energy")
@@ -198,7 +224,7 @@ int main(int argc, char** argv) {
   MaskOptions of_mask;
   verb = add_verb(app, settings, "mask", "cut a molecule out of a map, or all but the molecule",
                   "mask density.map ligand.sdf -o ligand.map --mode gaussian-");
-  verb->add_option("GRID", of_mask.grid, "map: .map, .ccp4, .ccp, .agd, also .gz")->required();
+  verb->add_option("GRID", of_mask.grid, "map of any format that convert reads")->required();
   verb->add_option("MODEL", of_mask.model, "coordinates; of several molecules the first")->required();
   verb->add_option("-o,--output", of_mask.output, "map to write; its extension gives the format")->required();
   verb->add_option("--mode", of_mask.mode,
@@ -216,7 +242,7 @@ int main(int argc, char** argv) {
   ContoursOptions of_contours;
   verb = add_verb(app, settings, "contours", "choose contour levels by the distribution of a map's values",
                   "contours difference.map -n 5 --descending");
-  verb->add_option("MAP", of_contours.map, "map: .map, .ccp4, .ccp, .agd, also .gz")->required();
+  verb->add_option("MAP", of_contours.map, "map of any format that convert reads")->required();
   verb->add_option("-n,--levels", of_contours.levels, "how many; below 3 the two at the ends")
       ->check(in_range(1, 10000))
       ->capture_default_str();
@@ -237,7 +263,7 @@ int main(int argc, char** argv) {
   SkeletonOptions of_skeleton;
   verb = add_verb(app, settings, "skeleton", "thin the high parts of a map to lines",
                   "skeleton density.map -o lines.map --level 1.5 --sigma");
-  verb->add_option("MAP", of_skeleton.map, "map: .map, .ccp4, .ccp, .agd, also .gz")->required();
+  verb->add_option("MAP", of_skeleton.map, "map of any format that convert reads")->required();
   verb->add_option("-o,--output", of_skeleton.output, "map to write; its extension gives the format")
       ->required();
   add_level_option(verb, of_skeleton.level, "what is below counts as empty, in the units of the map");
@@ -251,7 +277,7 @@ int main(int argc, char** argv) {
   BlobOptions of_blob;
   verb = add_verb(app, settings, "blob", "list the largest blobs of a map, or cut one out",
                   "blob difference.map --level 3 --sigma");
-  verb->add_option("MAP", of_blob.map, "map: .map, .ccp4, .ccp, .agd, also .gz")->required();
+  verb->add_option("MAP", of_blob.map, "map of any format that convert reads")->required();
   verb->add_option("-o,--output", of_blob.output,
                    "map of the blob at a place; its extension gives the format");
   std::string place;

@@ -1,15 +1,33 @@
+#include <algorithm>
+
 #include "verbs.h"
 
 using namespace VXCore;
 
-void map(const MapVerbOptions& options, const Settings& settings) {
-  require_map_extension(options.output);
-  const MtzMap made = make_map(options.data, options.map, settings);
-  write_map(options.output, made.grid);
+namespace {
 
+/// From units of sigma into electrons/Å³. CCP4 maps are written so by themselves.
+void undo_normalisation(VXSkewGrid& grid) {
+  VXZemoGrid& inner = grid.GetImpl().GetImpl();
+  const auto sigma = inner.GetData<float>("SIGMA");
+  float* const values = grid.GetValues();
+  std::transform(values, values + grid.GetSize(), values, [sigma](float value) { return value * sigma; });
+  for (VXGridAbstractBase* each :
+       {static_cast<VXGridAbstractBase*>(&grid), static_cast<VXGridAbstractBase*>(&inner)})
+    for (const char* name : {"SIGMA", "vx_no_norm"}) each->DeleteData(name);
+}
+
+}  // namespace
+
+void map(const MapVerbOptions& options, const Settings& settings) {
+  const FileFormat& format = output_format(options.output);
+  MtzMap made = make_map(options.data, options.map, settings);
   const VXZemoGrid& grid = made.grid.GetImpl().GetImpl();
   const float rms = grid.GetData<float>("ARMS"), lowest = grid.GetData<float>("AMIN");
   const float highest = grid.GetData<float>("AMAX");
+  if (format.id != Format::CCP4) undo_normalisation(made.grid);
+  fit_to_format(options.output, options.data, made.grid, settings);
+  write_map(options.output, made.grid);
   const unsigned dims[] = {made.grid.GetXDim(), made.grid.GetYDim(), made.grid.GetZDim()};
   if (settings.json) {
     Json json;

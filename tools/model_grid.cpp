@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include <vxgrid/grid/grid_format.h>
 #include <vxgrid/host/mol_geometry.h>
-#include <vxgrid/host/text.h>
 #include <vxgrid/processing/make_grid.h>
 #include <vxgrid/processing/regularize.h>
 
@@ -71,29 +69,4 @@ VXScalarGrid regular_map(const std::string& file, const VXSkewGrid& grid) {
   if (!VXMakeRegularGrid(regular, grid, 0.0f))
     throw Failure(file, log.reason(file, "cannot be brought onto a regular grid"));
   return regular;
-}
-
-void fit_to_format(const std::string& file, const std::string& source, VXSkewGrid& grid,
-                   const Settings& settings) {
-  const unsigned format = VXGetGridFileType(VXGetFileExtension(file.c_str()).c_str());
-  if (format == VXGridFormatCCP4 || grid.IsRegular()) return;
-  grid = regular_map(source, grid);
-  note(settings,
-       source + ": brought onto a regular grid, which is all that the format of " + file + " holds");
-}
-
-void report_map(const std::string& file, const VXGridAbstractBase& grid, const Settings& settings) {
-  const unsigned dims[] = {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()};
-  const char* format = VXGetGridFormatString(VXGetGridFileType(VXGetFileExtension(file.c_str()).c_str()));
-  if (!settings.json) {
-    std::printf("%s: %s, %u x %u x %u points\n", file.c_str(), format, dims[0], dims[1], dims[2]);
-    return;
-  }
-  Json json;
-  json.open_object();
-  json.field("file", file);
-  json.field("format", format);
-  json.list("dimensions", dims);
-  json.close_object();
-  json.print();
 }

@@ -23,11 +23,3 @@ void require_bearable_box(const std::string& file, const VXCore::VXMolBase& mode
 
 /// A map on a regular lattice with its own spacing. Failure when that takes points out of proportion.
 VXCore::VXScalarGrid regular_map(const std::string& file, const VXCore::VXSkewGrid& grid);
-
-/// Brings a map that came from the file `source` onto a regular lattice when the format of `file` holds no
-/// other, and tells it: only CCP4 maps hold oblique axes and three step lengths.
-void fit_to_format(const std::string& file, const std::string& source, VXCore::VXSkewGrid& grid,
-                   const Settings& settings);
-
-/// Says what was written to a file: its format and dimensions.
-void report_map(const std::string& file, const VXCore::VXGridAbstractBase& grid, const Settings& settings);

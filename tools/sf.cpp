@@ -6,6 +6,7 @@
 #include <vxgrid/reflection/reflection_impl.h>
 #include <vxgrid/reflection/structure_factors.h>
 
+#include "reflection_file.h"
 #include "verbs.h"
 
 using namespace VXCore;
@@ -33,17 +34,12 @@ struct Agreement {
 
 struct Result {
   std::string label;  // of the observed amplitudes
+  VXReflection set;
   std::vector<Reflection> list;
   unsigned skipped = 0;  // atoms; of the exact sum alone
   double scale = 0;      // of F calc, by least squares
   Agreement whole;
   std::vector<Agreement> shells;
-};
-
-/// A kind of file that lists reflections.
-struct ListFormat {
-  const char* extension;
-  std::string (*write)(const std::vector<Reflection>& list);
 };
 
 std::string to_tsv(const std::vector<Reflection>& list) {
@@ -55,16 +51,19 @@ std::string to_tsv(const std::vector<Reflection>& list) {
   return tsv;
 }
 
-constexpr ListFormat kFormats[] = {{"tsv", to_tsv}};
+/// The format of the list: that of text, or one of reflection files.
+const FileFormat* list_format(const std::string& file) {
+  return file.empty() || VXFileExtension(file, "tsv") ? nullptr : &reflection_output(file);
+}
 
-const ListFormat& format_of(const std::string& file) {
-  std::vector<std::string> known;
-  for (const ListFormat& format : kFormats) {
-    if (VXFileExtension(file, format.extension)) return format;
-    known.push_back(std::string(".") + format.extension);
-  }
-  throw Failure(file, "no list of reflections is written under this extension; there is " +
-                          join(known, ", ") + ", also with .gz");
+/// Amplitudes and phases of the model beside the observed amplitudes. Figures of merit and coefficients of
+/// the data speak of other phases; those of a model count fully.
+void write_set(VXReflection& set, const SfOptions& options, const FileFormat& format,
+               const Settings& settings) {
+  const std::vector<float> ones(set.GetCount(), 1.0f);
+  set.SetColumn(VXReflectionColumn::FOM, format.id == Format::PHS ? ones.data() : nullptr, set.GetCount());
+  set.SetABCD(nullptr, nullptr, nullptr, nullptr, set.GetCount());
+  write_reflections(options.output, format, set, options.data, settings);
 }
 
 /// Tells when the model's own symmetry is not that of the data, which counts.
@@ -179,6 +178,7 @@ Result compute(const SfOptions& options, const Settings& settings) {
     note(settings, text("%s: %u atoms skipped: of no element of the table, or without finite numbers",
                         options.model.c_str(), result.skipped));
   result.list = list_of(*data.set.GetImpl());
+  result.set = data.set;
   compare(result, options);
   return result;
 }
@@ -232,9 +232,12 @@ void print_table(const Result& result, const SfOptions& options) {
 }  // namespace
 
 void sf(const SfOptions& options, const Settings& settings) {
-  const ListFormat* const format = options.output.empty() ? nullptr : &format_of(options.output);
-  const Result result = compute(options, settings);
-  if (format) write_text(options.output, format->write(result.list));
+  const FileFormat* const format = list_format(options.output);
+  Result result = compute(options, settings);
+  if (format)
+    write_set(result.set, options, *format, settings);
+  else if (!options.output.empty())
+    write_text(options.output, to_tsv(result.list));
   if (settings.json)
     print_json(result, options);
   else if (options.tsv)

@@ -40,9 +40,16 @@ struct SfOptions {
 void sf(const SfOptions& options, const Settings& settings);
 
 struct ConvertOptions {
-  std::string input, output;
+  std::string input, output;  // "-" for standard input and output
+  std::string from, to;       // names of formats, or empty
 };
 void convert(const ConvertOptions& options, const Settings& settings);
+
+struct ReflectionsOptions {
+  std::string input, output;  // the latter empty for none
+  std::string from, to;
+};
+void reflections(const ReflectionsOptions& options, const Settings& settings);
 
 struct GaussOptions {
   std::string model, output;

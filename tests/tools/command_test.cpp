@@ -81,7 +81,7 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"shape $MTZ", kMtz, "", "not a coordinate file"},
       {"sf $LIGANDS $MTZ", kLigands, "", "no residue data"},
       {"sf $MODEL $MODEL", kModel, "", "not an MTZ file"},
-      {"sf $MODEL $MTZ -o a.fob", "a.fob", "", "extension; there is .tsv"},
+      {"sf $MODEL $MTZ -o a.txt", "a.txt", "", "extension; there are .phs"},
       {"sf $MODEL $MTZ --fobs F1", kMtz, "", "name another with --fobs LABEL. There are (label:type): H:H"},
       {"sf $MODEL $MTZ --fobs PHIC", kMtz, "", "PHIC holds no amplitudes"},
       {"sf @ $MTZ", "no_x.pdb", blank_elements, "none of its atoms scatters"},

@@ -1,0 +1,245 @@
+// Files of every format through the command: convert, reflections, info by content, sf and contours into
+// files.
+
+#include <filesystem>
+#include <fstream>
+#include <tuple>
+
+#include "tools/command.h"
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+const char* const kWritten[] = {"map", "grd", "agd", "json", "vxb", "phi"};
+
+/// Samples 0 to 7 on points 2 Å apart, with what most formats do not hold.
+const char kJson[] =
+    R"({"type":"grid","version":"0.91","title":"mine","center":[1,1,1],"dimensions":[2,2,2],
+"resolution":2,"values":[0,1,2,3,4,5,6,7],"note":"x"})";
+
+/// The same samples in a cell of 20 Å.
+std::string xplor_text() {
+  std::string text = "\n       1\n REMARKS a title\n";
+  for (int axis = 0; axis < 3; ++axis) text += "      10       0       1";
+  text += "\n";
+  for (const char* number : {" 2.00000E+01", " 9.00000E+01"})
+    for (int i = 0; i < 3; ++i) text += number;
+  text += "\nZYX\n";
+  for (const int section : {0, 1}) {
+    text += "       " + std::to_string(section) + "\n";
+    for (int i = 0; i < 4; ++i) text += " " + std::to_string(4 * section + i) + ".00000E+00";
+    text += "\n";
+  }
+  return text + "   -9999\n";
+}
+
+const char kHkl[] =
+    "HKL     0    0    2    379.769     6.388     0.000  1.0000\n"
+    "HKL     1    0    4    301.717     4.778   180.000  0.9996\n"
+    "HKL     2   -1    6    780.385    11.589    90.000  0.5000\n";
+
+}  // namespace
+
+TEST(Formats, EveryReadableIntoEveryWriteable) {
+  std::vector<std::string> sources = {written("small.map", small_map(1)), written("b.xplor", xplor_text()),
+                                      written("c.json", kJson)};
+  for (const char* extension : kWritten) {
+    sources.push_back(scratch_file(std::string("from_map.") + extension));
+    EXPECT_EQ(vxgrid("convert " + sources[0] + " " + sources.back()).status, 0);
+  }
+  for (const std::string& source : sources)
+    for (const char* extension : kWritten) {
+      const std::string out = scratch_file(std::string("out.") + extension);
+      SCOPED_TRACE(source + " to " + extension);
+      const Result run = vxgrid("convert " + source + " " + out);
+      ASSERT_EQ(run.status, 0) << run.err;
+      const rapidjson::Document info = json_of("info --json " + source + " " + out);
+      const bool is_phi = std::string(extension) == "phi";
+      // Plain grids are interpolated in CCP4 maps, and all are in GRASP maps.
+      const bool is_plain = info[0].FindMember("cell") == info[0].MemberEnd();
+      const bool is_lattice_kept = !is_phi && (std::string(extension) != "map" || !is_plain);
+      EXPECT_EQ(run.err.find("interpolated") == run.err.npos, is_lattice_kept) << run.err;
+      if (is_lattice_kept) {
+        for (const char* field : {"dimensions", "min", "max", "mean", "rms"})
+          EXPECT_EQ(info[1][field], info[0][field]) << field;
+      }
+      if (is_phi) {
+        EXPECT_EQ(info[1]["dimensions"][2].GetInt(), 65);
+      }
+    }
+}
+
+TEST(Formats, StandardInputAndOutput) {
+  const std::string map = written("small.map", small_map(1)), piped = scratch_file("piped.map");
+  const std::string direct = scratch_file("direct.map");
+  const std::string command = VXGRID_COMMAND;
+  for (const char* format : {"ccp4", "grd", "json", "vxb"}) {
+    const Result run =
+        vxgrid("convert " + map + " - --to " + format + " | " + command + " convert - " + piped);
+    EXPECT_EQ(run.status, 0) << run.err;
+    vxgrid("convert " + map + " " + scratch_file("between.") + (format[0] == 'c' ? "map" : format));
+    vxgrid("convert " + scratch_file("between.") + (format[0] == 'c' ? "map" : format) + " " + direct);
+    EXPECT_EQ(read_bytes(piped), read_bytes(direct)) << format;
+  }
+  const Result hkl = vxgrid("reflections - -o - --to phs --from hkl < " + written("a.hkl", kHkl));
+  EXPECT_THAT(hkl.out, StartsWith("    0    0    2    379.769      1.000      0.000"));
+  EXPECT_EQ(lines_of(hkl.out).size(), 3u);
+  for (const char* usage :
+       {"convert a.map -", "convert a.map - --to json --json", "convert a.map - --to xplor",
+        "convert a.map b.map --from pdb", "reflections a.hkl --to phs", "reflections a.hkl -o -"})
+    EXPECT_EQ(vxgrid(usage).status, 2) << usage;
+}
+
+TEST(Formats, TellsWhatTheTargetDoesNotHold) {
+  const std::string map = written("small.map", small_map(1)), json = written("c.json", kJson);
+  const std::string contours = scratch_file("contours.vxb");
+  EXPECT_EQ(vxgrid("contours " + map + " --attach -n 3 -o " + contours).status, 0);
+  const std::tuple<std::string, const char*, const char*> rows[] = {
+      {map, "a.vxb", nullptr},
+      {map, "a.map", nullptr},
+      {map, "a.agd", "the cell, the space group, the statistics"},
+      {map, "a.json", "the cell, the space group\n"},
+      {map, "a.grd", "the statistics\n"},
+      {json, "a.vxb", nullptr},
+      {json, "a.grd", "attributes (note)\n"},
+      {json, "a.phi", "the title, attributes (note)\n"},
+      {contours, "a.grd", "the statistics, attributes (VX_grid_contour_levels"},
+  };
+  for (const auto& [source, target, says] : rows) {
+    SCOPED_TRACE(source + " " + target);
+    const Result run = vxgrid("convert " + source + " " + scratch_file(target));
+    EXPECT_EQ(run.status, 0);
+    EXPECT_THAT(run.err, says ? testing::Matcher<std::string>(AllOf(
+                                    StartsWith("vxgrid: " + source + ": not kept in the "), HasSubstr(says)))
+                              : testing::Matcher<std::string>(IsEmpty()));
+  }
+  // A map in JSON keeps its statistics, and contours in either form.
+  for (const char* name : {"a.json", "a.vxb"}) {
+    ASSERT_EQ(vxgrid("contours " + map + " --attach -n 3 -o " + scratch_file(name)).status, 0) << name;
+    EXPECT_THAT(vxgrid("info " + scratch_file(name)).out, HasSubstr("VX_grid_contour_levels")) << name;
+  }
+}
+
+TEST(Formats, AreKnownByTheirContent) {
+  const std::string map = written("small.map", small_map(1)), hkl = written("a.hkl", kHkl);
+  std::vector<std::tuple<std::string, std::string>> rows = {{map, "CCP4 Map"},
+                                                            {written("b.xplor", xplor_text()), "XPLOR Map"},
+                                                            {written("c.json", kJson), "JSON Grid"},
+                                                            {hkl, "HKL Reflections"},
+                                                            {kMtz, ": mtz\n"}};
+  for (const auto& [extension, title] :
+       {std::pair("phi", "GRASP Grid"), std::pair("grd", "Velixa Grid"), std::pair("agd", "Ascii Grid"),
+        std::pair("vxb", "Native Grid"), std::pair("phs", "PHS Reflections"),
+        std::pair("fob", "XPLOR Reflections"), std::pair("vxx", "Native Reflections")}) {
+    const std::string file = scratch_file(std::string("known.") + extension);
+    const bool is_map = std::string(title).find("Grid") != std::string::npos;
+    EXPECT_EQ(vxgrid(is_map ? "convert " + map + " " + file : "reflections " + hkl + " -o " + file).status,
+              0);
+    rows.emplace_back(file, title);
+  }
+  for (const char* name : {"1dur-sf.cif", "1dur.fob", "1dur.phs", "1dur.hkl", "gere-nat-part.cv"})
+    if (const std::string file = real_data(std::string("reflections/") + name); !file.empty())
+      rows.emplace_back(file, "Reflections");
+  for (const char* name : {"1dur_2fofc_cell.xplor", "5wkd_2fofc_box_bin.xplmap", "1crn.phi", "iota_yzx.ccp4",
+                           "emd_3001_be.map", "1pfe_mask_mode0.ccp4"})
+    if (const std::string file = real_data(std::string("maps/") + name); !file.empty())
+      rows.emplace_back(file, "format       ");
+  const std::string unnamed = scratch_file("unnamed");
+  for (const auto& [file, says] : rows) {
+    SCOPED_TRACE(file);
+    std::filesystem::copy_file(file, unnamed, std::filesystem::copy_options::overwrite_existing);
+    Result named = vxgrid("info " + file);
+    const Result by_content = vxgrid("info " + unnamed);
+    EXPECT_EQ(by_content.status, 0) << by_content.err;
+    EXPECT_THAT(by_content.out, HasSubstr(says));
+    if (file == kMtz) continue;  // maps are made of files that are named as such
+    EXPECT_EQ(by_content.out.substr(unnamed.size()), named.out.substr(file.size()));
+  }
+  EXPECT_THAT(vxgrid("info " + written("model", read_bytes(kModel))).err, HasSubstr("holds coordinates"));
+  EXPECT_THAT(vxgrid("info " + written("noise", std::string(5000, '\x07'))).err, HasSubstr("content"));
+}
+
+TEST(Formats, ReflectionsShowAndConvert) {
+  const std::string vxx = scratch_file("a.vxx"), fob = scratch_file("a.fob"), phs = scratch_file("a.phs");
+  const rapidjson::Document mtz = json_of("reflections $MTZ --json");
+  EXPECT_EQ(mtz["reflections"].GetInt(), 21397);
+  EXPECT_NEAR(mtz["resolution"]["low"].GetDouble(), 30.94, 0.01);
+  EXPECT_EQ(mtz["group"]["number"].GetInt(), 179);
+  EXPECT_THAT(vxgrid("reflections $MTZ -o " + vxx).err, IsEmpty());
+  const rapidjson::Document native = json_of("reflections " + vxx + " --json");
+  for (const char* field : {"reflections", "columns", "indices", "cell", "group", "resolution"})
+    EXPECT_EQ(native[field], mtz[field]) << field;
+
+  // 262 reflections have no amplitude.
+  const Result text = vxgrid("reflections $MTZ -o " + fob);
+  EXPECT_THAT(text.err,
+              AllOf(HasSubstr("not kept in the XPLOR Reflections format: the cell, the space group, "
+                              "columns fwt phiwt fdelwt phidelwt"),
+                    HasSubstr("262 reflections left out"), HasSubstr("those of the model are written")));
+  EXPECT_EQ(json_of("reflections " + fob + " --json")["reflections"].GetInt(), 21397 - 262);
+  EXPECT_EQ(vxgrid("reflections " + written("a.hkl", kHkl) + " -o " + phs).out,
+            phs + ": PHS Reflections, 3 reflections\n");
+  EXPECT_EQ(vxgrid("reflections " + phs).out,
+            phs +
+                ": reflections\n  format       PHS Reflections\n  reflections  3\n"
+                "  columns      fobs phase fom\n  indices      h 0 to 2, k -1 to 0, l 2 to 6\n");
+}
+
+TEST(Formats, StructureFactorsIntoReflectionFiles) {
+  for (const char* name : {"sf.fob", "sf.phs", "sf.phs.gz"}) {
+    SCOPED_TRACE(name);
+    const std::string file = scratch_file(name), tsv = scratch_file("sf.tsv");
+    ASSERT_EQ(vxgrid("sf --table $MODEL $MTZ -o " + file).status, 0);
+    ASSERT_EQ(vxgrid("sf --table $MODEL $MTZ -o " + tsv).status, 0);
+    const rapidjson::Document set = json_of("reflections " + file + " --json");
+    EXPECT_EQ(set["reflections"].GetInt(), 21135);
+    // The first observed reflection: amplitude and phase of the list.
+    const std::string line = lines_of(read_bytes(tsv))[2];
+    EXPECT_THAT(line, HasSubstr("373.5091"));
+    const std::string out = vxgrid("reflections " + file + " -o - --to fob").out;
+    EXPECT_THAT(lines_of(out)[0], HasSubstr("373.509"));
+  }
+}
+
+TEST(Formats, FailuresNameTheFileAndTheReason) {
+  const std::string map = written("small.map", small_map(1)), vxb = scratch_file("whole.vxb");
+  ASSERT_EQ(vxgrid("convert " + map + " " + vxb).status, 0);
+  const std::string hkl = written("a.hkl", kHkl);
+  const std::tuple<std::string, std::string, std::string, const char*> rows[] = {
+      {"info @", "cut.vxb", read_bytes(vxb).substr(0, 700), "cut off"},
+      {"info @", "other.vxb", std::string("\0\5VXFoo\1x", 9), "no grid but \"VXFoo\""},
+      {"info @", "bad.json", "{\"type\":\"grid\",", "JSON"},
+      {"info @", "other.json", "{\"type\":\"molecule\"}", "\"type\":\"grid\""},
+      {"info @", "short.phs", "1 2 3\n", "cannot be read"},
+      {"reflections @", "none.hkl", "no reflections\n", "no reflections"},
+      {"reflections nowhere.hkl", "nowhere.hkl", "", "no such file"},
+      {"reflections $MODEL", kModel, "", "not a reflection file"},
+      {"reflections " + hkl + " -o a.cif", "a.cif", "", "there are .phs .fob .cv .vxx"},
+      {"reflections $MTZ -o /dev/full --to vxx", "/dev/full", "", "No space"},
+      {"reflections @ -o a.phs", "no_fom.fob", "INDE 1 2 3 FOBS= 1.0 90.0\n", "no figures of merit"},
+      {"convert $MTZ a.map", kMtz, "", "not a map"},
+      {"convert " + map + " a.xplor", "a.xplor", "", "those of maps are .map .ccp4 .ccp .phi .grd"},
+      {"sf $MODEL $MTZ -o a.hkl", "a.hkl", "", "extension"},
+  };
+  for (auto [arguments, file, bytes, says] : rows) {
+    if (const size_t at = arguments.find('@'); at != std::string::npos)
+      arguments.replace(at, 1, file = written(file, bytes));
+    SCOPED_TRACE(arguments);
+    const Result run = vxgrid(arguments + " --quiet");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.out, IsEmpty());
+    EXPECT_THAT(run.err, AllOf(StartsWith("vxgrid: " + file + ": "), HasSubstr(says)));
+  }
+  for (const char* format : {"ccp4", "phi", "grd", "agd", "json", "vxb"}) {
+    const Result full = vxgrid("convert " + map + " /dev/full --to " + format);
+    EXPECT_EQ(full.status, 1) << format;
+    EXPECT_THAT(full.err, HasSubstr("/dev/full: ")) << format;
+    const Result out = vxgrid("convert " + map + " - --to " + format + " >/dev/full; exit $?; true");
+    EXPECT_EQ(out.status, 1) << format;
+  }
+}
