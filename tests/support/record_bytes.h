@@ -47,7 +47,6 @@ class RecordBytes {
     bytes_ += bytes;
     return *this;
   }
-  RecordBytes empty() const { return RecordBytes(big_); }
   const std::string& str() const { return bytes_; }
 
  private:

@@ -33,7 +33,7 @@ class ViewsAround {
   ViewsAround& operator=(const ViewsAround&) = delete;
   /// Whether a record of that length can pay for so many bytes in each of them.
   static bool CanCarry(unsigned long long carried, unsigned long long length) {
-    return carried <= (65536 + 4 * length) / copies_;
+    return carried <= ((1ull << 22) + 4 * length) / copies_;
   }
 
  private:
@@ -311,9 +311,9 @@ unsigned int read_part(vxistream& in, unsigned long length, bool (*differs)(unsi
   data.seek(1);
   if (!is_lattice) return VXBinaryRead<VXBase>(data, grid, handler);
   const unsigned int status = VXBinaryRead<VXMultiGrid<T>>(data, part, handler);
-  if (status == VXBDone && swap)
-    ArraySwapBytes(reinterpret_cast<unsigned char*>(part.GetValues()),
-                   static_cast<unsigned long>(part.GetNumGrids()) * part.GetSize(), sizeof(T));
+  const std::size_t count = std::size_t{part.GetNumGrids()} * part.GetSize();
+  if (status == VXBDone && swap && !is_zero(part.GetValues(), count))  // zeros have no memory behind them yet
+    ArraySwapBytes(reinterpret_cast<unsigned char*>(part.GetValues()), count, sizeof(T));
   return status;
 }
 

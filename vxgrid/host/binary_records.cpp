@@ -381,9 +381,13 @@ void VXRegisterVXBInitializer(VXBInitializer initializer) {
 }
 
 vxmolstreambase::vxmolstreambase() {
-  Initializers& registered = initializers();
-  const std::lock_guard<std::mutex> lock(registered.mutex);
-  for (const VXBInitializer initializer : registered.all) initializer(handler_);
+  std::vector<VXBInitializer> all;
+  {
+    Initializers& registered = initializers();
+    const std::lock_guard<std::mutex> lock(registered.mutex);
+    all = registered.all;
+  }
+  for (const VXBInitializer initializer : all) initializer(handler_);  // which may make streams itself
 }
 
 vxmolstreambase::~vxmolstreambase() = default;
