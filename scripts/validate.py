@@ -415,7 +415,7 @@ start numbers of the converted file are those of the first (an axis of exactly o
 "again": a second conversion changes nothing. "probes": samples of the converted file that equal the stored ones of
 `reference/map_probes.tsv`, by their place in the cell. Bytes of mode 0 are read as 0 to 255 and scaled with AMIN and
 AMAX of the header, gemmi takes them as signed whole numbers: those rows differ by intent. Maps without a space group
-(number 0) are written on the lattice of a plain grid, so their start numbers and samples are not kept one by one.
+(number 0) are written as P 1.
 
 {table(["map", "size", "start", "min", "gemmi", "max", "gemmi", "mean", "gemmi", "rms", "gemmi", "kept", "again",
         "probes"], rows)}""")

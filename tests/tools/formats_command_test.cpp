@@ -74,6 +74,13 @@ TEST(Formats, EveryReadableIntoEveryWriteable) {
     }
 }
 
+TEST(Formats, MapsOfReflectionsAreInElectronsInAllOfThem) {
+  for (const char* name : {"fwt.vxb", "fwt.grd"}) {
+    ASSERT_EQ(vxgrid("map $MTZ -o " + scratch_file(name)).status, 0);
+    EXPECT_NEAR(info_of(scratch_file(name), "max"), info_of(map_file(), "max"), 1e-6) << name;
+  }
+}
+
 TEST(Formats, StandardInputAndOutput) {
   const std::string map = written("small.map", small_map(1)), piped = scratch_file("piped.map");
   const std::string direct = scratch_file("direct.map");
