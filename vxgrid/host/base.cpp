@@ -28,6 +28,9 @@ TagTable& tag_table() {
   return *table;
 }
 
+// Looking through many attributes for a few new ones, again and again, could take any time.
+bool is_worth_looking(std::size_t have, std::size_t come) { return have <= 256 + 64 * come; }
+
 }  // namespace
 
 unsigned int VXGetTag(const std::string& name) {
@@ -90,13 +93,11 @@ void VXBaseImpl::DeleteData(unsigned int tag) {
       data_.end());
 }
 
-// Looking through many attributes for a few new ones, again and again, could take any time: they are
-// appended.
 void VXBaseImpl::Take(VXBaseImpl&& from) {
-  const bool worth_looking = data_.size() <= 256 + 64 * from.data_.size();
+  const bool look = !data_.empty() && is_worth_looking(data_.size(), from.data_.size());
   std::unordered_set<unsigned int> tags;
   for (const auto& data : from.data_)
-    if (worth_looking && !data_.empty()) tags.insert(data->GetTag());
+    if (look) tags.insert(data->GetTag());
   const auto is_replaced = [&tags](const auto& data) { return tags.count(data->GetTag()) != 0; };
   if (!tags.empty()) data_.erase(std::remove_if(data_.begin(), data_.end(), is_replaced), data_.end());
   std::move(from.data_.begin(), from.data_.end(), std::back_inserter(data_));
@@ -141,16 +142,10 @@ VXBaseImpl& VXBase::NeedImpl() {
 void VXCopyBaseData(VXBase& dst, const VXBase& src) {
   if (&dst == &src || !src.impl_) return;
   VXBaseImpl& to = dst.NeedImpl();
-  // The first of a tag replaces what `dst` had; further ones of the same tag are appended behind it.
-  std::vector<unsigned int> copied;
-  for (const auto& data : src.impl_->GetAll()) {
-    std::unique_ptr<VXBaseData> copy(data->CreateCopy());
-    if (std::find(copied.begin(), copied.end(), data->GetTag()) == copied.end()) {
-      if (to.FindData(data->GetTag())) to.DeleteData(data->GetTag());
-      copied.push_back(data->GetTag());
-    }
-    to.AddData(std::move(copy));
-  }
+  VXBaseImpl copies(*src.impl_);
+  if (!is_worth_looking(to.GetAll().size(), copies.GetAll().size()))  // then Take would only append
+    for (const auto& data : copies.GetAll()) to.DeleteData(data->GetTag());
+  to.Take(std::move(copies));
 }
 
 void VXMoveBaseData(VXBase& dst, VXBase&& src) {
