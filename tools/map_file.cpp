@@ -100,9 +100,12 @@ bool read_native(VXHost::vxistream& in, VXSkewGrid& grid) {
     VXScalarGrid plain;
     status = VXBinaryRead(in, plain, handler);
     grid = VXSkewGrid(plain);
-  } else if (tag == "VXSkewGrid" || tag == "VXZemoGrid") {
+  } else if (tag == "VXSkewGrid") {
     status = VXBinaryRead(in, grid, handler);
-    if (tag == "VXZemoGrid") VXCopyBaseData(grid, grid.GetImpl().GetImpl());
+  } else if (tag == "VXZemoGrid") {
+    VXZemoGrid& whole = grid.GetImpl().GetImpl();  // read into the skew grid, its faults would not show
+    status = VXBinaryRead(in, whole, handler);
+    VXCopyBaseData(grid, whole);
   } else {
     VXThrow.Warning("its first record is no grid but \"%s\"", tag.c_str());
     return false;
