@@ -158,6 +158,36 @@ TEST(BetweenGrids, SamplesInsideAndLeavesTheRest) {
     }
 }
 
+// The trilinear kernel as a plain loop over the points, which spread what is not finite alike.
+TEST(BetweenGrids, SameBitsAsPointByPoint) {
+  Lattice source(9, 8, 7, 0.5f);
+  source.randomize(3);
+  source.floats[200] = NAN, source.floats[301] = INFINITY, source.floats[302] = -INFINITY;
+  for (const float spacing : {0.11f, 0.46f, 0.7f}) {  // some cells hold several points, some none
+    Lattice target(4, 5, 3, spacing, 0.3f, 0.1f, -0.2f);
+    vi_int_btw_grids(source.grid, target.grid, 2);
+    const auto walk = [spacing](float mid, int dim, int source_dim, int i) {
+      float p = mid - static_cast<float>(dim - 1) * spacing * 0.5f;
+      while (i-- > 0) p += spacing;
+      return (p + static_cast<float>(source_dim - 1) * 0.25f) / 0.5f;
+    };
+    for (int i = 0; i < 60; ++i) {
+      const float f[3] = {walk(0.3f, 4, 9, i % 4), walk(0.1f, 5, 8, i / 4 % 5), walk(-0.2f, 3, 7, i / 20)};
+      const int c[3] = {static_cast<int>(f[0]), static_cast<int>(f[1]), static_cast<int>(f[2])};
+      const auto along = [&](int a, float low, float high) {
+        return low + (high - low) * (f[a] - static_cast<float>(c[a]));
+      };
+      const auto edge = [&](int y, int z) {
+        const float* const v = &source.floats[c[0] + 9 * (c[1] + y + 8 * (c[2] + z))];
+        return along(0, v[0], v[1]);
+      };
+      const float expected = along(2, along(1, edge(0, 0), edge(1, 0)), along(1, edge(0, 1), edge(1, 1)));
+      EXPECT_TRUE(target.floats[i] == expected || (std::isnan(expected) && std::isnan(target.floats[i])))
+          << i;
+    }
+  }
+}
+
 // In the first row of an inner plane the quadratic kernel takes its neighbours from the row before; where
 // they would leave the block it writes 0.
 TEST(BetweenGrids, NeighboursByLinearIndex) {

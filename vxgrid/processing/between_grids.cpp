@@ -56,15 +56,74 @@ struct Visits {
   std::vector<Visit> list;
 };
 
-struct TrilinearKernel {
-  float operator()(const Visits::Visit& x, const Visits::Visit& y, const Visits::Visit& z) const {
-    const float* const corner =
-        source.floats + x.cell + row * (y.cell + source.ydim * static_cast<std::ptrdiff_t>(z.cell));
-    return lattice::trilinear(corner, row, row * source.ydim, _mm_setr_ps(x.t, y.t, z.t, 0));
+inline float blend(float a, float b, float t) { return a + (b - a) * t; }
+
+// Rows or planes of the target's x or x and y, as they lie at a cell of the source and at the next one along
+// the axis that comes then. A visit one cell on finds its low one as the high one of the visit before.
+class CellSides {
+ public:
+  explicit CellSides(std::size_t n) : low_(n), high_(n) {}
+
+  void forget() { cell_ = kNone; }
+
+  // fill(c, to) makes the side at c.
+  template <class Fill>
+  void move_to(int cell, Fill fill) {
+    if (cell == cell_) return;
+    if (cell == cell_ + 1)
+      std::swap(low_, high_);
+    else
+      fill(cell, low_.data());
+    fill(cell + 1, high_.data());
+    cell_ = cell;
   }
-  const GridStruct& source;
-  std::ptrdiff_t row;
+
+  // Part of what lies at t between the sides.
+  void sample(float t, std::size_t from, std::size_t n, float* to) const {
+    const float *const low = low_.data() + from, *const high = high_.data() + from;
+    for (std::size_t i = 0; i < n; ++i) to[i] = blend(low[i], high[i], t);
+  }
+
+ private:
+  static constexpr int kNone = -2;
+  int cell_ = kNone;
+  std::vector<float> low_, high_;
 };
+
+// The trilinear kernel goes along x, then y, then z, each a + (b - a) t. Points beside each other share what
+// comes of the earlier axes, so each row of the source is sampled along x once, and each plane along y: the
+// bits are those of one point after the other (BetweenGrids.SameBitsAsPointByPoint).
+void fill_trilinear(const GridStruct& source, const GridStruct& target, const Visits& xs, const Visits& ys,
+                    const Visits& zs) {
+  const std::size_t nx = xs.list.size(), ny = ys.list.size();
+  if (nx == 0 || ny == 0) return;
+  const std::ptrdiff_t row = source.xdim, plane = row * source.ydim;
+  const int first = xs.list.front().target;
+  const bool x_is_one_run = xs.list.back().target - first + 1 == static_cast<int>(nx);
+  CellSides rows(nx), planes(nx * ny);
+  std::vector<float> scattered(x_is_one_run ? 0 : nx);
+
+  const auto make_plane = [&](int z, float* to) {
+    rows.forget();
+    for (const auto& y : ys.list) {
+      rows.move_to(y.cell, [&](int cell, float* sampled) {
+        const float* const from = source.floats + row * cell + plane * z;
+        for (const auto& x : xs.list) *sampled++ = blend(from[x.cell], from[x.cell + 1], x.t);
+      });
+      rows.sample(y.t, 0, nx, to);
+      to += nx;
+    }
+  };
+  for (const auto& z : zs.list) {
+    planes.move_to(z.cell, make_plane);
+    for (std::size_t j = 0; j < ny; ++j) {
+      float* const to = target.floats + target.xdim * (ys.list[j].target +
+                                                       target.ydim * static_cast<std::ptrdiff_t>(z.target));
+      planes.sample(z.t, j * nx, nx, x_is_one_run ? to + first : scattered.data());
+      for (std::size_t i = 0; i < scattered.size(); ++i) to[xs.list[i].target] = scattered[i];
+    }
+  }
+}
 
 // The neighbours are judged by the linear index alone, so those of a first or last row may stand in the row
 // beside it; where they would leave the block the value is 0.
@@ -84,8 +143,9 @@ struct QuadraticKernel {
   std::ptrdiff_t row;
 };
 
-template <class Kernel>
-void fill(const GridStruct& target, const Visits& xs, const Visits& ys, const Visits& zs, Kernel kernel) {
+void fill_quadratic(const GridStruct& source, const GridStruct& target, const Visits& xs, const Visits& ys,
+                    const Visits& zs) {
+  const QuadraticKernel kernel{source, source.xdim};
   for (const auto& z : zs.list)
     for (const auto& y : ys.list) {
       float* const row =
@@ -94,18 +154,21 @@ void fill(const GridStruct& target, const Visits& xs, const Visits& ys, const Vi
     }
 }
 
-template <class Kernel>
-void fill(const GridStruct& target, const Axis* axis, Region region, Kernel kernel) {
+void fill(const GridStruct& source, const GridStruct& target, const Axis* axis, Region region,
+          bool is_quadratic) {
   const auto all = [axis](int a) { return Visits(axis[a], axis[a].start, 1); };
   // The two outer planes of an axis; the low one is outside the source when the start has been clipped.
   const auto faces = [axis](int a) {
     const int last = axis[a].target_dim - 1;
     return Visits(axis[a], axis[a].start == 0 ? 0 : last, last);
   };
-  if (region != kFaces) return fill(target, all(0), all(1), all(2), kernel);
-  fill(target, all(0), all(1), faces(2), kernel);
-  fill(target, all(0), faces(1), all(2), kernel);
-  fill(target, faces(0), all(1), all(2), kernel);
+  const auto pass = [&](const Visits& xs, const Visits& ys, const Visits& zs) {
+    (is_quadratic ? fill_quadratic : fill_trilinear)(source, target, xs, ys, zs);
+  };
+  if (region != kFaces) return pass(all(0), all(1), all(2));
+  pass(all(0), all(1), faces(2));
+  pass(all(0), faces(1), all(2));
+  pass(faces(0), all(1), all(2));
 }
 
 }  // namespace
@@ -139,10 +202,7 @@ void vi_int_btw_grids(GridStruct source, GridStruct target, int mode) {
         {source_dim[a], target_dim[a], source.spacing, source_span(a), target_span(a, step), step, 0, 0});
     if (!axes.back().clip(static_cast<Region>(region))) return;
   }
-  if (is_quadratic)
-    fill(target, axes.data(), static_cast<Region>(region), QuadraticKernel{source, source.xdim});
-  else
-    fill(target, axes.data(), static_cast<Region>(region), TrilinearKernel{source, source.xdim});
+  fill(source, target, axes.data(), static_cast<Region>(region), is_quadratic);
 }
 
 }  // namespace VXCore
