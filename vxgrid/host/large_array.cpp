@@ -14,7 +14,8 @@ constexpr std::size_t kHugePage = std::size_t{2} << 20;
 #ifdef VXGRID_SANITIZED
 bool is_mapped(std::size_t) { return false; }  // the sanitizers watch the bounds of malloc blocks alone
 #else
-bool is_mapped(std::size_t bytes) { return bytes >= kHugePage; }
+// Half a huge page is worth a whole one: zeroing that takes a tenth of 256 faults.
+bool is_mapped(std::size_t bytes) { return bytes >= kHugePage / 2; }
 #endif
 
 // Whole huge pages, the last one too: 512 faults on its 4 KiB pages would cost more than zeroing it.

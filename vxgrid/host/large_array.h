@@ -9,7 +9,7 @@
 
 namespace VXHost {
 
-/// Memory for value arrays, all bytes 0. From 2 MiB on it stands at 2 MiB boundaries and asks for huge
+/// Memory for value arrays, all bytes 0. From 1 MiB on it stands at 2 MiB boundaries and asks for huge
 /// pages: first touch of 4 KiB pages costs more than most loops over them. Throws std::bad_alloc.
 VXGRID_API void* vxAllocateZeroed(std::size_t bytes);
 /// The same with contents unspecified, for arrays that are filled next.
