@@ -33,8 +33,8 @@ class VXGRID_API VXGraspIO {
   static void WEndGraspBlock(int length, VXHost::vxostream& out);
 
   /// The bytes of a text record. Its length is the first of the four length bytes that is not 0, so that up
-  /// to 255 bytes read alike in either order; four bytes of 0 give an empty text, with the closing length
-  /// left unread. Where the stream ends before a length, the text is empty too, with a Warning.
+  /// to 255 bytes read alike in either order; four bytes of 0 begin an empty record, which has its closing
+  /// length too. Where the stream ends before a length, the text is empty, with a Warning.
   static std::string ReadGraspLine(VXHost::vxistream& in);
   /// Writes `length` bytes as a text record.
   static void WriteGraspLine(VXHost::vxostream& out, const char* text, int length, bool swap);
