@@ -97,24 +97,22 @@ TYPED_TEST(GridField, VectorsWithGridsMissing) {
 TYPED_TEST(GridField, VectorsFromStrangersBytes) {
   using Field = typename TestFixture::Vector;
   const VXBytes grid = TestFixture::Grid::ToBytes(this->one);
-  const struct {
-    int count, grids;  // announced, and in the bytes, where something that is no grid follows
-    bool result;
-    std::size_t size;
-  } rows[] = {{-1, 1, true, 0}, {1, 1, true, 1}, {2, 1, false, 2}, {3, 1, false, 2}, {INT_MAX, 2, false, 0}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.count);
+  // Grids announced, and in the bytes, where something that is no grid follows; the result and its size.
+  const std::tuple<int, int, bool, std::size_t> rows[] = {
+      {-1, 1, true, 0}, {1, 1, true, 1}, {2, 1, false, 2}, {3, 1, false, 2}, {INT_MAX, 2, false, 0}};
+  for (const auto& [count, grids, result, size] : rows) {
+    SCOPED_TRACE(count);
     VXWriteBuffer out;
-    out.WriteInt(row.count);
-    for (int i = 0; i < row.grids; ++i) out.WriteBlob(grid);
+    out.WriteInt(count);
+    for (int i = 0; i < grids; ++i) out.WriteBlob(grid);
     out.WriteBlob(VXBytes(grid.begin(), grid.end() - 3));
     typename Field::Grids back(1);
     typename Field::OptionalGrids some;
-    EXPECT_EQ(Field::FromBytes(back, out.GetBytes()), row.result);
-    EXPECT_EQ(Field::FromBytes(some, out.GetBytes()), row.result);
-    ASSERT_TRUE(back.size() == row.size && some.size() == row.size);
-    EXPECT_TRUE(row.size < 2 || (some[0] && !some[1] && back[1].GetSize() == 1));
-    EXPECT_EQ(this->vec.BytesToJSON(out.GetBytes()).empty(), !row.result);
+    EXPECT_EQ(Field::FromBytes(back, out.GetBytes()), result);
+    EXPECT_EQ(Field::FromBytes(some, out.GetBytes()), result);
+    ASSERT_TRUE(back.size() == size && some.size() == size);
+    EXPECT_TRUE(size < 2 || (some[0] && !some[1] && back[1].GetSize() == 1));
+    EXPECT_EQ(this->vec.BytesToJSON(out.GetBytes()).empty(), !result);
   }
   EXPECT_EQ(this->vec.BytesToJSON(VXBytes()), "");
 }

@@ -179,15 +179,11 @@ TEST(Grd, TitlesInEightyBytes) {
 }
 
 TEST(Grd, RefusesAndSaysWhy) {
-  constexpr int kStateOfX = 84, kDims = 84 + 4 * 8, kMultiples = kDims + 3 * 8 + 100 + 100 + 40;
+  constexpr std::size_t kStateOfX = 84, kDims = 84 + 4 * 8, kMultiples = kDims + 3 * 8 + 100 + 100 + 40;
   const std::string state = "Corrupt state read from GRD file: ",
                     dims = "Attempting to read a grid with bad dimensions: ";
-  const struct {
-    const char* what;
-    int at;  // byte
-    unsigned int value;
-    std::string says;
-  } rows[] = {
+  const std::tuple<const char*, std::size_t, unsigned int, std::string> rows[] = {
+      // byte, what it becomes
       {"state 3", kStateOfX, 3, state + "3"},
       {"state of a number of fields", kMultiples, 0xffffffff, state + "-1"},
       {"no rows", kDims + 12, 0, dims + "3 x 0 x 2"},
@@ -203,14 +199,14 @@ TEST(Grd, RefusesAndSaysWhy) {
       {"a spacing that is none", kDims - 4, 0xbf800000u, ""},
   };
   VXZemoGrid grid;
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
+  for (const auto& [what, at, value, says] : rows) {
+    SCOPED_TRACE(what);
     GrdFile made;
     made.make();
-    std::memcpy(&made.file[static_cast<std::size_t>(row.at)], &row.value, 4);
+    std::memcpy(&made.file[at], &value, 4);
     CapturedLog log;
     EXPECT_FALSE(read(made.file, grid));
-    EXPECT_EQ(log.text(), row.says.empty() ? "" : "Warning: " + row.says + "\n");
+    EXPECT_EQ(log.text(), says.empty() ? "" : "Warning: " + says + "\n");
   }
   CapturedLog log;
   GrdFile empty{false, false, {3, 2}, {3, 0, 2}};

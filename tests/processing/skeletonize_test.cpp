@@ -60,23 +60,18 @@ TEST(ExtractBlob, SamePointsAsTheWalkPointByPoint) {
 
 TEST(ExtractBlob, SaysWhatItDoes) {
   const std::vector<float> hill = {0, 1, 0, 2, 3, 2.5f, 0, 0, -1};
-  const struct {
-    unsigned seed;
-    float level;
-    std::vector<float> left;
-    const char* says;
-  } rows[] = {
+  const std::tuple<unsigned, float, std::vector<float>, std::string> rows[] = {
       {4, VXLevelOfSeed, {0, 0, 0, 0, 3, 0, 0, 0, 0}, "The contour level is 3.000000\nKeeping 8\n"},
       {4, 2, {0, 0, 0, 2, 3, 2.5f, 0, 0, 0}, "The contour level is 2.000000\nKeeping 6\n"},
       {0, 2.25f, {0, 0, 0, 0, 3, 2.5f, 0, 0, 0}, "The contour level is 2.250000\nKeeping 6\n"},
       {8, VXLevelOfSeed, {0, 0, 0, 0, 0, 0, 0, 0, -1}, "The contour level is -1.000000\nKeeping 8\n"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [seed, level, left, says] : rows) {
     VXScalarGrid grid = grid_of(3, 3, 1, hill);
     CapturedLog log;
-    EXPECT_TRUE(VXExtractBlob(grid, row.seed, row.level));
-    EXPECT_EQ(values_of(grid), row.left) << row.says;
-    EXPECT_EQ(log.text(), std::string("gsize 9\n") + row.says);
+    EXPECT_TRUE(VXExtractBlob(grid, seed, level));
+    EXPECT_EQ(values_of(grid), left) << says;
+    EXPECT_EQ(log.text(), "gsize 9\n" + says);
   }
   VXScalarGrid grid = grid_of(3, 3, 1, hill);
   CapturedLog log;
