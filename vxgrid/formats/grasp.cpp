@@ -1,7 +1,6 @@
 #include <vxgrid/formats/grasp.h>
 
 #include <algorithm>
-#include <cstring>
 
 #include <vxgrid/host/binary_records.h>
 #include <vxgrid/host/error_handler.h>
@@ -41,15 +40,26 @@ void write_text(vxostream& out, const char (&text)[n]) {
   VXGraspIO::WriteGraspLine(out, text, n - 1, VXGraspIO::DetermineGraspByteOrder());
 }
 
-// A record of floats. They go out in one piece: a file takes that as it is, without a copy into its buffer.
-void write_floats(vxostream& out, const float* values, std::size_t n) {
+// A record of floats, which are swapped where they stand. They go out in one piece: a file takes that as it
+// is, without a copy into its buffer.
+void write_floats(vxostream& out, float* values, std::size_t n) {
   const std::size_t bytes = n * sizeof(float);
-  VXHost::VXLargeArray<unsigned char> swapped(bytes, VXHost::VXLargeArray<unsigned char>::Uninitialised);
-  std::memcpy(swapped.data(), values, bytes);
-  if (VXGraspIO::DetermineGraspByteOrder()) ArraySwapBytes(swapped.data(), n, sizeof(float));
+  auto* const raw = reinterpret_cast<unsigned char*>(values);
+  if (VXGraspIO::DetermineGraspByteOrder()) ArraySwapBytes(raw, n, sizeof(float));
   VXGraspIO::WBeginGraspBlock(static_cast<int>(bytes), out);
-  out.write(swapped.data(), bytes);
+  out.write(raw, bytes);
   VXGraspIO::WEndGraspBlock(static_cast<int>(bytes), out);
+}
+
+// Leaves the values swapped.
+bool write_map(vxostream& out, float* values, float scale, const float* mid) {
+  float lattice[] = {scale, mid[0], mid[1], mid[2]};
+  write_text(out, kFirstText);
+  write_text(out, kTitle);
+  write_floats(out, values, kSamples);
+  write_text(out, kLastText);
+  write_floats(out, lattice, 4);
+  return out.flush();
 }
 
 }  // namespace
@@ -107,13 +117,9 @@ bool VXReadDelphiMap(vxistream& in, float* values, float* scale, float* mid) {
 }
 
 bool VXWriteDelphiMap(vxostream& out, const float* values, float scale, const float* mid) {
-  const float lattice[] = {scale, mid[0], mid[1], mid[2]};
-  write_text(out, kFirstText);
-  write_text(out, kTitle);
-  write_floats(out, values, kSamples);
-  write_text(out, kLastText);
-  write_floats(out, lattice, 4);
-  return out.flush();
+  VXHost::VXLargeArray<float> own(kSamples, VXHost::VXLargeArray<float>::Uninitialised);
+  std::copy_n(values, kSamples, own.data());
+  return write_map(out, own.data(), scale, mid);
 }
 
 bool VXReadGraspGrid(vxistream& in, VXZemoGrid& grid) {
@@ -137,7 +143,7 @@ bool VXWriteGraspGrid(vxostream& out, const VXZemoGrid& grid) {
   if (n > kGraspDim) spacing = spacing * kPerSample * static_cast<float>(n);
   map.SetSpacing(spacing);
   VXInterpolateBetweenGrids(map, grid);
-  return VXWriteDelphiMap(out, map.GetFloats().GetValues(), 1.0f / spacing, mid);
+  return write_map(out, map.GetFloats().GetValues(), 1.0f / spacing, mid);
 }
 
 }  // namespace VXCore
