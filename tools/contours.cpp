@@ -1,11 +1,4 @@
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <memory>
-
 #include <vxgrid/grid/contour.h>
-#include <vxgrid/host/text.h>
 #include <vxgrid/processing/contour_levels.h>
 
 #include "verbs.h"
@@ -46,48 +39,6 @@ void attach(VXSkewGrid& grid, const std::vector<float>& levels) {
   }
 }
 
-/// A new folder that goes away with what is in it.
-class ScratchFolder {
- public:
-  ScratchFolder() {
-    std::error_code error;
-    path_ = std::filesystem::temp_directory_path(error) / "vxgrid-XXXXXX";
-    if (error) throw Failure("the folder for temporary files", error.message());
-    if (!mkdtemp(path_.data())) throw Failure(path_, std::strerror(errno));
-  }
-  ~ScratchFolder() {
-    std::error_code error;
-    std::filesystem::remove_all(path_, error);
-  }
-  std::string file(const std::string& name) const { return path_ + "/" + name; }
-
- private:
-  std::string path_;
-};
-
-/// Whether contours come back from a file of this extension, tried with a small map.
-bool keeps_contours(const std::string& extension, const ScratchFolder& folder) try {
-  const Settings silent{false, true};
-  VXSkewGrid grid(VXScalarGrid(2, 2, 2, 0, 0, 0, 1, "", nullptr));
-  attach(grid, {1.0f});
-  write_map(folder.file("map." + extension), grid);
-  return VXNumContours(read_map(folder.file("map." + extension), silent)) == 1;
-} catch (const Failure&) {
-  return false;
-}
-
-void require_contour_keeper(const std::string& file) {
-  require_map_extension(file);
-  const std::string extension = VXGetFileExtension(file.c_str());
-  const ScratchFolder folder;
-  if (keeps_contours(extension, folder)) return;
-  std::vector<std::string> keepers;
-  for (const char* other : {"vxb", "json", "grd", "phi", "map", "agd"})
-    if (keeps_contours(other, folder)) keepers.push_back("." + std::string(other));
-  throw Failure(file, "files in ." + extension + " keep no contours; " +
-                          (keepers.empty() ? "none that are written here do" : join(keepers, ", ") + " do"));
-}
-
 void print(const std::vector<float>& levels, const ContoursOptions& options, const Settings& settings) {
   if (settings.json) {
     Json json;
@@ -113,7 +64,7 @@ void print(const std::vector<float>& levels, const ContoursOptions& options, con
 }  // namespace
 
 void contours(const ContoursOptions& options, const Settings& settings) {
-  if (options.attach) require_contour_keeper(options.output);
+  if (options.attach) require_attributes(options.output, "contours");
   VXSkewGrid grid = read_map(options.map, settings);
   const std::vector<float> levels = levels_of(grid, options, settings);
   if (options.attach) {

@@ -221,6 +221,16 @@ const FileFormat& output_format(const std::string& file, const std::string& to) 
 
 void require_map_extension(const std::string& file) { output_format(file); }
 
+void require_attributes(const std::string& file, const char* what) {
+  const FileFormat& format = output_format(file);
+  if (keeps_of(format).attributes) return;
+  std::vector<std::string> keepers;
+  for (const std::string& name : format_names(FileKind::Map, true))
+    if (keeps_of(*format_named(name)).attributes) keepers.push_back("." + name);
+  throw Failure(file,
+                text("the %s format keeps no %s; %s do", format.title, what, join(keepers, ", ").c_str()));
+}
+
 template <class Grid>
 void write_map(const std::string& file, const Grid& grid, const FileFormat& format) {
   write_file(file, [&](VXHost::vxostream& out) {

@@ -25,6 +25,9 @@ const FileFormat& output_format(const std::string& file, const std::string& to =
 /// The same Failure: asked before the work, not after it.
 void require_map_extension(const std::string& file);
 
+/// Failure also when the format of that extension keeps no attributes, of which `what` are some.
+void require_attributes(const std::string& file, const char* what);
+
 /// Writes a grid in a format, by default that of the extension. Grid: VXSkewGrid or VXScalarGrid.
 template <class Grid>
 void write_map(const std::string& file, const Grid& grid, const FileFormat& format);
