@@ -4,8 +4,8 @@ other programs (gemmi above all) beside ours.
 
     scripts/validate.py [build/ci/tools/vxgrid]
 
-The data are in the folder that VXGRID_TEST_DATA names, by default ../shared/data. Needs python3-gemmi, python3-mrcfile and
-python3-numpy.
+The data are in the folder that VXGRID_TEST_DATA names, by default ../shared/data. Needs the Debian packages
+python3-gemmi, python3-mrcfile, python3-cctbx, python3-pymol and python3-numpy.
 """
 
 import json
@@ -17,8 +17,11 @@ import sys
 import tempfile
 
 import gemmi
+import iotbx.ccp4_map
+import iotbx.xplor.map
 import mrcfile
 import numpy as np
+import pymol2
 
 SOURCE = pathlib.Path(__file__).resolve().parent.parent
 DATA = pathlib.Path(os.environ.get("VXGRID_TEST_DATA", SOURCE.parent / "shared" / "data"))
@@ -208,17 +211,44 @@ def vxgrid_text_of(path, scratch):
     return (scratch / "grid.json").read_text()
 
 
-def xplor_row(name, mtz_name, shape, first, scratch):
-    """A map that cctbx or gfortran wrote, by way of CCP4, against gemmi's map of the coefficients it was made from."""
+def xplor_rows(name, mtz_name, shape, first, scratch):
+    """A map by way of CCP4, against what cctbx reads from it, if it is a text, and against gemmi's map of the
+    coefficients it was made from."""
     out = scratch / "xplor.ccp4"
     vxgrid("convert", DATA / "maps" / name, out, "-q")
     ours, start, _ = read_ccp4(out)
+    rows = []
+    if name.endswith(".xplor"):
+        read = iotbx.xplor.map.reader(file_name=str(DATA / "maps" / name))
+        theirs = read.data.as_numpy_array().astype(np.float32)
+        largest = np.max(np.abs(ours[tuple(map(slice, theirs.shape))] - theirs))
+        same = start == list(read.data.origin()) == first and largest == 0
+        rows.append([f"`{name}` read", "cctbx", theirs.size, "yes" if same else "NO", f"{largest:.1e}"])
     mtz = gemmi.read_mtz_file(str(DATA / "crystals" / mtz_name))
     theirs = np.array(mtz.transform_f_phi_to_map("FWT", "PHWT", exact_size=shape), copy=True)
     places = [(np.arange(n) + f) % m for n, f, m in zip(ours.shape, first, shape)]
     largest = np.max(np.abs(ours - theirs[np.ix_(*places)]))
-    return [f"`{name}` read", "cctbx or gfortran, gemmi", ours.size,
-            "yes" if start == first and largest < 1e-5 else "NO", f"{largest:.1e}"]
+    rows.append([f"`{name}` read", "gemmi", ours.size, "yes" if start == first and largest < 1e-5 else "NO",
+                 f"{largest:.1e}"])
+    return rows
+
+
+def cctbx_row(files, scratch):
+    """CCP4 maps of ours: what cctbx reads from them beside what gemmi reads from the files they were made from."""
+    points, largest, same = 0, 0.0, True
+    for path in files:
+        out = scratch / "cctbx.map"
+        vxgrid("convert", path, out, "-q")
+        read = iotbx.ccp4_map.map_reader(file_name=str(out))
+        theirs, origin = read.map_data().as_numpy_array(), list(read.map_data().origin())
+        ours, start, map_ = read_ccp4(path)
+        same = (same and origin == start and np.allclose(read.unit_cell().parameters(), map_.grid.unit_cell.parameters)
+                and read.space_group_number == max(1, map_.header_i32(23))
+                and list(read.unit_cell_grid) == [map_.header_i32(i) for i in (8, 9, 10)])
+        points += ours.size
+        largest = max(largest, np.max(np.abs(theirs[tuple(map(slice, ours.shape))] - ours)))
+    return [f"{len(files)} CCP4 maps written", "cctbx", points, "yes" if same and largest == 0 else "NO",
+            f"{largest:.1e}"]
 
 
 def mrcfile_row(files, scratch):
@@ -248,6 +278,14 @@ def phi_rows(scratch):
     same = np.allclose(middle, middle_again) and abs(spacing - spacing_again) < 1e-6
     rows.append(["`1crn.phi` written again", "the layout", again.size, "yes" if same and inside < 2e-4 * np.ptp(theirs) else "NO",
                  f"{inside:.1e}"])
+    with pymol2.PyMOL() as viewer:
+        viewer.cmd.load(str(scratch / "again.phi"), "again", quiet=1)
+        shown = np.array(viewer.cmd.get_volume_field("again"))
+        low, high = np.array(viewer.cmd.get_extent("again"))
+    same = np.allclose((low + high) / 2, middle, atol=1e-5) and np.allclose((high - low) / 64, spacing)
+    largest = np.max(np.abs(shown - again))
+    rows.append(["`1crn.phi` written again", "PyMOL", shown.size, "yes" if same and largest == 0 else "NO",
+                 f"{largest:.1e}"])
     return rows
 
 
@@ -265,36 +303,39 @@ def json_row(scratch):
             f"{largest:.1e}"]
 
 
-def read_fob(path):
-    """Indices, FOBS and SIGMA of the reflections of an XPLOR file."""
-    found = {}
-    for line in path.read_text().splitlines():
+# Where a column stands in a reflection of an XPLOR file: behind which word, and how far.
+FOB_PLACES = {"F_meas_sigma_au": ("SIGMa=", 1), "F_calc_au": ("FCALC=", 1), "phase_calc": ("FCALC=", 2), "fom": ("FOM=", 1),
+              "FP": ("FOBS=", 1), "SIGFP": ("SIGMa=", 1), "FC": ("FCALC=", 1), "PHIC": ("FCALC=", 2), "FOM": ("FOM=", 1)}
+
+
+def reflection_row(source, hkl, columns, how, scratch):
+    """A file by way of XPLOR, with five decimals, beside the columns that gemmi reads from it, by index."""
+    vxgrid("reflections", source, "-o", scratch / "out.fob", "-q")
+    ours = {}
+    for line in (scratch / "out.fob").read_text().splitlines():
         words = line.split()
-        value = {word: words[i + 1] for i, word in enumerate(words) if word.endswith("=")}
-        found[tuple(map(int, words[1:4]))] = (float(value["FOBS="]), float(value["SIGMa="]))
-    return found
-
-
-def reflection_row(what, ours, theirs):
-    """Values by index, ours to five decimals."""
+        ours[tuple(map(int, words[1:4]))] = [float(words[words.index(FOB_PLACES[name][0]) + FOB_PLACES[name][1]])
+                                             for name in columns]
+    values = np.array(list(columns.values())).T
+    theirs = {tuple(index): row for index, row in zip(hkl.tolist(), values) if np.isfinite(row).all()}
     same = ours.keys() == theirs.keys()
-    largest = max(max(abs(a - b) for a, b in zip(ours[hkl], theirs[hkl])) for hkl in ours) if same else np.inf
-    return [what, "gemmi", len(ours), "yes" if same and largest < 1e-4 else "NO", f"{largest:.1e}"]
+    largest = max(np.max(np.abs(theirs[index] - ours[index])) for index in ours) if same else np.inf
+    return [f"`{source.name}` {how}: {', '.join(columns)}", "gemmi", len(ours),
+            "yes" if same and largest < 1e-4 else "NO", f"{largest:.1e}"]
 
 
 def reflection_rows(scratch):
     rows = []
     for name in ("1dur-sf.cif", "5uui-sf.cif", "5wkd-sf.cif", "6mw0-sf.cif"):
-        vxgrid("reflections", DATA / "reflections" / name, "-o", scratch / "cif.fob", "-q")
-        block = gemmi.as_refln_blocks(gemmi.cif.read(str(DATA / "reflections" / name)))[0]
-        sigma = np.array(block.make_float_array("F_meas_sigma_au"))
-        theirs = {tuple(hkl): (s, s) for hkl, s in zip(block.make_miller_array().tolist(), sigma) if np.isfinite(s)}
-        rows.append(reflection_row(f"`{name}` read, its sigmas", read_fob(scratch / "cif.fob"), theirs))
-    mtz = gemmi.read_mtz_file(str(DATA / "crystals" / "1dur.mtz"))
-    columns = [np.array(mtz.column_with_label(label)) for label in ("FP", "SIGFP")]
-    theirs = {tuple(hkl): pair for hkl, *pair in zip(mtz.make_miller_array().tolist(), *columns) if np.isfinite(pair[0])}
-    vxgrid("reflections", DATA / "crystals" / "1dur.mtz", "-o", scratch / "1dur.fob", "-q")
-    rows.append(reflection_row("`1dur.mtz` written as `fob`", read_fob(scratch / "1dur.fob"), theirs))
+        path = DATA / "reflections" / name
+        block = gemmi.as_refln_blocks(gemmi.cif.read(str(path)))[0]
+        columns = {tag: np.array(block.make_float_array(tag)) for tag in ("F_meas_sigma_au", "F_calc_au", "phase_calc", "fom")
+                   if tag in block.column_labels()}
+        rows.append(reflection_row(path, block.make_miller_array(), columns, "read", scratch))
+    path = DATA / "crystals" / "1dur.mtz"
+    mtz = gemmi.read_mtz_file(str(path))
+    columns = {label: np.array(mtz.column_with_label(label)) for label in ("FP", "SIGFP", "FC", "PHIC", "FOM")}
+    rows.append(reflection_row(path, mtz.make_miller_array(), columns, "written as `fob`", scratch))
 
     vxgrid("reflections", DATA / "crystals" / "1dur.mtz", "-o", scratch / "1dur.phs", "-q")
     ours = np.loadtxt(scratch / "1dur.phs")
@@ -419,16 +460,19 @@ AMAX of the header, gemmi takes them as signed whole numbers: those rows differ 
 
 {table(["map", "size", "start", "min", "gemmi", "max", "gemmi", "mean", "gemmi", "rms", "gemmi", "kept", "again",
         "probes"], rows)}""")
-        rows = [xplor_row("1dur_2fofc_cell.xplor", "1dur.mtz", [32, 40, 40], [0, 0, 0], scratch),
-                xplor_row("5wkd_2fofc_box.xplor", "5wkd.mtz", [90, 8, 30], [-10, -3, -5], scratch),
-                xplor_row("5wkd_2fofc_box_bin.xplmap", "5wkd.mtz", [90, 8, 30], [-10, -3, -5], scratch),
+        rows = [*xplor_rows("1dur_2fofc_cell.xplor", "1dur.mtz", [32, 40, 40], [0, 0, 0], scratch),
+                *xplor_rows("5wkd_2fofc_box.xplor", "5wkd.mtz", [90, 8, 30], [-10, -3, -5], scratch),
+                *xplor_rows("5wkd_2fofc_box_bin.xplmap", "5wkd.mtz", [90, 8, 30], [-10, -3, -5], scratch),
+                cctbx_row([path for path in map_files if "mode0" not in path.name], scratch),
                 mrcfile_row([path for path in map_files if path.name != "iota_yzx.ccp4"], scratch),
                 *phi_rows(scratch), json_row(scratch), *reflection_rows(scratch)]
         out.append(f"""## Other formats
 
 Files of and for other programs. "agrees": indices, places and values, within the digits of the text; of a GRASP map
 written again, to 2e-4 of the range, as it is interpolated at places in single precision, and the last points of
-each axis aside, which are sampled 1e-5 of the span inside. In files of structure
+each axis aside, which are sampled 1e-5 of the span inside. The XPLOR texts are cctbx's, the unformatted map is
+gfortran's, and gemmi's side of them is its map of the coefficients they were made from; that of CCP4 maps written is what
+gemmi reads from the files they were made from. In files of structure
 factors the amplitudes are read from the column of the sigmas where that stands behind them (docs/formats.md), so sigmas
 are compared.
 
