@@ -23,24 +23,31 @@ namespace {
 
 // clang-format off
 constexpr FileFormat kFormats[] = {
-  {Format::CCP4,        FileKind::Map,         "ccp4",  "CCP4 Map",          "map,ccp4,ccp",   true},
-  {Format::XPLOR,       FileKind::Map,         "xplor", "XPLOR Map",         "xplor,xplmap",   false},
-  {Format::Grasp,       FileKind::Map,         "phi",   "GRASP Grid",        "phi",            true},
-  {Format::GRD,         FileKind::Map,         "grd",   "Velixa Grid",       "grd",            true},
-  {Format::Ascii,       FileKind::Map,         "agd",   "Ascii Grid",        "agd",            true},
-  {Format::JSON,        FileKind::Map,         "json",  "JSON Grid",         "json",           true},
-  {Format::Native,      FileKind::Map,         "vxb",   "Native Grid",       "vxb",            true},
-  {Format::MTZ,         FileKind::Mtz,         "mtz",   "MTZ",               "mtz",            false},
-  {Format::CIF,         FileKind::Reflections, "cif",   "CIF Reflections",   "",               false},
-  {Format::PHS,         FileKind::Reflections, "phs",   "PHS Reflections",   "phs",            true},
-  {Format::FOB,         FileKind::Reflections, "fob",   "XPLOR Reflections", "fob,cv",         true},
-  {Format::HKL,         FileKind::Reflections, "hkl",   "HKL Reflections",   "hkl",            false},
-  {Format::VXX,         FileKind::Reflections, "vxx",   "Native Reflections", "vxx",           true},
-  {Format::Coordinates, FileKind::Model,       "model", "Coordinates",       "pdb,ent,cif,mmcif,sdf,sd,mol,mol2", false},
+  {Format::CCP4,        FileKind::Map,         "ccp4",  "CCP4 Map",           "map,ccp4,ccp,mrc", true,  VXGridFormatCCP4},
+  {Format::XPLOR,       FileKind::Map,         "xplor", "XPLOR Map",          "xplor,xplmap",     false, VXGridFormatXPLOR},
+  {Format::Grasp,       FileKind::Map,         "phi",   "GRASP Grid",         "phi",              true,  VXGridFormatGrasp},
+  {Format::GRD,         FileKind::Map,         "grd",   "Velixa Grid",        "grd",              true,  VXGridFormatGRD},
+  {Format::Ascii,       FileKind::Map,         "agd",   "Ascii Grid",         "agd",              true,  VXGridFormatAscii},
+  {Format::JSON,        FileKind::Map,         "json",  "JSON Grid",          "json",             true,  0},
+  {Format::Native,      FileKind::Map,         "vxb",   "Native Grid",        "vxb",              true,  0},
+  {Format::MTZ,         FileKind::Mtz,         "mtz",   "MTZ",                "mtz",              false, 0},
+  {Format::CIF,         FileKind::Reflections, "cif",   "CIF Reflections",    "cif",              false, 0},
+  {Format::PHS,         FileKind::Reflections, "phs",   "PHS Reflections",    "phs",              true,  0},
+  {Format::FOB,         FileKind::Reflections, "fob",   "XPLOR Reflections",  "fob,cv",           true,  0},
+  {Format::HKL,         FileKind::Reflections, "hkl",   "HKL Reflections",    "hkl",              false, 0},
+  {Format::VXX,         FileKind::Reflections, "vxx",   "Native Reflections", "vxx",              true,  0},
+  {Format::Coordinates, FileKind::Model,       "model", "Coordinates",        "pdb,ent,cif,mmcif,sdf,sd,mol,mol2", false, 0},
 };
 // clang-format on
 
 const FileFormat* format_of(Format id) { return &kFormats[static_cast<int>(id)]; }
+
+/// The first format for which `is_it` holds; null when there is none.
+template <class Predicate>
+const FileFormat* find_format(Predicate is_it) {
+  const auto* const found = std::find_if(std::begin(kFormats), std::end(kFormats), is_it);
+  return found == std::end(kFormats) ? nullptr : found;
+}
 
 std::vector<std::string> words_of(const char* list) {
   std::vector<std::string> words;
@@ -196,9 +203,7 @@ std::string extensions_of(FileKind kind, bool written) {
 }
 
 const FileFormat* format_named(const std::string& name) {
-  const auto* const found = std::find_if(std::begin(kFormats), std::end(kFormats),
-                                         [&](const FileFormat& format) { return name == format.name; });
-  return found == std::end(kFormats) ? nullptr : found;
+  return find_format([&](const FileFormat& format) { return name == format.name; });
 }
 
 const FileFormat* format_by_extension(const std::string& file) {
@@ -210,8 +215,7 @@ const FileFormat* format_by_extension(const std::string& file) {
       if (VXFileExtension(file, extension)) return &format;
   // Of those of the library's own formats the beginning is enough.
   const unsigned code = VXGetGridFileType(VXGetFileExtension(file.c_str()).c_str());
-  constexpr Format by_code[] = {Format::Grasp, Format::GRD, Format::CCP4, Format::XPLOR, Format::Ascii};
-  return code >= 1 && code <= std::size(by_code) ? format_of(by_code[code - 1]) : nullptr;
+  return code ? find_format([code](const FileFormat& format) { return format.code == code; }) : nullptr;
 }
 
 InputFile::InputFile(const std::string& file, const std::string& from) {
@@ -227,7 +231,8 @@ InputFile::InputFile(const std::string& file, const std::string& from) {
     format_ = format_of(Format::Coordinates);
   if (!format_)
     throw Failure(file, "not a kind of file that is known by its extension or its content: there are " +
-                            extensions_of(FileKind::Map, false) + " for maps, .mtz .cif " +
+                            extensions_of(FileKind::Map, false) + " for maps, " +
+                            extensions_of(FileKind::Mtz, false) + " " +
                             extensions_of(FileKind::Reflections, false) + " for reflections, " +
                             extensions_of(FileKind::Model, false) + " for models, each also with .gz");
 }

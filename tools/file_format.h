@@ -20,6 +20,7 @@ struct FileFormat {
   const char* title;       // in words
   const char* extensions;  // separated by commas
   bool is_written;
+  unsigned code;  // of the library's grid formats, or 0
 };
 
 /// A 4-byte number of a file, 0 beyond its end; with `swap` in the other byte order.
@@ -29,6 +30,7 @@ std::int32_t word(std::string_view bytes, size_t index, bool swap = false);
 std::vector<std::string> format_names(FileKind kind, bool written);
 
 /// The extensions of the formats of a kind that are read, or written, each with its dot, separated by blanks.
+/// Some stand for coordinates and for reflections.
 std::string extensions_of(FileKind kind, bool written);
 
 /// The format of a name for --from or --to; null when there is none.

@@ -23,18 +23,17 @@ namespace {
 /// What a format holds of a grid beside values, spacing and midpoint.
 struct Keeps {
   Format format;
-  unsigned code;  // VXGridFormat, or 0
   bool title, cell, group, statistics, fields, attributes;
 };
 // clang-format off
 constexpr Keeps kKeeps[] = {
-  {Format::CCP4,   VXGridFormatCCP4,      false, true,  true,  true,  false, false},
-  {Format::XPLOR,  VXGridFormatXPLOR,     false, true,  false, false, false, false},
-  {Format::Grasp,  VXGridFormatGrasp,     false, false, false, false, false, false},
-  {Format::GRD,    VXGridFormatGRD,       true,  true,  true,  false, true,  false},
-  {Format::Ascii,  VXGridFormatAscii,     true,  false, false, false, false, false},
-  {Format::JSON,   VXGridFormatUndefined, true,  true,  false, true,  false, true},
-  {Format::Native, VXGridFormatUndefined, true,  true,  true,  true,  true,  true},
+  {Format::CCP4,   false, true,  true,  true,  false, false},
+  {Format::XPLOR,  false, true,  false, false, false, false},
+  {Format::Grasp,  false, false, false, false, false, false},
+  {Format::GRD,    true,  true,  true,  false, true,  false},
+  {Format::Ascii,  true,  false, false, false, false, false},
+  {Format::JSON,   true,  true,  false, true,  false, true},
+  {Format::Native, true,  true,  true,  true,  true,  true},
 };
 // clang-format on
 
@@ -199,7 +198,7 @@ VXSkewGrid read_map(const std::string& file, InputFile& input, const Settings& s
   const bool read = input.format().id == Format::JSON ? read_json(input.stream(), grid)
                     : input.format().id == Format::Native
                         ? read_native(input.stream(), grid)
-                        : read_library_format(input.stream(), grid, keeps_of(input.format()).code);
+                        : read_library_format(input.stream(), grid, input.format().code);
   if (!read) throw Failure(file, log.reason(file, "cannot be read as a map"));
   if (!grid.GetValues()) throw Failure(file, "it holds one point, which makes no map");
   log.pass_on(settings, file);
@@ -236,7 +235,7 @@ void write_map(const std::string& file, const Grid& grid, const FileFormat& form
   write_file(file, [&](VXHost::vxostream& out) {
     if (format.id == Format::JSON) return write_json(out, grid);
     if (format.id == Format::Native) return write_native(out, grid);
-    return VXWriteGrid(out, grid, keeps_of(format).code);
+    return VXWriteGrid(out, grid, format.code);
   });
 }
 template void write_map(const std::string&, const VXSkewGrid&, const FileFormat&);

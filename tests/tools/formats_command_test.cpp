@@ -230,7 +230,7 @@ TEST(Formats, FailuresNameTheFileAndTheReason) {
       {"reflections $MTZ -o /dev/full --to vxx", "/dev/full", "", "No space"},
       {"reflections @ -o a.phs", "no_fom.fob", "INDE 1 2 3 FOBS= 1.0 90.0\n", "no figures of merit"},
       {"convert $MTZ a.map", kMtz, "", "not a map"},
-      {"convert " + map + " a.xplor", "a.xplor", "", "those of maps are .map .ccp4 .ccp .phi .grd"},
+      {"convert " + map + " a.xplor", "a.xplor", "", "those of maps are .map .ccp4 .ccp .mrc .phi .grd"},
       {"sf $MODEL $MTZ -o a.hkl", "a.hkl", "", "extension"},
   };
   for (auto [arguments, file, bytes, says] : rows) {
