@@ -18,6 +18,7 @@ import tempfile
 
 import gemmi
 import iotbx.ccp4_map
+import iotbx.cns.reflection_reader
 import iotbx.xplor.map
 import mrcfile
 import numpy as np
@@ -305,11 +306,12 @@ def json_row(scratch):
 
 # Where a column stands in a reflection of an XPLOR file: behind which word, and how far.
 FOB_PLACES = {"F_meas_sigma_au": ("SIGMa=", 1), "F_calc_au": ("FCALC=", 1), "phase_calc": ("FCALC=", 2), "fom": ("FOM=", 1),
-              "FP": ("FOBS=", 1), "SIGFP": ("SIGMa=", 1), "FC": ("FCALC=", 1), "PHIC": ("FCALC=", 2), "FOM": ("FOM=", 1)}
+              "FP": ("FOBS=", 1), "SIGFP": ("SIGMa=", 1), "FC": ("FCALC=", 1), "PHIC": ("FCALC=", 2), "FOM": ("FOM=", 1),
+              "FOBS": ("FOBS=", 1), "SIGMA": ("SIGMa=", 1), "TEST": ("TEST=", 1)}
 
 
-def reflection_row(source, hkl, columns, how, scratch):
-    """A file by way of XPLOR, with five decimals, beside the columns that gemmi reads from it, by index."""
+def reflection_row(source, hkl, columns, how, scratch, other="gemmi"):
+    """A file by way of XPLOR, with five decimals, beside the columns that another program reads from it, by index."""
     vxgrid("reflections", source, "-o", scratch / "out.fob", "-q")
     ours = {}
     for line in (scratch / "out.fob").read_text().splitlines():
@@ -320,7 +322,7 @@ def reflection_row(source, hkl, columns, how, scratch):
     theirs = {tuple(index): row for index, row in zip(hkl.tolist(), values) if np.isfinite(row).all()}
     same = ours.keys() == theirs.keys()
     largest = max(np.max(np.abs(theirs[index] - ours[index])) for index in ours) if same else np.inf
-    return [f"`{source.name}` {how}: {', '.join(columns)}", "gemmi", len(ours),
+    return [f"`{source.name}` {how}: {', '.join(columns)}", other, len(ours),
             "yes" if same and largest < 1e-4 else "NO", f"{largest:.1e}"]
 
 
@@ -332,6 +334,12 @@ def reflection_rows(scratch):
         columns = {tag: np.array(block.make_float_array(tag)) for tag in ("F_meas_sigma_au", "F_calc_au", "phase_calc", "fom")
                    if tag in block.column_labels()}
         rows.append(reflection_row(path, block.make_miller_array(), columns, "read", scratch))
+    for name in ("1dur.fob", "gere-nat-part.cv"):
+        path = DATA / "reflections" / name
+        with open(path) as file:
+            read = iotbx.cns.reflection_reader.cns_reflection_file(file).reciprocal_space_objects
+        columns = {item: np.abs(np.array(list(values.data))) for item, values in read.items()}
+        rows.append(reflection_row(path, np.array(list(read["FOBS"].indices)), columns, "read", scratch, "cctbx"))
     path = DATA / "crystals" / "1dur.mtz"
     mtz = gemmi.read_mtz_file(str(path))
     columns = {label: np.array(mtz.column_with_label(label)) for label in ("FP", "SIGFP", "FC", "PHIC", "FOM")}
