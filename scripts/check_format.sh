@@ -3,5 +3,5 @@
 set -euo pipefail
 cd "${1:-$(dirname "$0")/..}"
 
-find bench examples fuzz molio tests tools vxgrid \( -name '*.h' -o -name '*.inl' -o -name '*.cpp' \) -print0 | sort -z |
+find bench examples fuzz molio python tests tools vxgrid \( -name '*.h' -o -name '*.inl' -o -name '*.cpp' \) -print0 | sort -z |
   xargs -0 -r clang-format --dry-run -Werror

@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh build
-cmake -S . -B build/quickstart -G Ninja -DCMAKE_BUILD_TYPE=Release -DVXGRID_TESTS=OFF >/dev/null
+cmake -S . -B build/quickstart -G Ninja -DCMAKE_BUILD_TYPE=Release -DVXGRID_TESTS=OFF -DVXGRID_PYTHON=OFF >/dev/null
 cmake --build build/quickstart
 
 vxgrid=build/quickstart/tools/vxgrid

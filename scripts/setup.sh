@@ -1,19 +1,21 @@
 #!/usr/bin/env bash
 # Installs from Debian what is missing to build (and, with "test", to test) this project; does nothing, and
-# at once, when nothing is missing. Called by quickstart.sh and test.sh:  scripts/setup.sh [build] [test]
+# at once, when nothing is missing. Called by quickstart.sh and test.sh:  scripts/setup.sh [build] [python] [test]
 set -euo pipefail
 
 # The one list of packages. CONTRIBUTING.md names what further work (fuzzing, benchmarks) wants beside it.
 build=(g++ cmake ninja-build pkg-config zlib1g-dev fftw2 fftw-dev gemmi-dev tao-pegtl-dev libcli11-dev
   rapidjson-dev)
-test=(libgtest-dev libgmock-dev libfftw3-dev clang-format)
+python=(pybind11-dev python3-dev python3-numpy)
+test=(libgtest-dev libgmock-dev libfftw3-dev clang-format mypy python3-pip python3-pytest python3-venv)
 
 wanted=("${build[@]}")
 for what in "$@"; do
   case $what in
     build) ;;
+    python) wanted+=("${python[@]}") ;;
     test) wanted+=("${test[@]}") ;;
-    *) echo "setup.sh: unknown set of packages '$what', known are build and test" >&2; exit 2 ;;
+    *) echo "setup.sh: unknown set of packages '$what', known are build, python and test" >&2; exit 2 ;;
   esac
 done
 

@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/setup.sh build test
+scripts/setup.sh build python test
 [ $# -gt 0 ] || set -- ci asan
 for preset in "$@"; do
   echo "== $preset"

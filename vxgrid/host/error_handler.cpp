@@ -15,6 +15,7 @@ namespace {
 
 std::atomic<VXErrorLevel> shown_from{VXErrorLevel::Info};
 VXHost::vxostream* output = nullptr;  // null: VXHost::vxerr
+thread_local VXMessageCapture* capture = nullptr;
 
 std::mutex& output_mutex() {
   static std::mutex* const mutex = new std::mutex;
@@ -24,6 +25,7 @@ std::mutex& output_mutex() {
 void put_line(VXErrorLevel level, const std::string& text) {
   static constexpr const char* kPrefix[] = {"Debug: ", "Verbose: ", "", "Warning: ", "Error: "};
   if (level < shown_from.load()) return;
+  if (capture) return capture->Add(level, text);
   const std::string line = kPrefix[static_cast<int>(level)] + text + "\n";
   const std::lock_guard<std::mutex> lock(output_mutex());
   VXHost::vxostream& out = output ? *output : VXHost::vxerr;
@@ -74,5 +76,8 @@ void VXErrorHandler::ResetOutput() {
   const std::lock_guard<std::mutex> lock(output_mutex());
   output = nullptr;
 }
+
+VXMessageCapture::VXMessageCapture() : outer_(capture) { capture = this; }
+VXMessageCapture::~VXMessageCapture() { capture = outer_; }
 
 }  // namespace VXCore

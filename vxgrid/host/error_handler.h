@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include <vxgrid/host/export.h>
 
@@ -38,5 +39,27 @@ class VXGRID_API VXErrorHandler {
 };
 
 VXGRID_API extern VXErrorHandler VXThrow;
+
+struct VXMessage {
+  VXErrorLevel level;
+  std::string text;  ///< without the level in front
+};
+
+/// Collects what this thread reports while it lives, in place of the output; what lies below the level of
+/// VXThrow stays hidden. Of several on one thread the youngest collects. It dies on the thread that made it.
+class VXGRID_API VXMessageCapture {
+ public:
+  VXMessageCapture();
+  ~VXMessageCapture();
+  VXMessageCapture(const VXMessageCapture&) = delete;
+  VXMessageCapture& operator=(const VXMessageCapture&) = delete;
+
+  const std::vector<VXMessage>& GetMessages() const { return messages_; }
+  void Add(VXErrorLevel level, const std::string& text) { messages_.push_back({level, text}); }
+
+ private:
+  std::vector<VXMessage> messages_;
+  VXMessageCapture* outer_;
+};
 
 }  // namespace VXCore

@@ -1,0 +1,59 @@
+#include "arrays.h"
+
+#include <algorithm>
+#include <cstring>
+#include <type_traits>
+
+namespace {
+
+std::string shape_text(const py::ssize_t* shape, py::ssize_t count) {
+  std::string text = "(";
+  for (py::ssize_t i = 0; i < count; ++i) {
+    if (i) text += ", ";
+    text += shape[i] < 0 ? "n" : std::to_string(shape[i]);
+  }
+  return text + (count == 1 ? ",)" : ")");
+}
+
+}  // namespace
+
+template <class Array>
+Array numbers(const py::handle& object, const char* name) {
+  // A conversion that fails leaves NumPy's own exception, which does not name the argument.
+  constexpr bool whole = std::is_integral_v<typename Array::value_type>;
+  const py::array any = py::array::ensure(object);
+  if (!any || !std::strchr(whole ? "biu" : "biuf", any.dtype().kind())) {
+    PyErr_Clear();
+    throw py::type_error(
+        std::string(name) + ": an array of " + (whole ? "whole numbers" : "numbers") + " was wanted, " +
+        (any ? "one of " + std::string(py::str(any.dtype())) : std::string(Py_TYPE(object.ptr())->tp_name)) +
+        " came");
+  }
+  return Array(any);
+}
+
+template <class Array>
+Array numbers(const py::handle& object, const char* name, std::initializer_list<py::ssize_t> shape) {
+  Array array = numbers<Array>(object, name);
+  const auto fits = [](py::ssize_t is, py::ssize_t wanted) { return wanted < 0 || is == wanted; };
+  if (array.ndim() != static_cast<py::ssize_t>(shape.size()) ||
+      !std::equal(array.shape(), array.shape() + array.ndim(), shape.begin(), fits))
+    throw py::value_error(std::string(name) + ": an array of shape " +
+                          shape_text(shape.begin(), static_cast<py::ssize_t>(shape.size())) +
+                          " was wanted, " + shape_text(array.shape(), array.ndim()) + " came");
+  return array;
+}
+
+template Floats numbers(const py::handle&, const char*);
+template Doubles numbers(const py::handle&, const char*);
+template Ints numbers(const py::handle&, const char*);
+template Floats numbers(const py::handle&, const char*, std::initializer_list<py::ssize_t>);
+template Doubles numbers(const py::handle&, const char*, std::initializer_list<py::ssize_t>);
+template Ints numbers(const py::handle&, const char*, std::initializer_list<py::ssize_t>);
+
+py::str text_of(std::string_view bytes) {
+  PyObject* const text =
+      PyUnicode_DecodeUTF8(bytes.data(), static_cast<py::ssize_t>(bytes.size()), "surrogateescape");
+  if (!text) throw py::error_already_set();
+  return py::reinterpret_steal<py::str>(text);
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+
+namespace py = pybind11;
+
+// Arrays that come in are C-contiguous and of the type that the library takes: what has another type or
+// layout is copied, what has another shape or is no number raises ValueError or TypeError with the shape
+// wanted and the one that came.
+
+using Floats = py::array_t<float, py::array::c_style | py::array::forcecast>;
+using Doubles = py::array_t<double, py::array::c_style | py::array::forcecast>;
+using Ints = py::array_t<int, py::array::c_style | py::array::forcecast>;
+
+/// An array of numbers of any shape. `name` is that of the argument.
+template <class Array>
+Array numbers(const py::handle& object, const char* name);
+
+/// One of a given shape, where -1 stands for any length: {-1, 3} for points.
+template <class Array>
+Array numbers(const py::handle& object, const char* name, std::initializer_list<py::ssize_t> shape);
+
+/// Text for Python out of bytes that need not be UTF-8: bytes that are not stay as surrogates.
+py::str text_of(std::string_view bytes);
+
+/// A new array that takes the values of a vector over, without a copy. {n} or the shape given.
+template <class T>
+py::array_t<T> array_of(std::vector<T>&& values, std::vector<py::ssize_t> shape = {});
+
+/// A view of memory that belongs to `owner` and moves at no time; the view keeps the owner alive.
+template <class T>
+py::array_t<T> view_of(T* values, std::vector<py::ssize_t> shape, const py::handle& owner) {
+  return py::array_t<T>(std::move(shape), values, owner);
+}
+
+template <class T>
+py::array_t<T> array_of(std::vector<T>&& values, std::vector<py::ssize_t> shape) {
+  auto* const kept = new std::vector<T>(std::move(values));
+  const py::capsule owner(kept, [](void* p) { delete static_cast<std::vector<T>*>(p); });
+  if (shape.empty()) shape = {static_cast<py::ssize_t>(kept->size())};
+  return py::array_t<T>(std::move(shape), kept->data(), owner);
+}

@@ -1,0 +1,177 @@
+#include "attributes.h"
+
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include <pybind11/stl.h>
+
+#include "arrays.h"
+#include "bindings.h"
+#include "call.h"
+
+using namespace VXCore;
+
+namespace {
+
+py::object to_python(const std::string& text) { return text_of(text); }
+template <class T>
+py::object to_python(const T& value) {
+  return py::cast(value);
+}
+py::object to_python(const std::vector<std::string>& texts) {
+  py::list list;
+  for (const std::string& text : texts) list.append(text_of(text));
+  return list;
+}
+
+// What an attribute can be.
+struct Type {
+  const void* id;
+  py::object (*get)(const VXBaseData& data);
+  void (*set)(VXBase& object, const char* name, const py::handle& value);
+};
+
+template <class T>
+Type type_row() {
+  return {VXGetDataType<T>(),
+          [](const VXBaseData& data) { return to_python(static_cast<const VXBaseDataT<T>&>(data).value); },
+          [](VXBase& object, const char* name, const py::handle& value) {
+            object.SetData<T>(name, value.cast<T>());
+          }};
+}
+
+const std::vector<Type>& types() {
+  static const auto* const all = new std::vector<Type>{
+      type_row<bool>(),
+      type_row<int>(),
+      type_row<unsigned int>(),
+      type_row<float>(),
+      type_row<double>(),
+      type_row<std::string>(),
+      type_row<std::vector<bool>>(),
+      type_row<std::vector<int>>(),
+      type_row<std::vector<unsigned int>>(),
+      type_row<std::vector<float>>(),
+      type_row<std::vector<double>>(),
+      type_row<std::vector<std::string>>(),
+  };
+  return *all;
+}
+
+const Type* type_of(const VXBaseData& data) {
+  for (const Type& type : types())
+    if (type.id == data.GetDataType()) return &type;
+  return nullptr;
+}
+
+const VXBaseData* find(const Attributes& attributes, const std::string& name) {
+  const VXBaseImpl* const all = attributes.object->GetBaseImpl();
+  const VXBaseData* const data = all ? all->FindData(VXGetTag(name)) : nullptr;
+  return data && type_of(*data) ? data : nullptr;
+}
+
+// The type in which a value is stored first, by what it is, or, of a list, by what its first item is.
+template <class T>
+const Type* row_of() {
+  for (const Type& type : types())
+    if (type.id == VXGetDataType<T>()) return &type;
+  return nullptr;
+}
+
+template <template <class> class Holder>
+const Type* type_for(const py::handle& value) {
+  if (PyBool_Check(value.ptr())) return row_of<typename Holder<bool>::type>();
+  if (PyLong_Check(value.ptr())) return row_of<typename Holder<int>::type>();
+  if (PyFloat_Check(value.ptr())) return row_of<typename Holder<double>::type>();
+  if (PyUnicode_Check(value.ptr())) return row_of<typename Holder<std::string>::type>();
+  return nullptr;
+}
+
+template <class T>
+struct One {
+  using type = T;
+};
+template <class T>
+struct Many {
+  using type = std::vector<T>;
+};
+
+const Type* type_for_new(const py::handle& value) {
+  if (const Type* const type = type_for<One>(value)) return type;
+  if (!py::isinstance<py::sequence>(value)) return nullptr;
+  const auto list = py::reinterpret_borrow<py::sequence>(value);
+  return list.size() == 0 ? row_of<std::vector<double>>() : type_for<Many>(py::object(list[0]));
+}
+
+// NumPy's numbers and arrays as Python's own.
+py::object plain(const py::object& value) {
+  return py::hasattr(value, "tolist") ? value.attr("tolist")() : value;
+}
+
+void set(Attributes& attributes, const std::string& name, const py::object& given) {
+  const py::object value = plain(given);
+  const VXBaseData* const data = find(attributes, name);
+  const Type* const type = data ? type_of(*data) : type_for_new(value);
+  try {
+    if (!type) throw py::cast_error();
+    type->set(*attributes.object, name.c_str(), value);
+  } catch (const py::cast_error&) {
+    throw py::type_error(
+        "attribute \"" + name + "\": " +
+        (data
+             ? std::string("a value of its type (it is ") + Py_TYPE(type->get(*data).ptr())->tp_name + " now)"
+             : std::string("a bool, an int of 32 bits, a float, a str or a list of one of these")) +
+        " was wanted, " + std::string(py::repr(given)).substr(0, 80) + " came");
+  }
+}
+
+py::list keys(const Attributes& attributes) {
+  py::list names;
+  if (const VXBaseImpl* const all = attributes.object->GetBaseImpl())
+    for (const auto& data : all->GetAll())
+      if (type_of(*data)) {
+        const py::str name = text_of(VXGetTag(data->GetTag()));
+        if (!names.contains(name)) names.append(name);
+      }
+  return names;
+}
+
+py::object get(const Attributes& attributes, const std::string& name) {
+  const VXBaseData* const data = find(attributes, name);
+  if (!data) throw py::key_error(name);
+  return type_of(*data)->get(*data);
+}
+
+}  // namespace
+
+void bind_attributes(py::module_& module) {
+  py::class_<Attributes> type(
+      module, "Attributes",
+      "What an object carries beside its values: a mapping of str to bool, int, float, str or a "
+      "list of one of these.\n\nAn attribute keeps the type that it has; a new float is stored in "
+      "double precision.");
+  type.def("__len__", [](const Attributes& a) { return keys(a).size(); })
+      .def("__iter__", [](const Attributes& a) { return py::iter(keys(a)); })
+      .def("__contains__",
+           [](const Attributes& a, const std::string& name) { return find(a, name) != nullptr; })
+      .def("__contains__", [](const Attributes&, const py::object&) { return false; })
+      .def("__getitem__", &get)
+      .def("__setitem__", &set)
+      .def("__delitem__",
+           [](Attributes& a, const std::string& name) {
+             if (!find(a, name)) throw py::key_error(name);
+             a.object->DeleteData(name);
+           })
+      .def("__repr__", [](const py::object& self) {
+        return py::str("Attributes({})").format(py::module_::import("builtins").attr("dict")(self));
+      });
+
+  // The rest of a mapping (get, items, update, ==, ...) is Python's own.
+  const py::object base = py::module_::import("collections.abc").attr("MutableMapping");
+  for (const char* name :
+       {"get", "keys", "items", "values", "pop", "popitem", "clear", "update", "setdefault", "__eq__"})
+    type.attr(name) = base.attr(name);
+  type.attr("__hash__") = py::none();
+  base.attr("register")(type);
+}

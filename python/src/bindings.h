@@ -1,0 +1,7 @@
+#pragma once
+
+#include <pybind11/pybind11.h>
+
+// One function a subject. Classes that others name as arguments come first.
+void bind_attributes(pybind11::module_& module);
+void bind_grids(pybind11::module_& module);

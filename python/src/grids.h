@@ -1,0 +1,35 @@
+#pragma once
+
+#include <array>
+#include <memory>
+#include <vector>
+
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+
+#include <vxgrid/grid/scalargrid.h>
+#include <vxgrid/grid/skewgrid.h>
+#include <vxgrid/grid/zemogrid.h>
+
+namespace py = pybind11;
+
+// The grid classes of Python are these three of the library, held by shared_ptr. Their values stay where they
+// are for as long as the object lives, because views look at them: no operation of Python changes the
+// dimensions of a grid; what gives others gives a new grid.
+using ScalarGridPtr = std::shared_ptr<VXCore::VXScalarGrid>;
+using SkewGridPtr = std::shared_ptr<VXCore::VXSkewGrid>;
+using MultiGridPtr = std::shared_ptr<VXCore::VXZemoGrid>;
+
+/// The working grid beneath a grid of Python, where it has one.
+inline VXCore::VXZemoGrid& inner(VXCore::VXSkewGrid& grid) { return grid.GetImpl().GetImpl(); }
+inline VXCore::VXZemoGrid& inner(VXCore::VXZemoGrid& grid) { return grid; }
+inline const VXCore::VXZemoGrid& inner(const VXCore::VXSkewGrid& grid) { return grid.GetImpl().GetImpl(); }
+inline const VXCore::VXZemoGrid& inner(const VXCore::VXZemoGrid& grid) { return grid; }
+
+/// Three numbers (x, y, z) out of any sequence of Python; `name` is that of the argument.
+std::array<float, 3> xyz_of(const py::handle& object, const char* name);
+
+/// (nz, ny, nx)
+inline std::vector<py::ssize_t> shape_of(const VXCore::VXGridAbstractBase& grid) {
+  return {grid.GetZDim(), grid.GetYDim(), grid.GetXDim()};
+}

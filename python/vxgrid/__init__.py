@@ -1,0 +1,21 @@
+"""Three-dimensional scalar grids for molecular modelling and crystallography.
+
+Lengths are in Å, angles in degrees, densities in electrons/Å³ or in units of a map's sigma. Arrays of values have the
+shape (nz, ny, nx), arrays of points (n, 3).
+"""
+
+from ._core import (
+    Attributes,
+    Error,
+    Grid,
+    ScalarGrid,
+    SkewGrid,
+)
+
+__all__ = [
+    "Attributes",
+    "Error",
+    "Grid",
+    "ScalarGrid",
+    "SkewGrid",
+]
