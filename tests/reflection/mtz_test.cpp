@@ -189,7 +189,10 @@ TEST(Mtz, OpensByName) {
     EXPECT_TRUE(mtz.FindColumns({}));
   }
   CapturedLog log;
-  EXPECT_FALSE(VXMTZ(write_file(file, "a.hkl")).IsValid());
+  const std::string other = write_file(file, "a.hkl");
+  EXPECT_FALSE(VXMTZ(other).IsValid());
+  VXHost::vxifstream in(other);
+  EXPECT_TRUE(VXMTZ(in, other).FindColumn("DANO"));
   EXPECT_EQ(log.text(), "");
   EXPECT_FALSE(VXMTZ("/nowhere/a.mtz").IsValid());
   EXPECT_EQ(log.text(), "Error: Unable to open file /nowhere/a.mtz\n");

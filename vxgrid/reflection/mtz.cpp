@@ -374,38 +374,47 @@ VX_LABEL(SigmaA, sigmaa)
 #undef VX_LABEL
 
 struct VXMTZPrivate {
+  explicit VXMTZPrivate(const std::string& name) : filename(name) {}
+  void List();
+
   std::string filename;
-  VXHost::vxifstream in;
+  VXHost::vxifstream file;
+  vxistream* in = &file;
   Labels labels;
   std::vector<char> types;
   Labels amplitudes, phases, sigmas, flags;
   bool valid = false;
 };
 
-VXMTZ::VXMTZ(const std::string& filename) : impl_(std::make_unique<VXMTZPrivate>()) {
-  VXMTZPrivate& p = *impl_;
-  p.filename = filename;
+// Lists the columns of the stream and classifies them.
+void VXMTZPrivate::List() {
+  valid = VXGetMTZFileColumnNamesAndTypes(*in, labels, types);
+  in->seek(0);
+  for (std::size_t i = 0; i < labels.size(); ++i) {
+    const auto is_one_of = [type = types[i]](const char* some) { return type && std::strchr(some, type); };
+    Labels* const list = is_one_of("FGJK")  ? &amplitudes
+                         : is_one_of("P")   ? &phases
+                         : is_one_of("LMQ") ? &sigmas
+                         : is_one_of("I")   ? &flags
+                                            : nullptr;
+    if (list) list->push_back(labels[i]);
+  }
+}
+
+VXMTZ::VXMTZ(const std::string& filename) : impl_(std::make_unique<VXMTZPrivate>(filename)) {
   std::string extension = VXGetFileExtension(filename.c_str());
   if (extension.size() > 2 && extension.compare(extension.size() - 2, 2, "gz") == 0)
     extension.resize(extension.size() - 2);
   if (extension != "mtz") return;
-  if (!p.in.open(filename)) {
+  if (impl_->file.open(filename))
+    impl_->List();
+  else
     VXThrow.Error("Unable to open file %s", filename.c_str());
-    return;
-  }
-  p.valid = VXGetMTZFileColumnNamesAndTypes(p.in, p.labels, p.types);
-  p.in.seek(0);
-  for (std::size_t i = 0; i < p.labels.size(); ++i) {
-    const auto is_one_of = [type = p.types[i]](const char* types) {
-      return type && std::strchr(types, type);
-    };
-    Labels* const list = is_one_of("FGJK")  ? &p.amplitudes
-                         : is_one_of("P")   ? &p.phases
-                         : is_one_of("LMQ") ? &p.sigmas
-                         : is_one_of("I")   ? &p.flags
-                                            : nullptr;
-    if (list) list->push_back(p.labels[i]);
-  }
+}
+
+VXMTZ::VXMTZ(vxistream& in, const std::string& filename) : impl_(std::make_unique<VXMTZPrivate>(filename)) {
+  impl_->in = &in;
+  impl_->List();
 }
 
 VXMTZ::~VXMTZ() = default;
@@ -603,8 +612,8 @@ bool VXMTZ::MakeMap(VXSkewGrid& grid, unsigned int maptype, VXMTZColumns& column
   }
 
   VXReflection set;
-  impl_->in.seek(0);
-  if (!read_reflections(impl_->in, set, names.GetColumnNames(), roles_of(chosen, maptype))) return false;
+  impl_->in->seek(0);
+  if (!read_reflections(*impl_->in, set, names.GetColumnNames(), roles_of(chosen, maptype))) return false;
   if (!set.Expand() || !std::move(set).MakeMap(grid, maptype)) {
     VXThrow.Warning("Could not expand input map to desired maptype.");
     return false;

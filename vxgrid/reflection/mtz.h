@@ -97,6 +97,8 @@ class VXGRID_API VXMTZ {
  public:
   /// A name with another extension gives an invalid object in silence, a file that does not open one Error.
   explicit VXMTZ(const std::string& filename);
+  /// The same of a stream at its start, whatever it is called. The stream has to live as long as the object.
+  VXMTZ(VXHost::vxistream& in, const std::string& filename);
   VXMTZ(const VXMTZ&) = delete;
   VXMTZ& operator=(const VXMTZ&) = delete;
   ~VXMTZ();
