@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <initializer_list>
+#include <limits>
 
 #include <molio/read_molecule.h>
 #include <vxgrid/grid/grid_format.h>
@@ -146,16 +147,18 @@ const FileFormat* format_of_text(std::string_view head) {
   if (begin != head.npos && head[begin] == '{' &&
       begins(head.substr(std::min(head.find_first_not_of(" \t\r\n", begin + 1), head.size())), "\""))
     return format_of(Format::JSON);
-  bool is_first = true;
+  bool is_first = true;  // of the lines beside comments
   const FileFormat* of_numbers = nullptr;
   VXHost::vxisstream in{std::string(head)};
-  for (std::string line; in.getline(line); is_first = false) {
+  for (std::string line; in.getline(line);) {
     if (const FileFormat* const format = format_of_line(line)) return format;
+    if (line.empty() || begins(line, "REM") || begins(line, "#")) continue;
     std::vector<std::string> words;
     VXStringTokenize(words, line, " \t\r");
     if (is_first && (words.size() == 6 || words.size() == 7 || words.size() >= 10) &&
         std::all_of(words.begin(), words.begin() + 6, is_number))
       of_numbers = format_of(Format::PHS);
+    is_first = false;
   }
   return of_numbers;
 }
@@ -222,19 +225,29 @@ InputFile::InputFile(const std::string& file, const std::string& from) {
   const bool is_stdin = file == "-";
   if (!is_stdin) require_readable(file);
   if (!in_.open(is_stdin ? "/dev/stdin" : file)) throw Failure(file, "cannot be opened");
-  if (in_.eof()) throw Failure(file, "the file is empty");
+  if (in_.eof()) {
+    require_undamaged(file, in_);
+    throw Failure(file, "the file is empty");
+  }
   format_ = from.empty() ? format_by_extension(file) : format_named(from);
   if (format_) return;
   format_ = format_by_content(in_);
   // A file of coordinates without atoms, say, has nothing that tells it from others.
   if (!format_ && VXGetMoleculeFile(file) != VXMoleculeFile::Unknown)
     format_ = format_of(Format::Coordinates);
-  if (!format_)
+  if (!format_) {
+    require_undamaged(file, in_);
     throw Failure(file, "not a kind of file that is known by its extension or its content: there are " +
                             extensions_of(FileKind::Map, false) + " for maps, " +
                             extensions_of(FileKind::Mtz, false) + " " +
                             extensions_of(FileKind::Reflections, false) + " for reflections, " +
                             extensions_of(FileKind::Model, false) + " for models, each also with .gz");
+  }
+}
+
+void require_undamaged(const std::string& file, VXHost::vxistream& in) {
+  in.seek(std::numeric_limits<unsigned long long>::max());
+  if (in.damaged()) throw Failure(file, "the compressed content is cut short or damaged");
 }
 
 FileKind kind_of(const std::string& file) { return InputFile(file).format().kind; }

@@ -54,6 +54,10 @@ class InputFile {
   const FileFormat* format_;
 };
 
+/// Goes to the end of a stream, where it shows whether what was compressed is whole; Failure when it is cut
+/// short or damaged.
+void require_undamaged(const std::string& file, VXHost::vxistream& in);
+
 /// What a file holds; Failure as with InputFile.
 FileKind kind_of(const std::string& file);
 

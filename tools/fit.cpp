@@ -64,15 +64,16 @@ VXGraphMol read_scored_model(const std::string& file, const Settings& settings) 
 }
 
 VXSkewGrid read_data(const FitOptions& options, const Settings& settings, std::string& map_text) {
-  if (kind_of(options.data) == FileKind::Mtz) {
-    MtzMap map = make_map(options.data, options.map, settings);
+  InputFile input(options.data);
+  if (input.format().kind == FileKind::Mtz) {
+    MtzMap map = make_map(options.data, input, options.map, settings);
     map_text = options.map.type_or_default() + " from " + join(map.labels, ", ");
     return std::move(map.grid);
   }
   if (options.map.any())
     throw WrongUsage("--type, --columns and --fft go with an MTZ file, and " + options.data + " is none");
   map_text = "map";
-  VXSkewGrid grid = read_map(options.data, settings);
+  VXSkewGrid grid = read_map(options.data, input, settings);
   // In units of its sigma, as a map made from reflections is; a header without one leaves it to be computed.
   VXZemoGrid& inner = grid.GetImpl().GetImpl();
   if (!(inner.GetData<float>("ARMS") > 0)) inner.DeleteData("ARMS");

@@ -88,8 +88,11 @@ std::string document(const GaussianFit& fit, const std::string& grid) {
 void gfit(const GfitOptions& options, const Settings& settings) {
   if (VXIsWriteableGrid(options.output))
     throw Failure(options.output, "this is the extension of a map, and a JSON document is to be written");
+  if (options.output == "-" && settings.json)
+    throw WrongUsage("--json goes to standard output, and so do the Gaussians");
   const GaussianFit fit = compute(options, settings);
   write_text(options.output, document(fit, options.grid));
+  if (options.output == "-") return;
   if (!settings.json) {
     std::printf("%s: %zu Gaussians, %.2f %% of the energy of %s left\n", options.output.c_str(),
                 fit.widths.size(), 100 * fit.energy_left / fit.energy, options.grid.c_str());

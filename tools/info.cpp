@@ -111,7 +111,8 @@ void report_mtz(const std::string& file, VXHost::vxistream& in, Json* json) {
   report.cell(symmetry.cell());
   if (symmetry) report.group(static_cast<int>(symmetry.GetNumber()), symmetry.GetName());
   report.field("reflections", set.GetCount());
-  const std::vector<MapChoice> maps = possible_maps(file);
+  in.seek(0);
+  const std::vector<MapChoice> maps = possible_maps(file, in);
   if (!json) {
     report.line("resolution",
                 text("%.2f - %.2f Å", low > 0 ? 1 / std::sqrt(low) : INFINITY, set.GetResolution()));
@@ -146,6 +147,7 @@ void report_mtz(const std::string& file, VXHost::vxistream& in, Json* json) {
 }
 
 void report_model(const std::string& file, Json* json, const Settings& settings) {
+  require_model_name(file);
   VXGraphMol model = read_model(file, settings);
   unsigned residues = 0, hydrogens = 0;
   std::vector<std::string> chains;
@@ -187,9 +189,10 @@ void report_file(const std::string& file, Json* json, const Settings& settings) 
       report_mtz(file, input.stream(), json);
       break;
     case FileKind::Reflections:
-      report_reflections(file, input.format(), read_reflection_file(file, input, settings), json);
+      report_reflections(file, input.format(), read_reflection_file(file, input, settings).set, json);
       break;
     case FileKind::Model:
+      require_undamaged(file, input.stream());
       report_model(file, json, settings);
       break;
   }

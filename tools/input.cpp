@@ -1,6 +1,7 @@
 #include "input.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdint>
 
@@ -100,21 +101,16 @@ bool have_all(const VXMTZ& mtz, const std::vector<std::string>& labels, std::str
   return true;
 }
 
-std::string list_columns(const std::string& file) {
+std::string list_columns(const std::vector<MtzColumn>& columns) {
   std::vector<std::string> words;
-  for (const MtzColumn& column : read_columns(file)) words.push_back(column.label + ":" + column.type);
+  for (const MtzColumn& column : columns) words.push_back(column.label + ":" + column.type);
   return join(words, " ");
 }
 
 /// The columns of what has to be an MTZ file.
-std::vector<MtzColumn> read_mtz_columns(const std::string& file) {
-  if (kind_of(file) != FileKind::Mtz) throw Failure(file, "not an MTZ file");
-  return read_columns(file);
-}
-
-void require_open(const VXMTZ& mtz, const std::string& file, const LibraryLog& log) {
-  if (!mtz.IsValid())
-    throw Failure(file, log.reason(file, "cannot be opened; names of MTZ files end in .mtz, in lower case"));
+std::vector<MtzColumn> read_mtz_columns(const std::string& file, InputFile& input) {
+  if (input.format().kind != FileKind::Mtz) throw Failure(file, "not an MTZ file");
+  return read_columns(file, input.stream());
 }
 
 /// Refuses labels given by hand whose types say that they are something else: intensities, or the two
@@ -134,11 +130,15 @@ void check_types(const std::string& file, const std::vector<MtzColumn>& columns,
 
 }  // namespace
 
-VXGraphMol read_model(const std::string& file, const Settings& settings, VXAlternates alternates) {
-  if (kind_of(file) != FileKind::Model) throw Failure(file, "not a model");
+void require_model_name(const std::string& file) {
   if (VXGetMoleculeFile(file) == VXMoleculeFile::Unknown)
     throw Failure(file, "holds coordinates; their format goes by the extension: " +
                             extensions_of(FileKind::Model, false));
+}
+
+VXGraphMol read_model(const std::string& file, const Settings& settings, VXAlternates alternates) {
+  if (kind_of(file) != FileKind::Model) throw Failure(file, "not a model");
+  require_model_name(file);
   const LibraryLog log;
   VXGraphMol model;
   if (!VXReadMolecule(file, model, alternates))
@@ -169,17 +169,14 @@ void write_text(const std::string& file, const std::string& text) {
 
 std::vector<std::string> map_types() { return {std::begin(kMapTypes), std::end(kMapTypes)}; }
 
-std::vector<MtzColumn> read_columns(const std::string& file) {
-  return read_columns(file, InputFile(file, "mtz").stream());
-}
-
 std::vector<MtzColumn> read_columns(const std::string& file, VXHost::vxistream& in) {
   std::string head;
   in.read(head, 80);
   if (head.compare(0, 4, "MTZ ") != 0)
     throw Failure(file, "not an MTZ file: it does not start with \"MTZ \"");
-  if (head.size() < 80 || !has_whole_header(in, head))
-    throw Failure(file, "the header at the end of the file is cut off");
+  const bool is_whole = head.size() == 80 && has_whole_header(in, head);
+  require_undamaged(file, in);
+  if (!is_whole) throw Failure(file, "the header at the end of the file is cut off");
 
   in.seek(0);
   std::vector<std::string> labels;
@@ -191,9 +188,18 @@ std::vector<MtzColumn> read_columns(const std::string& file, VXHost::vxistream& 
   return columns;
 }
 
-std::vector<MapChoice> possible_maps(const std::string& file) {
+std::string free_flags_of(const std::vector<MtzColumn>& columns) {
+  for (const MtzColumn& column : columns) {
+    std::string lower = column.label;
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](char c) { return std::tolower(c); });
+    if (column.type == 'I' && lower.find("free") != lower.npos) return column.label;
+  }
+  return "";
+}
+
+std::vector<MapChoice> possible_maps(const std::string& file, VXHost::vxistream& in) {
   const LibraryLog log;
-  const VXMTZ mtz(file);
+  const VXMTZ mtz(in, file);
   const VXMTZColumns columns = usual_columns(mtz);
   std::vector<MapChoice> choices;
   std::string missing;
@@ -204,13 +210,13 @@ std::vector<MapChoice> possible_maps(const std::string& file) {
   return choices;
 }
 
-MtzMap make_map(const std::string& file, const MapOptions& options, const Settings& settings) {
-  const std::vector<MtzColumn> file_columns = read_mtz_columns(file);
+MtzMap make_map(const std::string& file, InputFile& input, const MapOptions& options,
+                const Settings& settings) {
+  const std::vector<MtzColumn> file_columns = read_mtz_columns(file, input);
   VXSetFFTBackend(options.fft == "fftw2" ? VXFFTBackend::FFTW2 : VXFFTBackend::PocketFFT);
 
   const LibraryLog log;
-  const VXMTZ mtz(file);
-  require_open(mtz, file, log);
+  const VXMTZ mtz(input.stream(), file);
   const unsigned type = VXMTZMapTypeFromString(options.type_or_default());
   VXMTZColumns columns = usual_columns(mtz);
   if (const size_t comma = options.columns.find(','); comma != std::string::npos) {
@@ -223,9 +229,10 @@ MtzMap make_map(const std::string& file, const MapOptions& options, const Settin
   map.labels = labels_for(type, columns);
   std::string missing;
   if (!have_all(mtz, map.labels, missing))
-    throw Failure(file, text("no column %s for a map of type %s; name others with --columns AMPLITUDE,PHASE. "
-                             "There are (label:type): %s",
-                             missing.c_str(), options.type_or_default().c_str(), list_columns(file).c_str()));
+    throw Failure(
+        file, text("no column %s for a map of type %s; name others with --columns AMPLITUDE,PHASE. "
+                   "There are (label:type): %s",
+                   missing.c_str(), options.type_or_default().c_str(), list_columns(file_columns).c_str()));
   if (type == VXMTZMapType::Fo) columns.SetPhi(map.labels[1]);
   if (!mtz.MakeMap(map.grid, type, columns, false, false))
     throw Failure(file, log.reason(file, "no map could be made of these reflections"));
@@ -239,26 +246,25 @@ MtzMap make_map(const std::string& file, const MapOptions& options, const Settin
 }
 
 MtzReflections read_reflections(const std::string& file, const std::string& label, const Settings& settings) {
-  const std::vector<MtzColumn> file_columns = read_mtz_columns(file);
+  InputFile input(file);
+  const std::vector<MtzColumn> file_columns = read_mtz_columns(file, input);
   const LibraryLog log;
-  const VXMTZ mtz(file);
-  require_open(mtz, file, log);
   MtzReflections found;
-  found.label = label.empty() ? usual_columns(mtz).GetFobs() : label;
+  found.label = label.empty() ? usual_columns(VXMTZ(input.stream(), file)).GetFobs() : label;
+  found.free_flags = free_flags_of(file_columns);
   const auto column = std::find_if(file_columns.begin(), file_columns.end(),
                                    [&](const MtzColumn& each) { return each.label == found.label; });
   if (column == file_columns.end())
     throw Failure(file, text("no column %s of observed amplitudes; name another with --fobs LABEL. There are "
                              "(label:type): %s",
-                             found.label.c_str(), list_columns(file).c_str()));
+                             found.label.c_str(), list_columns(file_columns).c_str()));
   if (column->type != 'F' && column->type != 'G')
     throw Failure(file,
                   text("column %s holds no amplitudes (its type is %c)", found.label.c_str(), column->type));
 
   VXMTZColumnNames names;
   names.SetColumnName(VXMTZColumnNames::Fobs, found.label);
-  VXHost::vxifstream in(file);
-  if (!VXReadReflectionMTZ(in, found.set, names))
+  if (!VXReadReflectionMTZ(input.stream(), found.set, names))
     throw Failure(file, log.reason(file, "its reflections cannot be read"));
   if (!found.set.GetImpl()->fobs) throw Failure(file, "there are no reflections in this file");
   if (!found.set.CalcResolution())

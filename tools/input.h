@@ -14,6 +14,9 @@
 #include "map_file.h"
 #include "report.h"
 
+/// Failure for coordinates whose format no extension tells, such as those from standard input.
+void require_model_name(const std::string& file);
+
 /// Reads a model; Failure when there are no atoms in it.
 VXCore::VXGraphMol read_model(const std::string& file, const Settings& settings,
                               VXCore::VXAlternates alternates = VXCore::VXAlternates::Best);
@@ -47,27 +50,31 @@ struct MtzColumn {
   char type;
 };
 
-/// The columns of an MTZ file in file order; Failure when its header is not whole.
-std::vector<MtzColumn> read_columns(const std::string& file);
-/// The same from a stream at its start, where it stands again afterwards.
+/// The columns of an MTZ file in file order, from a stream at its start, where it stands again afterwards;
+/// Failure when the header is not whole.
 std::vector<MtzColumn> read_columns(const std::string& file, VXHost::vxistream& in);
+
+/// The label of the column of free flags, which the library does not read; empty when there is none.
+std::string free_flags_of(const std::vector<MtzColumn>& columns);
 
 /// The map types whose columns are there, with the labels that each one takes.
 struct MapChoice {
   std::string type;
   std::vector<std::string> labels;
 };
-std::vector<MapChoice> possible_maps(const std::string& file);
+std::vector<MapChoice> possible_maps(const std::string& file, VXHost::vxistream& in);
 
 struct MtzMap {
   VXCore::VXSkewGrid grid;          // one cell, in units of its sigma
   std::vector<std::string> labels;  // of the columns that it was made from
 };
-MtzMap make_map(const std::string& file, const MapOptions& options, const Settings& settings);
+MtzMap make_map(const std::string& file, InputFile& input, const MapOptions& options,
+                const Settings& settings);
 
 struct MtzReflections {
   VXCore::VXReflection set;
-  std::string label;  // of the column of observed amplitudes
+  std::string label;       // of the column of observed amplitudes
+  std::string free_flags;  // free_flags_of the file
 };
 /// Reads an MTZ file; `label` is empty for the usual one. Failure without that column, reflections or group.
 MtzReflections read_reflections(const std::string& file, const std::string& label, const Settings& settings);

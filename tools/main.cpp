@@ -57,6 +57,27 @@ std::string check_place(const std::string& given) {
   return place_of(given).empty() ? "takes three numbers, X,Y,Z, in Å" : "";
 }
 
+/// An option for what standard input or output cannot stand for: `cure` tells what to do.
+template <class T>
+CLI::Option* add_named_file(CLI::App* verb, const char* option, T& to, const std::string& what,
+                            const char* cure) {
+  const auto fault = [verb, cure](const std::string& given) {
+    return given == "-" ? "vxgrid " + verb->get_name() + " takes no - here; " + cure : "";
+  };
+  return verb->add_option(option, to, what)->check(fault);
+}
+
+template <class T>
+CLI::Option* add_model(CLI::App* verb, const char* option, T& to, const std::string& what) {
+  return add_named_file(verb, option, to, what,
+                        "coordinates come from a file, whose extension tells their format");
+}
+
+CLI::Option* add_map_output(CLI::App* verb, std::string& to, const std::string& what) {
+  return add_named_file(verb, "-o,--output", to, what,
+                        "write to a file, and vxgrid convert FILE - --to FORMAT prints it");
+}
+
 void add_map_options(CLI::App* verb, MapOptions& options) {
   verb->add_option("--type", options.type, "map type")
       ->check(CLI::IsMember(map_types()))
@@ -73,7 +94,8 @@ void add_map_options(CLI::App* verb, MapOptions& options) {
 
 void add_format_options(CLI::App* verb, FileKind kind, std::string& from, std::string& to) {
   std::vector<std::string> names = format_names(kind, false);
-  if (kind == FileKind::Reflections) names.emplace_back("mtz");
+  if (kind == FileKind::Reflections)
+    for (const std::string& name : format_names(FileKind::Mtz, false)) names.push_back(name);
   verb->add_option("--from", from, "format of IN; by default by its extension or its content")
       ->check(CLI::IsMember(names))
       ->type_name("FORMAT");
@@ -88,7 +110,7 @@ void add_level_option(CLI::App* verb, LevelOption& level, const std::string& wha
 }
 
 void add_grid_options(CLI::App* verb, std::string& output, float& spacing, bool& no_hydrogens) {
-  verb->add_option("-o,--output", output, "map to write; its extension gives the format")->required();
+  add_map_output(verb, output, "map to write; its extension gives the format")->required();
   verb->add_option("--spacing", spacing, "between grid points, in Å")
       ->check(in_range(0.001, 1e9))
       ->type_name("S")
@@ -108,21 +130,22 @@ int main(int argc, char** argv) {
   InfoOptions of_info;
   CLI::App* verb = add_verb(app, settings, "info", "say what map, reflection and coordinate files hold",
                             "info data.mtz model.pdb density.map");
-  verb->add_option("FILE", of_info.files, "any number of files")->required();
+  verb->add_option("FILE", of_info.files, "any number of files, - for a map or reflections on standard input")
+      ->required();
   verb->callback([&] { work = [&] { info(of_info, settings); }; });
 
   MapVerbOptions of_map;
   verb = add_verb(app, settings, "map", "make a map from reflections",
                   "map data.mtz -o difference.map --type Fdelwt");
   verb->add_option("DATA", of_map.data, "reflections: .mtz, also .mtz.gz")->required();
-  verb->add_option("-o,--output", of_map.output, "map to write; its extension gives the format")->required();
+  add_map_output(verb, of_map.output, "map to write; its extension gives the format")->required();
   add_map_options(verb, of_map.map);
   verb->callback([&] { work = [&] { map(of_map, settings); }; });
 
   FitOptions of_fit;
   verb = add_verb(app, settings, "fit", "score a model against a map: RSCC and RSR, whole and per residue",
                   "fit model.pdb data.mtz --sort");
-  verb->add_option("MODEL", of_fit.model, "coordinates: .pdb, .ent, .cif, .mmcif, also .gz")->required();
+  add_model(verb, "MODEL", of_fit.model, "coordinates: .pdb, .ent, .cif, .mmcif, also .gz")->required();
   verb->add_option("DATA", of_fit.data, "reflections (.mtz) or a map")->required();
   verb->add_option("--radius", of_fit.radius,
                    "mask radius about the atoms in Å; by default from the resolution")
@@ -135,10 +158,12 @@ int main(int argc, char** argv) {
   SfOptions of_sf;
   verb = add_verb(app, settings, "sf", "structure factors of a model, against the observed amplitudes",
                   "sf model.pdb data.mtz -o model.tsv");
-  verb->add_option("MODEL", of_sf.model, "coordinates: .pdb, .ent, .cif, .mmcif, also .gz")->required();
+  add_model(verb, "MODEL", of_sf.model, "coordinates: .pdb, .ent, .cif, .mmcif, also .gz")->required();
   verb->add_option("DATA", of_sf.data, "reflections: .mtz, also .mtz.gz")->required();
-  verb->add_option("-o,--output", of_sf.output,
-                   "list of reflections to write: .tsv, .fob, .cv, .phs, also .gz");
+  add_named_file(
+      verb, "-o,--output", of_sf.output,
+      "list of reflections to write: .tsv " + extensions_of(FileKind::Reflections, true) + ", also .gz",
+      "write to a file; --tsv prints the list");
   verb->add_option("--fobs", of_sf.fobs, "column of observed amplitudes, for another than the usual ones")
       ->type_name("LABEL");
   verb->add_flag("--table", of_sf.table, "sum by tables in whole degrees: coarser, and faster");
@@ -159,10 +184,12 @@ int main(int argc, char** argv) {
   verb = add_verb(app, settings, "reflections", "say what a reflection file holds, or convert it",
                   "reflections data.mtz -o data.fob");
   verb->add_option("IN", of_reflections.input,
-                   "reflections: .mtz, .cif, .phs, .fob, .cv, .hkl, .vxx, also .gz, - for standard input")
+                   "reflections: " + extensions_of(FileKind::Mtz, false) + " " +
+                       extensions_of(FileKind::Reflections, false) + ", also .gz, - for standard input")
       ->required();
-  verb->add_option("-o,--output", of_reflections.output,
-                   "file to write: .phs, .fob, .cv, .vxx, - for standard output");
+  verb->add_option(
+      "-o,--output", of_reflections.output,
+      "file to write: " + extensions_of(FileKind::Reflections, true) + ", also .gz, - for standard output");
   add_format_options(verb, FileKind::Reflections, of_reflections.from, of_reflections.to);
   verb->callback([&] { work = [&] { reflections(of_reflections, settings); }; });
 
@@ -179,7 +206,7 @@ int main(int argc, char** argv) {
   GaussOptions of_gauss;
   verb = add_verb(app, settings, "gauss", "make a map of a molecule's Gaussians",
                   "gauss ligand.sdf -o ligand.map --spacing 0.25");
-  verb->add_option("MODEL", of_gauss.model, "coordinates; of several molecules the first")->required();
+  add_model(verb, "MODEL", of_gauss.model, "coordinates; of several molecules the first")->required();
   add_grid_options(verb, of_gauss.output, of_gauss.spacing, of_gauss.no_hydrogens);
   verb->add_flag("--product", of_gauss.product, "a soft union of the atoms in place of the sum");
   verb->callback([&] { work = [&] { gauss(of_gauss, settings); }; });
@@ -187,8 +214,7 @@ int main(int argc, char** argv) {
   ShapeOptions of_shape;
   verb = add_verb(app, settings, "shape", "volumes and shape moments, a row a molecule",
                   "shape ligands.sdf --tsv", "print one JSON document a molecule, each on a line");
-  verb->add_option("FILE", of_shape.files, "coordinates: .sdf, .mol, .mol2, .pdb, .cif, also .gz")
-      ->required();
+  add_model(verb, "FILE", of_shape.files, "coordinates: .sdf, .mol, .mol2, .pdb, .cif, also .gz")->required();
   verb->add_flag("--tsv", of_shape.tsv, "tab-separated columns, all digits")->excludes("--json");
   verb->callback([&] { work = [&] { shape(of_shape, settings); }; });
 
@@ -196,7 +222,8 @@ int main(int argc, char** argv) {
   verb = add_verb(app, settings, "gfit", "express a map by a few Gaussians",
                   "gfit ligand.map -o gaussians.json --max 50");
   verb->add_option("GRID", of_gfit.grid, "map of any format that convert reads")->required();
-  verb->add_option("-o,--output", of_gfit.output, "JSON document to write")->required();
+  verb->add_option("-o,--output", of_gfit.output, "JSON document to write, - for standard output")
+      ->required();
   verb->add_option("--tolerance", of_gfit.tolerance,
                    "end before a Gaussian that takes away less than this share of the map's energy")
       ->check(in_range(1e-12, 1.0))
@@ -212,8 +239,8 @@ int main(int argc, char** argv) {
   ContactOptions of_contact;
   verb = add_verb(app, settings, "contact", "make a map of where molecules touch, or one touches itself",
                   "contact protein.pdb ligand.sdf -o contact.map");
-  verb->add_option("MODEL", of_contact.model, "coordinates")->required();
-  verb->add_option("MODEL2", of_contact.other, "coordinates of what touches it; without, the model itself");
+  add_model(verb, "MODEL", of_contact.model, "coordinates")->required();
+  add_model(verb, "MODEL2", of_contact.other, "coordinates of what touches it; without, the model itself");
   add_grid_options(verb, of_contact.output, of_contact.spacing, of_contact.no_hydrogens);
   verb->add_option("--method", of_contact.method,
                    "of two models: densities (by default), or spheres, soft ones in the box of MODEL")
@@ -225,8 +252,8 @@ int main(int argc, char** argv) {
   verb = add_verb(app, settings, "mask", "cut a molecule out of a map, or all but the molecule",
                   "mask density.map ligand.sdf -o ligand.map --mode gaussian-");
   verb->add_option("GRID", of_mask.grid, "map of any format that convert reads")->required();
-  verb->add_option("MODEL", of_mask.model, "coordinates; of several molecules the first")->required();
-  verb->add_option("-o,--output", of_mask.output, "map to write; its extension gives the format")->required();
+  add_model(verb, "MODEL", of_mask.model, "coordinates; of several molecules the first")->required();
+  add_map_output(verb, of_mask.output, "map to write; its extension gives the format")->required();
   verb->add_option("--mode", of_mask.mode,
                    "gaussian empties the inside, gaussian- the outside, gaussian_smooth and gaussian_smooth- "
                    "do so softly")
@@ -256,16 +283,14 @@ int main(int argc, char** argv) {
   verb->add_flag("--tsv", of_contours.tsv, "tab-separated columns")->excludes("--json");
   CLI::Option* attach =
       verb->add_flag("--attach", of_contours.attach, "write a copy of the map that carries the contours");
-  attach->needs(
-      verb->add_option("-o,--output", of_contours.output, "where to write that copy")->needs(attach));
+  attach->needs(add_map_output(verb, of_contours.output, "where to write that copy")->needs(attach));
   verb->callback([&] { work = [&] { contours(of_contours, settings); }; });
 
   SkeletonOptions of_skeleton;
   verb = add_verb(app, settings, "skeleton", "thin the high parts of a map to lines",
                   "skeleton density.map -o lines.map --level 1.5 --sigma");
   verb->add_option("MAP", of_skeleton.map, "map of any format that convert reads")->required();
-  verb->add_option("-o,--output", of_skeleton.output, "map to write; its extension gives the format")
-      ->required();
+  add_map_output(verb, of_skeleton.output, "map to write; its extension gives the format")->required();
   add_level_option(verb, of_skeleton.level, "what is below counts as empty, in the units of the map");
   verb->get_option("--level")->required();
   verb->add_option("--spacing", of_skeleton.spacing,
@@ -278,8 +303,7 @@ int main(int argc, char** argv) {
   verb = add_verb(app, settings, "blob", "list the largest blobs of a map, or cut one out",
                   "blob difference.map --level 3 --sigma");
   verb->add_option("MAP", of_blob.map, "map of any format that convert reads")->required();
-  verb->add_option("-o,--output", of_blob.output,
-                   "map of the blob at a place; its extension gives the format");
+  add_map_output(verb, of_blob.output, "map of the blob at a place; its extension gives the format");
   std::string place;
   verb->add_option("--at", place, "a place in the blob, in Å; without, the ten largest are listed")
       ->check(check_place)

@@ -21,7 +21,8 @@ void undo_normalisation(VXSkewGrid& grid) {
 
 void map(const MapVerbOptions& options, const Settings& settings) {
   const FileFormat& format = output_format(options.output);
-  MtzMap made = make_map(options.data, options.map, settings);
+  InputFile input(options.data);
+  MtzMap made = make_map(options.data, input, options.map, settings);
   const VXZemoGrid& grid = made.grid.GetImpl().GetImpl();
   const float rms = grid.GetData<float>("ARMS"), lowest = grid.GetData<float>("AMIN");
   const float highest = grid.GetData<float>("AMAX");

@@ -168,6 +168,7 @@ void require_whole_ccp4(const std::string& file, VXHost::vxistream& in) {
   constexpr size_t kHeader = 1024;
   std::string head;
   in.read(head, kHeader);
+  require_undamaged(file, in);
   if (head.size() < kHeader)
     throw Failure(file, text("not a CCP4 map: its header has 1024 bytes, here are %zu", head.size()));
 
@@ -185,7 +186,7 @@ void require_whole_ccp4(const std::string& file, VXHost::vxistream& in) {
                   text("samples of mode %d; CCP4 maps of mode 2 (floats) and 0 (bytes) are read", mode));
   const long long records = std::max(0, word(head, 23, swap)) / 80;
   const long long end = static_cast<long long>(kHeader) + 80 * records + samples * (mode == 2 ? 4 : 1);
-  if (!in.seek(static_cast<unsigned long long>(end - 1)) || in.getbyte() < 0)
+  if (in.tell() < static_cast<unsigned long long>(end))
     throw Failure(file, text("the map is cut off: its header announces %lld bytes", end));
   in.seek(0);
 }
@@ -199,6 +200,7 @@ VXSkewGrid read_map(const std::string& file, InputFile& input, const Settings& s
                     : input.format().id == Format::Native
                         ? read_native(input.stream(), grid)
                         : read_library_format(input.stream(), grid, input.format().code);
+  require_undamaged(file, input.stream());
   if (!read) throw Failure(file, log.reason(file, "cannot be read as a map"));
   if (!grid.GetValues()) throw Failure(file, "it holds one point, which makes no map");
   log.pass_on(settings, file);

@@ -23,41 +23,42 @@ struct Column {
   float* Set::*reals;  // null for a column of ints
   int* Set::*ints;
   bool in_phs, in_fob;
+  float* Set::*partner;  // text pairs amplitudes with phases
 
   bool is_in(const Set& set) const { return reals ? set.*reals != nullptr : set.*ints != nullptr; }
-  bool is_held(Format format) const {
-    return format == Format::VXX || (format == Format::PHS ? in_phs : in_fob);
+  bool is_held(const Set& set, Format format) const {
+    if (format == Format::VXX) return true;
+    return (format == Format::PHS ? in_phs : in_fob) && (!partner || set.*partner);
   }
 };
 // clang-format off
 constexpr Column kColumns[] = {
-  {"fobs",       &Set::fobs,       nullptr,       true,  true},
-  {"sigma",      &Set::sigma,      nullptr,       false, true},
-  {"phase",      &Set::phase,      nullptr,       true,  true},
-  {"fom",        &Set::fom,        nullptr,       true,  true},
-  {"fcalc",      &Set::fcalc,      nullptr,       false, true},
-  {"phase_calc", &Set::phase_calc, nullptr,       false, true},
-  {"hla",        &Set::hla,        nullptr,       true,  true},
-  {"hlb",        &Set::hlb,        nullptr,       true,  true},
-  {"hlc",        &Set::hlc,        nullptr,       true,  true},
-  {"hld",        &Set::hld,        nullptr,       true,  true},
-  {"rfree",      nullptr,          &Set::rfree,   false, true},
-  {"centric",    nullptr,          &Set::centric, false, false},
-  {"fwt",        &Set::fwt,        nullptr,       false, false},
-  {"phiwt",      &Set::phiwt,      nullptr,       false, false},
-  {"fdelwt",     &Set::fdelwt,     nullptr,       false, false},
-  {"phidelwt",   &Set::phidelwt,   nullptr,       false, false},
+  {"fobs",       &Set::fobs,       nullptr,       true,  true,  &Set::phase},
+  {"sigma",      &Set::sigma,      nullptr,       false, true,  nullptr},
+  {"phase",      &Set::phase,      nullptr,       true,  true,  &Set::fobs},
+  {"fom",        &Set::fom,        nullptr,       true,  true,  nullptr},
+  {"fcalc",      &Set::fcalc,      nullptr,       false, true,  &Set::phase_calc},
+  {"phase_calc", &Set::phase_calc, nullptr,       false, true,  &Set::fcalc},
+  {"hla",        &Set::hla,        nullptr,       true,  true,  nullptr},
+  {"hlb",        &Set::hlb,        nullptr,       true,  true,  nullptr},
+  {"hlc",        &Set::hlc,        nullptr,       true,  true,  nullptr},
+  {"hld",        &Set::hld,        nullptr,       true,  true,  nullptr},
+  {"rfree",      nullptr,          &Set::rfree,   false, true,  nullptr},
+  {"centric",    nullptr,          &Set::centric, false, false, nullptr},
+  {"fwt",        &Set::fwt,        nullptr,       false, false, nullptr},
+  {"phiwt",      &Set::phiwt,      nullptr,       false, false, nullptr},
+  {"fdelwt",     &Set::fdelwt,     nullptr,       false, false, nullptr},
+  {"phidelwt",   &Set::phidelwt,   nullptr,       false, false, nullptr},
 };
 
-/// Labels of MTZ files by their role, the first that is there counts.
+/// Labels of MTZ files by their role, the first that is there counts; in the order of VXMTZ::AutoGetColumns.
 struct Labels { VXMTZColumnNames::Role role; std::initializer_list<const char*> labels; };
 const Labels kLabels[] = {
-  {VXMTZColumnNames::Fobs,      {"FP", "F", "F-obs", "FOBS"}},
+  {VXMTZColumnNames::Fobs,      {"F", "FP", "F-obs", "FOBS"}},
   {VXMTZColumnNames::Fcalc,     {"FC", "F-model", "FCALC"}},
   {VXMTZColumnNames::Phase,     {"PHI", "PHIB"}},
   {VXMTZColumnNames::PhaseCalc, {"PHIC", "PHIF-model", "PHIFCALC"}},
-  {VXMTZColumnNames::Sigma,     {"SIGFP", "SIGF", "SIGF-obs", "SIGFOBS"}},
-  {VXMTZColumnNames::FreeFlag,  {"FreeR_flag", "FREE", "R-free-flags"}},
+  {VXMTZColumnNames::Sigma,     {"SIGF", "SIGFP", "SIGF-obs", "SIGFOBS"}},
   {VXMTZColumnNames::Fwt,       {"FWT", "2FOFCWT"}},
   {VXMTZColumnNames::Phiwt,     {"PHWT", "PH2FOFCWT"}},
   {VXMTZColumnNames::Fdelwt,    {"DELFWT", "FOFCWT"}},
@@ -65,7 +66,7 @@ const Labels kLabels[] = {
 };
 // clang-format on
 
-bool read_mtz(const std::string& file, VXHost::vxistream& in, VXReflection& set) {
+bool read_mtz(const std::string& file, VXHost::vxistream& in, ReflectionFile& data) {
   const std::vector<MtzColumn> columns = read_columns(file, in);
   const auto is_there = [&](const char* label) {
     return std::any_of(columns.begin(), columns.end(),
@@ -76,14 +77,16 @@ bool read_mtz(const std::string& file, VXHost::vxistream& in, VXReflection& set)
     if (const auto* label = std::find_if(each.labels.begin(), each.labels.end(), is_there);
         label != each.labels.end())
       names.SetColumnName(each.role, *label);
-  return VXReadReflectionMTZ(in, set, names);
+  data.free_flags = free_flags_of(columns);
+  return VXReadReflectionMTZ(in, data.set, names);
 }
 
-bool read(const std::string& file, InputFile& input, VXReflection& set) {
+bool read(const std::string& file, InputFile& input, ReflectionFile& data) {
   VXHost::vxistream& in = input.stream();
+  VXReflection& set = data.set;
   switch (input.format().id) {
     case Format::MTZ:
-      return read_mtz(file, in, set);
+      return read_mtz(file, in, data);
     case Format::CIF:
       return VXReadReflectionCIF(in, set);
     case Format::PHS:
@@ -119,18 +122,17 @@ std::string losses(const Set& set, Format format) {
   if (set.symmetry.cell().isValid()) lost.emplace_back("the cell");
   if (set.symmetry) lost.emplace_back("the space group");
   const std::vector<std::string> columns =
-      columns_of(set, [format](const Column& column) { return !column.is_held(format); });
+      columns_of(set, [&](const Column& column) { return !column.is_held(set, format); });
   if (!columns.empty()) lost.push_back("columns " + join(columns, " "));
   return join(lost, ", ");
 }
 
-/// Text formats pair an amplitude with a phase.
-void need_phases(Set& set, const std::string& source, const Settings& settings) {
-  if (set.phase || !set.fobs) return;
+/// Text formats pair an amplitude with a phase: what is put in the place of missing ones, null for nothing.
+const char* add_phases(Set& set) {
+  if (set.phase || !set.fobs) return nullptr;
   const std::vector<float> zeros(set.nref, 0.0f);
-  note(settings, source + ": there are no phases beside the observed amplitudes; " +
-                     (set.phase_calc ? "those of the model are written" : "0 is written"));
   set.SetPhase(set.phase_calc ? set.phase_calc : zeros.data(), set.nref);
+  return set.phase_calc ? "those of the model are" : "0 is";
 }
 
 /// Takes the reflections away that lack a value in a column that is written; how many those were.
@@ -138,7 +140,7 @@ unsigned keep_complete(Set& set, Format format) {
   unsigned kept = 0;
   for (unsigned i = 0; i < set.nref; ++i) {
     const bool is_complete = std::all_of(std::begin(kColumns), std::end(kColumns), [&](const Column& column) {
-      return !column.reals || !(set.*column.reals) || !column.is_held(format) ||
+      return !column.reals || !(set.*column.reals) || !column.is_held(set, format) ||
              std::isfinite((set.*column.reals)[i]);
     });
     if (is_complete) set.copy_element(kept++, i);
@@ -150,54 +152,69 @@ unsigned keep_complete(Set& set, Format format) {
 
 }  // namespace
 
-VXReflection read_reflection_file(const std::string& file, InputFile& input, const Settings& settings) {
-  VXReflection set;
+ReflectionFile read_reflection_file(const std::string& file, InputFile& input, const Settings& settings) {
+  ReflectionFile found;
   const LibraryLog log;
-  if (!read(file, input, set))
+  const bool is_read = read(file, input, found);
+  require_undamaged(file, input.stream());
+  if (!is_read)
     throw Failure(file,
                   log.reason(file, input.format().id == Format::CIF
                                        ? "there are no reflections with indices, F_meas_sigma and F_meas "
                                          "or F_squared_meas"
                                        : "its reflections cannot be read"));
-  if (set.GetCount() == 0) throw Failure(file, log.reason(file, "there are no reflections in this file"));
+  if (found.set.GetCount() == 0)
+    throw Failure(file, log.reason(file, "there are no reflections in this file"));
   log.pass_on(settings, file);
-  const Set& data = *set.GetImpl();
+  const Set& data = *found.set.GetImpl();
   if (input.format().id == Format::CIF && data.fobs && data.sigma &&
       std::equal(data.fobs, data.fobs + data.nref, data.sigma))
     note(settings,
          file +
              ": the amplitudes read are the sigmas: the last column whose name holds F_meas counts, "
              "and in this file it is F_meas_sigma");
-  return set;
+  return found;
 }
 
-const FileFormat& reflection_output(const std::string& file, const std::string& to) {
+const FileFormat& reflection_output(const std::string& file, const std::string& to,
+                                    const std::string& further) {
   const FileFormat* const format = to.empty() ? format_by_extension(file) : format_named(to);
   if (!format || format->kind != FileKind::Reflections || !format->is_written)
-    throw Failure(file, "no list of reflections is written under this extension; there are " +
+    throw Failure(file, "no list of reflections is written under this extension; there are " + further +
                             extensions_of(FileKind::Reflections, true));
   return *format;
 }
 
-void write_reflections(const std::string& file, const FileFormat& format, VXReflection& set,
+void write_reflections(const std::string& file, const FileFormat& format, ReflectionFile& from,
                        const std::string& source, const Settings& settings) {
+  VXReflection& set = from.set;
   Set& data = *set.GetImpl();
-  if (const std::string lost = losses(data, format.id); !lost.empty())
-    note(settings, text("%s: not kept in the %s format: %s", source.c_str(), format.title, lost.c_str()));
-  if (format.id != Format::VXX) {
-    need_phases(data, source, settings);
-    if (format.id == Format::PHS && (!data.fobs || !data.fom))
-      throw Failure(source, std::string("there are no ") + (data.fobs ? "figures of merit" : "amplitudes") +
-                                ", which a PHS file has to have");
-    if (const unsigned dropped = keep_complete(data, format.id))
-      note(settings, text("%s: %u reflections left out that lack a value", source.c_str(), dropped));
-    if (data.nref == 0) throw Failure(source, "there is no reflection with all values");
+  const bool is_text = format.id != Format::VXX;
+  const char* const phases = is_text ? add_phases(data) : nullptr;
+  if (format.id == Format::PHS && (!data.fobs || !data.fom))
+    throw Failure(source, std::string("there are no ") + (data.fobs ? "figures of merit" : "amplitudes") +
+                              ", which a PHS file has to have");
+  if (columns_of(data, [&](const Column& column) { return column.is_held(data, format.id); }).empty()) {
+    const std::vector<std::string> names = columns_of(data, [](const Column&) { return true; });
+    throw Failure(source, names.empty() ? "it has no columns beside its indices"
+                                        : text("the %s format holds none of its columns (%s)", format.title,
+                                               join(names, " ").c_str()));
   }
+  const unsigned dropped = is_text ? keep_complete(data, format.id) : 0;
+  if (data.nref == 0) throw Failure(source, "there is no reflection with all values");
   write_file(file, [&](VXHost::vxostream& out) {
     return format.id == Format::PHS   ? VXWriteReflectionPHS(out, set)
            : format.id == Format::FOB ? VXWriteReflectionXPLOR(out, set)
                                       : VXWriteReflectionVXX(out, set);
   });
+
+  const auto tell = [&](const std::string& line) { note(settings, source + ": " + line); };
+  if (const std::string lost = losses(data, format.id); !lost.empty())
+    tell(text("not kept in the %s format: %s", format.title, lost.c_str()));
+  if (!from.free_flags.empty() && format.id != Format::PHS)
+    tell("free flags (" + from.free_flags + ") are not read");
+  if (phases) tell(std::string("there are no phases beside the observed amplitudes; ") + phases + " written");
+  if (dropped) tell(text("%u reflections left out that lack a value", dropped));
 }
 
 void report_reflections(const std::string& file, const FileFormat& format, VXReflection set, Json* json) {

@@ -13,23 +13,23 @@ void reflections(const ReflectionsOptions& options, const Settings& settings) {
       options.output.empty() ? nullptr : &reflection_output(options.output, options.to);
 
   InputFile input(options.input, options.from);
-  VXReflection set = read_reflection_file(options.input, input, settings);
+  ReflectionFile data = read_reflection_file(options.input, input, settings);
   Json json;
   if (!format) {
-    report_reflections(options.input, input.format(), set, settings.json ? &json : nullptr);
+    report_reflections(options.input, input.format(), data.set, settings.json ? &json : nullptr);
     if (settings.json) json.print();
     return;
   }
-  write_reflections(options.output, *format, set, options.input, settings);
+  write_reflections(options.output, *format, data, options.input, settings);
   if (is_stdout) return;
   if (!settings.json) {
-    std::printf("%s: %s, %u reflections\n", options.output.c_str(), format->title, set.GetCount());
+    std::printf("%s: %s, %u reflections\n", options.output.c_str(), format->title, data.set.GetCount());
     return;
   }
   json.open_object();
   json.field("file", options.output);
   json.field("format", format->title);
-  json.field("reflections", set.GetCount());
+  json.field("reflections", data.set.GetCount());
   json.close_object();
   json.print();
 }

@@ -111,8 +111,8 @@ std::vector<std::string> LibraryLog::lines(const std::string& file) const {
     std::string line = all.substr(from, end - from);
     from = end + 1;
     for (const std::string& lead :
-         {std::string("Warning: "), std::string("Error: "), std::string("Error: "),
-          std::string("VXReadMolecule: "), std::string("VXMoleculeReader: "), file + ": ", file + ", "})
+         {std::string("Warning: "), std::string("Error: "), std::string("VXReadMolecule: "),
+          std::string("VXMoleculeReader: "), file + ": ", file + ", "})
       if (line.compare(0, lead.size(), lead) == 0) line.erase(0, lead.size());
     if (!line.empty() && std::find(found.begin(), found.end(), line) == found.end()) found.push_back(line);
   }

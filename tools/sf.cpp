@@ -34,7 +34,7 @@ struct Agreement {
 
 struct Result {
   std::string label;  // of the observed amplitudes
-  VXReflection set;
+  ReflectionFile data;
   std::vector<Reflection> list;
   unsigned skipped = 0;  // atoms; of the exact sum alone
   double scale = 0;      // of F calc, by least squares
@@ -53,17 +53,18 @@ std::string to_tsv(const std::vector<Reflection>& list) {
 
 /// The format of the list: that of text, or one of reflection files.
 const FileFormat* list_format(const std::string& file) {
-  return file.empty() || VXFileExtension(file, "tsv") ? nullptr : &reflection_output(file);
+  return file.empty() || VXFileExtension(file, "tsv") ? nullptr : &reflection_output(file, "", ".tsv ");
 }
 
 /// Amplitudes and phases of the model beside the observed amplitudes. Figures of merit and coefficients of
 /// the data speak of other phases; those of a model count fully.
-void write_set(VXReflection& set, const SfOptions& options, const FileFormat& format,
+void write_set(ReflectionFile& data, const SfOptions& options, const FileFormat& format,
                const Settings& settings) {
+  VXReflection& set = data.set;
   const std::vector<float> ones(set.GetCount(), 1.0f);
   set.SetColumn(VXReflectionColumn::FOM, format.id == Format::PHS ? ones.data() : nullptr, set.GetCount());
   set.SetABCD(nullptr, nullptr, nullptr, nullptr, set.GetCount());
-  write_reflections(options.output, format, set, options.data, settings);
+  write_reflections(options.output, format, data, options.data, settings);
 }
 
 /// Tells when the model's own symmetry is not that of the data, which counts.
@@ -178,7 +179,7 @@ Result compute(const SfOptions& options, const Settings& settings) {
     note(settings, text("%s: %u atoms skipped: of no element of the table, or without finite numbers",
                         options.model.c_str(), result.skipped));
   result.list = list_of(*data.set.GetImpl());
-  result.set = data.set;
+  result.data = {data.set, data.free_flags};
   compare(result, options);
   return result;
 }
@@ -235,7 +236,7 @@ void sf(const SfOptions& options, const Settings& settings) {
   const FileFormat* const format = list_format(options.output);
   Result result = compute(options, settings);
   if (format)
-    write_set(result.set, options, *format, settings);
+    write_set(result.data, options, *format, settings);
   else if (!options.output.empty())
     write_text(options.output, to_tsv(result.list));
   if (settings.json)

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/support.h"
@@ -101,6 +102,25 @@ inline std::string in_a_row(const char* element, const std::vector<double>& plac
     sdf += line;
   }
   return sdf + "M  END\n$$$$\n";
+}
+
+/// Arguments, with @ for a file that is made for the case; the file that is named; its bytes; the reason.
+using FailureRow = std::tuple<std::string, std::string, std::string, const char*>;
+
+/// Every row fails with 1, prints nothing, and tells on one line which file and why.
+template <size_t N>
+void expect_failures(const FailureRow (&rows)[N]) {
+  for (auto [arguments, file, bytes, says] : rows) {
+    if (const size_t at = arguments.find('@'); at != std::string::npos)
+      arguments.replace(at, 1, file = written(file, bytes));
+    SCOPED_TRACE(arguments);
+    const Result run = vxgrid(arguments + " --quiet");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out, "");
+    EXPECT_THAT(run.err,
+                testing::AllOf(testing::StartsWith("vxgrid: " + file + ": "), testing::HasSubstr(says)));
+    EXPECT_EQ(run.err.find('\n') + 1, run.err.size()) << run.err;
+  }
 }
 
 inline std::vector<std::string> lines_of(const std::string& text) {

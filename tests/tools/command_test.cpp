@@ -30,9 +30,7 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
   std::string no_cell = map, one_point = map.substr(0, 1028);
   for (size_t axis = 0; axis < 3; ++axis) set_word(no_cell, 10 + axis, 0), set_word(one_point, axis, 1);
   const std::string far_apart = in_a_row("C", {0, 1e6}), hydrogen = in_a_row("H", {0});
-  const std::tuple<std::string, std::string, std::string, const char*> rows[] = {
-      // Arguments, with @ for a file that is made for the case; the file that is named; its bytes; the
-      // reason.
+  const FailureRow rows[] = {
       {"info nowhere.mtz", "nowhere.mtz", "", "no such file"},
       {"info /tmp", "/tmp", "", "directory"},
       {"info @", "empty.map", "", "empty"},
@@ -82,7 +80,7 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"shape $MTZ", kMtz, "", "not a coordinate file"},
       {"sf $LIGANDS $MTZ", kLigands, "", "no residue data"},
       {"sf $MODEL $MODEL", kModel, "", "not an MTZ file"},
-      {"sf $MODEL $MTZ -o a.txt", "a.txt", "", "extension; there are .phs"},
+      {"sf $MODEL $MTZ -o a.txt", "a.txt", "", "extension; there are .tsv .phs"},
       {"sf $MODEL $MTZ --fobs F1", kMtz, "", "name another with --fobs LABEL. There are (label:type): H:H"},
       {"sf $MODEL $MTZ --fobs PHIC", kMtz, "", "PHIC holds no amplitudes"},
       {"sf @ $MTZ", "no_x.pdb", blank_elements, "none of its atoms scatters"},
@@ -109,16 +107,7 @@ TEST(Command, FailuresNameTheFileAndTheReasonOnOneLine) {
       {"symmetry P7", "P7", "", "no space group"},
       {"symmetry ''", "", "", "no space group"},
   };
-  for (auto [arguments, file, bytes, says] : rows) {
-    if (const size_t at = arguments.find('@'); at != std::string::npos)
-      arguments.replace(at, 1, file = written(file, bytes));
-    SCOPED_TRACE(arguments);
-    const Result run = vxgrid(arguments + " --quiet");
-    EXPECT_EQ(run.status, 1);
-    EXPECT_THAT(run.out, IsEmpty());
-    EXPECT_THAT(run.err, AllOf(StartsWith("vxgrid: " + file + ": "), HasSubstr(says)));
-    EXPECT_EQ(run.err.find('\n') + 1, run.err.size()) << run.err;
-  }
+  expect_failures(rows);
 }
 
 TEST(Command, FullDiscs) {
@@ -146,6 +135,8 @@ TEST(Command, WrongUsageIsTwo) {
                           "map $MTZ -o a.map --fft fftw9",
                           "symmetry 19 --tsv",
                           "gauss $LIGANDS -o a.map --spacing 0",
+                          "gauss - -o a.map",
+                          "map $MTZ -o -",
                           "gauss $LIGANDS -o a.map --spacing nan",
                           "contact $LIGANDS -o a.map --method spheres",
                           "mask a.map $LIGANDS -o b.map --mode value+",
