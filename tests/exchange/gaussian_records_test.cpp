@@ -77,22 +77,20 @@ TEST_F(GaussianRecords, FaultsAndWhatTheyLeave) {
   std::string wrong_type = good, longer_type = good;
   wrong_type[head + 25] = 2;
   longer_type[head + 25] = 0x61;  // bits between the kind and the order say nothing
-  const struct {
-    std::string bytes;
-    unsigned int status;
-  } rows[] = {{good.substr(0, 40), 4}, {with_length(29), 4}, {with_length(25), 4}, {wrong_type, 2},
-              {with_length(33), 6},    {with_length(30), 0}, {longer_type, 0}};
-  for (const auto& row : rows) {
+  const std::tuple<std::string, unsigned int> rows[] = {
+      {good.substr(0, 40), 4}, {with_length(29), 4}, {with_length(25), 4}, {wrong_type, 2},
+      {with_length(33), 6},    {with_length(30), 0}, {longer_type, 0}};
+  for (const auto& [bytes, status] : rows) {
     VXGaussian read(9, 8, 7, 6, 5, 4);
-    EXPECT_EQ(read_record(row.bytes, read, handler), row.status);
-    EXPECT_EQ(read.GetPrefactor() == 9, row.status != 0);
-    EXPECT_EQ(read.GetZ() == 5, row.status != 0);
+    EXPECT_EQ(read_record(bytes, read, handler), status);
+    EXPECT_EQ(read.GetPrefactor() == 9, status != 0);
+    EXPECT_EQ(read.GetZ() == 5, status != 0);
     // As the second of three in a container: the first stays.
     RecordBytes data;
     scalar(data, false, 4000000000u);
-    data.raw(good).raw(row.bytes);
+    data.raw(good).raw(bytes);
     VXGaussianContainer set;
     EXPECT_NE(read_record(RecordBytes().record("VXGaussianCont", data).str(), set, handler), VXBDone);
-    EXPECT_EQ(set.NumGaussians(), row.status ? 1u : 2u);
+    EXPECT_EQ(set.NumGaussians(), status ? 1u : 2u);
   }
 }

@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <limits>
 
 #include <vxgrid/exchange/grid_json.h>
 #include <vxgrid/host/text.h>
@@ -16,9 +15,6 @@ namespace {
 
 using namespace VXCore;
 using testing::HasSubstr;
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 // A document of a 2 x 1 x 3 grid with one text replaced by another; with `cell`, a skew grid's.
 std::string document(const std::string& from = "", const std::string& to = "", const std::string& cell = "") {
@@ -47,7 +43,7 @@ TEST(GridJSON, WritesTheKeysInTheirOrder) {
 
   VXSkewGrid skew = skew_grid();
   skew.SetDim(1, 2, 2);
-  const float values[] = {kNaN, kInfinity, -kInfinity, 1e-30f};
+  const float values[] = {NAN, INFINITY, -INFINITY, 1e-30f};
   skew.SetValues(values, 4);
   skew.SetTitle("a \"b\"\n");
   const std::string keys = R"({"type":"grid","version":"0.91","unitcell":[20.0,30.0,40.0,90.0,90.0,120.0],)";
@@ -117,15 +113,12 @@ TEST(GridJSON, ReadsDocumentsOfOthers) {
   EXPECT_EQ(log.text(), "Warning: JSON: decodeGridType: Cubic is not a valid value, ignored\n");
   ASSERT_TRUE(VXJSONToGrid(grid, document("1,2.5,-3", "NaN , -Infinity,18446744073709551615")));
   EXPECT_TRUE(std::isnan(grid[0]));
-  EXPECT_EQ(grid[1], -kInfinity);
+  EXPECT_EQ(grid[1], -INFINITY);
   EXPECT_EQ(grid[2], 18446744073709551615.0f);
 }
 
 TEST(GridJSON, RefusesAndSaysWhy) {
-  const struct {
-    const char *from, *to, *says;
-    bool cleared;
-  } rows[] = {
+  const std::tuple<const char*, const char*, const char*, bool> rows[] = {
       {"}", "", "JSON: line 1, column 151: Missing a comma or '}'", false},
       {"\"grid\"", "\"cube\"", "Warning: JSON: Top level document must be \"type\":\"grid\"\n", false},
       {"\"type\":\"grid\",", "", "Error: JSON: required key \"type\" is missing\n", false},
@@ -144,13 +137,13 @@ TEST(GridJSON, RefusesAndSaysWhy) {
        "Error: grid.values must be an array of size -1294967296, got 6 instead\n", true},
       {"4e0", "[4]", "Error: grid.values[3] must be a number\n", true},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(std::string(row.from) + " -> " + row.to);
+  for (const auto& [from, to, says, cleared] : rows) {
+    SCOPED_TRACE(std::string(from) + " -> " + to);
     CapturedLog log;
     VXScalarGrid grid = numbered_grid(2, 2, 2);
-    EXPECT_FALSE(VXJSONToGrid(grid, document(row.from, row.to)));
-    EXPECT_THAT(log.text(), HasSubstr(row.says));
-    EXPECT_EQ(grid.GetSize(), row.cleared ? 1u : 8u);
+    EXPECT_FALSE(VXJSONToGrid(grid, document(from, to)));
+    EXPECT_THAT(log.text(), HasSubstr(says));
+    EXPECT_EQ(grid.GetSize(), cleared ? 1u : 8u);
   }
   // The product of the dimensions wraps to 6, and as many values are there.
   CapturedLog log;

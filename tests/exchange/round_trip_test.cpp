@@ -20,31 +20,20 @@ using namespace VXCore;
 
 namespace {
 
-struct Random {
-  using result_type = unsigned;
-  static constexpr unsigned min() { return 0; }
-  static constexpr unsigned max() { return 0xffffffffu; }
-  unsigned operator()() { return static_cast<unsigned>(engine()); }
-
-  std::mt19937 engine;
-};
+using Random = std::independent_bits_engine<std::mt19937, 32, unsigned>;
 
 // --- numbers as they come back ---
 
 using Number = float (*)(float);
 
 float exact(float number) { return number; }
-/// Seven digits of text.
-float seven_digits(float number) {
+float printed(float number, const char* format) {
   char digits[64];
-  std::snprintf(digits, sizeof digits, "%.6e", number);
+  std::snprintf(digits, sizeof digits, format, number);
   return std::strtof(digits, nullptr);
 }
-float six_decimals(float number) {
-  char digits[64];
-  std::snprintf(digits, sizeof digits, "%.6f", number);
-  return std::strtof(digits, nullptr);
-}
+float seven_digits(float number) { return printed(number, "%.6e"); }
+float six_decimals(float number) { return printed(number, "%.6f"); }
 /// Cut off towards zero.
 float cut_at(float number, double scale) {
   const double cut = std::trunc(number * scale) / scale;
@@ -287,7 +276,7 @@ void expect_same(const Row& format, const VXSkewGrid& was, const VXSkewGrid& is)
 TEST(RoundTrip, EveryFormatKeepsWhatItIsSaidToKeep) {
   for (const Row& format : kFormats)
     for (unsigned seed = 0; seed < 120; ++seed) {
-      Random random{std::mt19937(seed)};
+      Random random(seed);
       const VXSkewGrid grid =
           random_grid(random, format.plain_only || (seed % 2 && !(format.keeps == kCrystal)));
       SCOPED_TRACE(std::string(format.name) + ", seed " + std::to_string(seed));
@@ -298,22 +287,4 @@ TEST(RoundTrip, EveryFormatKeepsWhatItIsSaidToKeep) {
       EXPECT_EQ(log.text(), "");
       if (HasFailure()) return;
     }
-}
-
-/// A map of 65 x 65 x 65 points comes back on its own lattice; values are interpolated on the way.
-TEST(RoundTrip, GraspMapsOfTheirOwnSize) {
-  Random random{std::mt19937(1)};
-  std::uniform_real_distribution<float> number(-20, 20);
-  for (const float spacing : {0.25f, 0.6f, 1.0f}) {
-    VXScalarGrid plain(65, 65, 65, number(random), number(random), number(random), spacing, "", nullptr);
-    for (unsigned i = 0; i < plain.GetSize(); ++i) plain[i] = number(random);
-    const VXSkewGrid grid(plain);
-    VXSkewGrid back;
-    ASSERT_TRUE(through_file<VXGridFormatGrasp>(grid, back));
-    EXPECT_NEAR(back.GetSpacing(), spacing, 1e-7);
-    EXPECT_EQ(back.GetXMid(), grid.GetXMid());
-    for (unsigned i = 0; i < plain.GetSize(); ++i)
-      ASSERT_NEAR(back.GetValues()[i], plain[i], 40 * 3 * 64e-5f)
-          << i;  // the last point, 1e-5 of the span inside
-  }
 }

@@ -1,7 +1,7 @@
 #include <vxgrid/gaussian/point_tree.h>
 
 #include <algorithm>
-#include <limits>
+#include <cmath>
 #include <random>
 
 #include "support/support.h"
@@ -59,8 +59,7 @@ TEST(TdTree, GrowsByInsertionAndAnswersBreadthFirst) {
 }
 
 TEST(TdTree, Edges) {
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  Tree tree({0, 0, 0, 3, 4, 0, 3, 4, 0, nan, 0, 0});
+  Tree tree({0, 0, 0, 3, 4, 0, 3, 4, 0, NAN, 0, 0});
   const struct {
     const char* what;
     float at[3], radius;
@@ -69,7 +68,7 @@ TEST(TdTree, Edges) {
       {"a radius of 0 is cut off by the plane of its own point", {0, 0, 0}, 0, 4, 0},
       {"an exact distance off the planes counts", {0, 0, 0}, 5, 3, 3},
       {"an exact distance on the plane does not", {-5, 0, 0}, 5, 3, 0},
-      {"no number is near to all", {nan, nan, nan}, 1, 4, 4},
+      {"no number is near to all", {NAN, NAN, NAN}, 1, 4, 4},
   };
   for (const auto& row : rows)
     EXPECT_EQ(ndt_hits_p(row.at, row.radius, &tree, row.limit), row.hits) << row.what;

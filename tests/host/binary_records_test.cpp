@@ -99,11 +99,7 @@ TEST(BinaryRecords, HeadsAndNumbers) {
 
 TEST(BinaryRecords, StatusOfWhatIsNoRecord) {
   const auto head = [](const char* text) { return RecordBytes().tag(text); };
-  const struct {
-    const char* what;
-    std::string bytes;
-    unsigned int status;
-  } rows[] = {
+  const std::tuple<const char*, std::string, unsigned int> rows[] = {
       {"nothing", "", VXBTagBad},
       {"a cut tag", head("VXBase").str().substr(0, 5), VXBTagBad},
       {"no tag and no flag", RecordBytes().record("", RecordBytes().byte(0)).str(), VXBTagBad},
@@ -114,9 +110,9 @@ TEST(BinaryRecords, StatusOfWhatIsNoRecord) {
       {"an unknown one, cut", head("Foo").byte(9).raw("12345678").str(), VXBUnknownBad},
       {"a flag without a tag", RecordBytes().record("", RecordBytes().byte(0), 9).str(), VXBDone},
   };
-  for (const auto& row : rows) {
+  for (const auto& [what, bytes, status] : rows) {
     VXBase object;
-    EXPECT_EQ(read_record(row.bytes, object, handler()), row.status) << row.what;
+    EXPECT_EQ(read_record(bytes, object, handler()), status) << what;
   }
 }
 

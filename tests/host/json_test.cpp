@@ -54,9 +54,7 @@ TEST(JSON, ParsesNumbersToTheNearestDouble) {
 TEST(JSON, RefusesWhatIsNoDocument) {
   std::string objects;
   for (int i = 0; i < 1000000; ++i) objects += "{\"\":";
-  const struct {
-    std::string text, says;
-  } rows[] = {
+  const std::tuple<std::string, std::string> rows[] = {
       {objects, "nested too deep"},
       {"", "line 1, column 1: The document is empty."},
       {"{\n \"a\": 1,\n}", "line 3, column 1: "},
@@ -68,14 +66,14 @@ TEST(JSON, RefusesWhatIsNoDocument) {
       {"{\"a\":\"b", "Missing a closing quotation mark"},
       {std::string(1000000, '['), "line 1, column 102: nested too deep"},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.text.substr(0, 20));
+  for (const auto& [text, says] : rows) {
+    SCOPED_TRACE(text.substr(0, 20));
     CapturedLog log;
     VXJSONDocument document;
     document.SetInt(1);
-    EXPECT_FALSE(JSONParseHelper(document, row.text));
+    EXPECT_FALSE(JSONParseHelper(document, text));
     EXPECT_TRUE(document.IsNull());
-    EXPECT_THAT(log.text(), HasSubstr(row.says));
+    EXPECT_THAT(log.text(), HasSubstr(says));
   }
   VXJSONDocument document;
   EXPECT_TRUE(JSONParseHelper(document, std::string(100, '[') + std::string(100, ']')));

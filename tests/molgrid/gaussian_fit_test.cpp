@@ -1,7 +1,6 @@
 #include <vxgrid/molgrid/gaussian_fit.h>
 
 #include <cmath>
-#include <limits>
 #include <numeric>
 #include <random>
 
@@ -17,8 +16,6 @@ namespace VXCore {
 namespace {
 
 using Values = std::vector<float>;
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInf = std::numeric_limits<float>::infinity();
 
 float f(int i) { return static_cast<float>(i); }
 
@@ -191,67 +188,57 @@ TEST(GaussianFit, SameNumbersAsPlainLoops) {
   }
 }
 
-TEST(GaussianFit, FindsGaussiansOfTheDictionary) {
-  // Norms fall from the first to the last; too far apart to touch.
-  const struct {
-    unsigned int element;
-    float prefactor, radius;
-  } made[] = {{(13 * 56 + 14) * 60 + 15, 2.7f, 3.2f},
-              {(14 * 56 + 40) * 60 + 45, 2.0f, 2.2f},
-              {(42 * 56 + 44) * 60 + 14, 3.0f, 1.2f}};
-  VXZemoGrid grid(filled(60, 56, 54, 0.5f));
-  for (const auto& g : made) add_gaussian(grid, g.element, g.prefactor, width_of(g.radius));
-  grid.GetValues()[0] = -1.0f;
-  const VXScalarGrid plain(*grid.GetFloats().GetGrid(0));
-  VXGaussianContainer found;
-  found.AddGaussian(VXGaussian(1, 1, 0, 0, 0, 7));  // is replaced
-  ASSERT_TRUE(VXMakeGaussianRepresentation(found, plain, 0.0f, 3, 3));
-  ASSERT_EQ(found.NumGaussians(), 3u);
-  EXPECT_EQ(plain[0], -1.0f);
-  float coords[9], prefactors[3], widths[3], c[3];
-  found.GetCoords(coords);
-  found.GetPrefactors(prefactors);
-  found.GetWidths(widths);
-  for (int i = 0; i < 3; ++i) {
-    grid.ElementToSpatialCoord(made[i].element, c[0], c[1], c[2]);
-    for (int k = 0; k < 3; ++k) EXPECT_NEAR(coords[3 * i + k], c[k], 1e-4);
-    EXPECT_EQ(widths[i], width_of(made[i].radius));
-    // A kernel that ends in whole steps, where it falls to 1 % or before, misses some percent.
-    EXPECT_NEAR(prefactors[i], made[i].prefactor, 0.06f * made[i].prefactor);
+// All forms are the fit with the usual arguments, of whatever holds the density.
+TEST(GaussianFit, PublicForms) {
+  VXGraphMol mol;
+  const float at[3] = {1.4f, 0.9f, 0.3f};
+  mol.SetCoords(mol.AddAtom(6), at);
+  VXZemoGrid density;
+  VXMakeMolecularGaussianGrid(density, mol, 0.5f);
+  density.GetValues()[0] = -1.0f;
+  const VXScalarGrid constant(*density.GetFloats().GetGrid(0));
+  const Arguments usual = {"", 0.01f, 0.01f, 0.1f, 0, 3, 3.2f, 1.0f, 3};
+  const PlainFit plain(density, usual);
+  VXGaussianContainer found[3];
+  found[1].AddGaussian(VXGaussian(1, 1, 0, 0, 0, 7));  // is replaced
+  EXPECT_TRUE(VXMakeGaussianRepresentation(found[0], mol, 0.1f, 3, 3) &&
+              VXMakeGaussianRepresentation(found[1], constant, 0.1f, 0, 3) &&
+              VXMakeGaussianRepresentation(found[2], density, 0.1f, 3, 3));
+  EXPECT_TRUE(constant[0] == -1 && density.GetValues()[0] == 0);
+  for (const VXGaussianContainer& set : found) {
+    ASSERT_EQ(set.NumGaussians(), 3u);
+    Values coords(9), prefactors(3), widths(3);
+    EXPECT_TRUE(set.GetCoords(coords.data()) && set.GetPrefactors(prefactors.data()) &&
+                set.GetWidths(widths.data()));
+    EXPECT_TRUE(coords == plain.positions && prefactors == plain.prefactors && widths == plain.widths);
   }
-
-  // Energies are integrals of squares, p^2 (pi / 2w)^(3/2): 131, 23 and 8. 0 levels are 3.
-  EXPECT_TRUE(VXMakeGaussianRepresentation(found, grid, 60.0f, 0, 0));
-  EXPECT_EQ(found.NumGaussians(), 1u);
-  EXPECT_EQ(grid.GetValues()[0], 0.0f);
 
   // Back on a grid, the integral is p (pi / w)^(3/2), of which some is cut off at 0.001.
   VXScalarGrid sum;
-  EXPECT_TRUE(VXMakeGaussianRepGrid(sum, found, 0.4f));
-  const double integral = 0.064 * std::accumulate(sum.GetValues(), sum.GetValues() + sum.GetSize(), 0.0);
-  EXPECT_NEAR(integral, prefactors[0] * std::pow(M_PI / widths[0], 1.5), 0.01 * integral);
-  found.Clear();
-  EXPECT_TRUE(VXMakeGaussianRepGrid(sum, found, 2.0f));
+  double integral = 0;
+  EXPECT_TRUE(VXMakeGaussianRepGrid(sum, found[0], 0.4f));
+  for (int i = 0; i < 3; ++i) integral += plain.prefactors[i] * std::pow(M_PI / plain.widths[i], 1.5);
+  EXPECT_NEAR(0.064 * std::accumulate(sum.GetValues(), sum.GetValues() + sum.GetSize(), 0.0), integral,
+              0.01 * integral);
+  EXPECT_TRUE(VXMakeGaussianRepresentation(found[0], VXGraphMol(), 0.1f, 3, 50));
+  EXPECT_EQ(found[0].NumGaussians(), 0u);
+  EXPECT_TRUE(VXMakeGaussianRepGrid(sum, found[0], 2.0f));
   EXPECT_EQ(sum.GetSpacing(), 0.4f);
 }
 
 TEST(GaussianFit, WindowIsOnePointShorterOnTheHighSide) {
   // -log(0.01) / 0.5 is 3.03^2: 3 steps of 1 Å, on a row from 0 to 20 Å.
-  const struct {
-    float x;
-    int centre, first, last;
-  } rows[] = {{10.0f, 10, 7, 12}, {10.9f, 10, 7, 12},  {9.992f, 10, 7, 12},
-              {1.0f, 1, 0, 3},    {20.0f, 20, 17, 20}, {22.0f, 22, 19, 20},
-              {24.0f, 0, 0, -1},  {kNaN, 0, 0, -1},    {1e30f, 0, 0, -1}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.x);
+  const std::tuple<float, int, int, int> rows[] = {
+      {10.0f, 10, 7, 12},  {10.9f, 10, 7, 12}, {9.992f, 10, 7, 12}, {1.0f, 1, 0, 3},  {20.0f, 20, 17, 20},
+      {22.0f, 22, 19, 20}, {24.0f, 0, 0, -1},  {NAN, 0, 0, -1},     {1e30f, 0, 0, -1}};
+  for (const auto& [place, centre, first, last] : rows) {
+    SCOPED_TRACE(place);
     VXZemoGrid grid(VXScalarGrid(21, 21, 21, 10.0f, 10.0f, 10.0f, 1.0f, "", nullptr));
-    Gsphere g = {0.5f, row.x, 10.0f, 10.0f, 2.0f, 0, 0, 0};
+    Gsphere g = {0.5f, place, 10.0f, 10.0f, 2.0f, 0, 0, 0};
     subtract_gaussians_from_grid(grid, &g, 1, 0.01f);
     for (int x = 0; x < 21; ++x) {
-      const double value = -2.0 * std::exp(-0.5 * (x - row.centre) * (x - row.centre));
-      EXPECT_NEAR(grid.GetValues()[(10 * 21 + 10) * 21 + x], x >= row.first && x <= row.last ? value : 0.0,
-                  1e-6)
+      const double value = -2.0 * std::exp(-0.5 * (x - centre) * (x - centre));
+      EXPECT_NEAR(grid.GetValues()[(10 * 21 + 10) * 21 + x], x >= first && x <= last ? value : 0.0, 1e-6)
           << x;
     }
     EXPECT_EQ(grid.GetValues()[(10 * 21 + 13) * 21 + 10], 0.0f);
@@ -263,55 +250,32 @@ TEST(GaussianFit, AlwaysEnds) {
   const VXScalarGrid plain(*blobs().GetFloats().GetGrid(0));
   VXScalarGrid speck = filled(8, 7, 6, 0.5f), with_nan = plain, with_inf = plain;
   speck[100] = 1.0f;
-  with_nan[0] = kNaN;
-  with_inf[4000] = kInf;
-  const struct {
-    const char* what;
-    VXScalarGrid grid;
-    float tolerance;
-    unsigned int levels, max_gaussians, least, most;
-  } rows[] = {
-      {"empty", filled(8, 7, 6, 0.5f), 0.0f, 3, 0, 0, 0},
-      {"empty, with a count", filled(8, 7, 6, 0.5f), 1.0f, 3, 5, 0, 0},
-      {"default grid", VXScalarGrid(), 0.0f, 3, 0, 0, 0},
-      {"spacing 0", filled(8, 7, 6, 0.0f, 1.0f), 0.0f, 3, 0, 0, 0},
-      {"no end asked for: as many as candidates", filled(8, 7, 6, 0.5f, 1.0f), 0.0f, 3, 0, 1, 336},
-      {"one candidate", speck, 0.0f, 3, 0, 1, 1},
-      {"tolerance not a number", speck, kNaN, 3, 0, 1, 1},
-      {"a spacing without a window", filled(8, 7, 6, 7.0f, 1.0f), 1e-3f, 3, 0, 1, 1},
-      {"the same with a count", filled(8, 7, 6, 7.0f, 1.0f), 1e-3f, 3, 4, 4, 4},
-      {"windows of one step", filled(8, 7, 6, 3.5f, 1.0f), 1e-6f, 3, 0, 1, 10000},
-      {"radii end at 0.2", plain, 0.05f, 4000000000u, 0, 1, 1000},
-      {"not a number far off, with a count", with_nan, 0.05f, 3, 10, 10, 10},
-      {"not a number: no energy to lower", with_nan, 0.05f, 3, 0, 0, 0},
-      {"infinity", with_inf, 0.0f, 3, 0, 0, 0},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
+  with_nan[0] = NAN;
+  with_inf[4000] = INFINITY;
+  const std::tuple<const char*, VXScalarGrid, float, unsigned int, unsigned int, unsigned int, unsigned int>
+      rows[] = {
+          {"empty", filled(8, 7, 6, 0.5f), 0.0f, 3, 0, 0, 0},
+          {"empty, with a count", filled(8, 7, 6, 0.5f), 1.0f, 3, 5, 0, 0},
+          {"default grid", VXScalarGrid(), 0.0f, 3, 0, 0, 0},
+          {"spacing 0", filled(8, 7, 6, 0.0f, 1.0f), 0.0f, 3, 0, 0, 0},
+          {"no end asked for: as many as candidates", filled(8, 7, 6, 0.5f, 1.0f), 0.0f, 3, 0, 1, 336},
+          {"one candidate", speck, 0.0f, 3, 0, 1, 1},
+          {"tolerance not a number", speck, NAN, 3, 0, 1, 1},
+          {"a spacing without a window", filled(8, 7, 6, 7.0f, 1.0f), 1e-3f, 3, 0, 1, 1},
+          {"the same with a count", filled(8, 7, 6, 7.0f, 1.0f), 1e-3f, 3, 4, 4, 4},
+          {"windows of one step", filled(8, 7, 6, 3.5f, 1.0f), 1e-6f, 3, 0, 1, 10000},
+          {"radii end at 0.2", plain, 0.05f, 4000000000u, 0, 1, 1000},
+          {"not a number far off, with a count", with_nan, 0.05f, 3, 10, 10, 10},
+          {"not a number: no energy to lower", with_nan, 0.05f, 3, 0, 0, 0},
+          {"infinity", with_inf, 0.0f, 3, 0, 0, 0},
+      };
+  for (const auto& [what, grid, tolerance, levels, max_gaussians, least, most] : rows) {
+    SCOPED_TRACE(what);
     VXGaussianContainer found;
-    EXPECT_TRUE(VXMakeGaussianRepresentation(found, row.grid, row.tolerance, row.levels, row.max_gaussians));
-    EXPECT_GE(found.NumGaussians(), row.least);
-    EXPECT_LE(found.NumGaussians(), row.most);
+    EXPECT_TRUE(VXMakeGaussianRepresentation(found, grid, tolerance, levels, max_gaussians));
+    EXPECT_GE(found.NumGaussians(), least);
+    EXPECT_LE(found.NumGaussians(), most);
   }
-}
-
-TEST(GaussianFit, OfAMoleculeAtHalfAnAngstrom) {
-  VXGraphMol mol;
-  const float at[3] = {1.4f, 0.9f, 0.3f};
-  mol.SetCoords(mol.AddAtom(6), at);
-  VXZemoGrid density;
-  VXMakeMolecularGaussianGrid(density, mol, 0.5f);
-  VXGaussianContainer of_mol, of_density;
-  EXPECT_TRUE(VXMakeGaussianRepresentation(of_mol, mol, 0.1f, 3, 3));
-  EXPECT_TRUE(VXMakeGaussianRepresentation(of_density, density, 0.1f, 3, 3));
-  ASSERT_EQ(of_mol.NumGaussians(), 3u);
-  ASSERT_EQ(of_density.NumGaussians(), 3u);
-  Values ours(9), theirs(9);
-  of_mol.GetCoords(ours.data());
-  of_density.GetCoords(theirs.data());
-  EXPECT_EQ(ours, theirs);
-  EXPECT_TRUE(VXMakeGaussianRepresentation(of_mol, VXGraphMol(), 0.1f, 3, 50));
-  EXPECT_EQ(of_mol.NumGaussians(), 0u);
 }
 
 TEST(GaussianFit, EvaluationRoutines) {

@@ -119,20 +119,6 @@ TEST(GaussGrid, SameBitsAsPlainLoop) {
     }
 }
 
-TEST(GaussGrid, AgreesWithOneExpPerPoint) {
-  // Some n^2 / 2 roundings gather in n steps of the recurrence; of 20 Gaussians up to 1e-5 each is cut off.
-  Lattice lattice(60, 50, 40, 0.2f);
-  for (Gsphere& g : Gaussians(20, 5, 3).spheres) {
-    vi_gauss_grid(0, 1, &g, nullptr, nullptr, 1e-5f, kSum, lattice.grid, nullptr);
-    for (int n = 0; n < 60 * 50 * 40; ++n) {
-      const float x = lattice.x(n % 60) - g.x, y = lattice.y(n / 60 % 50) - g.y,
-                  z = lattice.z(n / 3000) - g.z;
-      lattice.floats[n] -= g.prefactor * std::exp(-g.width * (x * x + y * y + z * z));
-    }
-  }
-  EXPECT_THAT(lattice.floats, Each(testing::FloatNear(0, 6e-4f)));
-}
-
 TEST(GaussGrid, WhatNoLatticeHolds) {
   const float inf = INFINITY, nan = NAN;
   // How many points of 27 change: none, the nearest alone, or all, which become 1.
@@ -158,15 +144,6 @@ TEST(GaussGrid, WhatNoLatticeHolds) {
       EXPECT_THAT(still.floats, Each(0));
     }
   }
-}
-
-TEST(MolecularGaussianGrid, VolumeIsThatOfTheSphere) {
-  // Beyond the radius where 2.7 exp(-w r^2) is 0.001 lie erfc(x) + 2 x exp(-x^2) / sqrt(pi) = 0.0012 of the
-  // volume, x^2 = ln 2700; the ball of whole steps takes some of it back.
-  VXScalarGrid grid;
-  ASSERT_TRUE(VXMakeMolecularGaussianGrid(grid, molecule({{0.13f, 1.7}}), 0.25f));
-  const double sum = std::accumulate(grid.GetValues(), grid.GetValues() + grid.GetSize(), 0.0);
-  EXPECT_NEAR(sum / 64 / (4 * kPi / 3 * 1.7 * 1.7 * 1.7), 1 - 0.0012, 4e-4);
 }
 
 TEST(MolecularGaussianGrid, LatticeAndFormerValues) {

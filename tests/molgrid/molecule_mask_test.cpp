@@ -1,7 +1,6 @@
 #include <vxgrid/molgrid/molecule_mask.h>
 
 #include <cmath>
-#include <limits>
 #include <numeric>
 
 #include <vxgrid/grid/zemogrid.h>
@@ -15,8 +14,6 @@ using namespace VXCore;
 using testing::ElementsAre;
 
 namespace {
-
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
 VXGraphMol two_atoms() {
   VXGraphMol mol;
@@ -115,8 +112,8 @@ TEST(MoleculeMask, Refusals) {
 }
 
 TEST(MoleculeMask, ByValueAndByGrid) {
-  const std::vector<float> values = {-1, 0.5f, 2, kNan, 3};
-  const VXZemoGrid mask = row({5, 4, kNan, 1, 4}), shorter = row({9, 9});
+  const std::vector<float> values = {-1, 0.5f, 2, NAN, 3};
+  const VXZemoGrid mask = row({5, 4, NAN, 1, 4}), shorter = row({9, 9});
   const auto by = [&](const char* type, const VXZemoGrid* other = nullptr) {
     VXZemoGrid grid = row(values);
     EXPECT_EQ(1, other ? vx_mask_grid(grid, *other, 4, type) : vx_mask_grid(grid, 0.5f, type));

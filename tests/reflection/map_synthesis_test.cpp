@@ -21,7 +21,6 @@ using VXXtal::VXUnitCell;
 
 namespace {
 
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 const VXUnitCell kOblique(7.1f, 9.3f, 12.2f, 81, 97, 104);
 
 // Any signs, all zones, some indices several times and as Friedel mates.
@@ -38,8 +37,8 @@ std::vector<Coefficient> some_coefficients() {
 
 TEST(MapSynthesis, IsTheFourierSum) {
   std::vector<Coefficient> list = some_coefficients();
-  list.push_back({2, 1, 3, kNan, 0});
-  list.push_back({2, 1, -3, 10, kNan});
+  list.push_back({2, 1, 3, NAN, 0});
+  list.push_back({2, 1, -3, 10, NAN});
   const VXReflection set = make_set(list, 1, kOblique);
   const DirectSum expected(set, VXMTZMapType::Fo);
   VXSkewGrid grids[2];
@@ -122,7 +121,7 @@ TEST(MapSynthesis, Refuses) {
       {"columns of the type missing", make_set({{1, 1, 1, 1, 0}}), VXMTZMapType::FoFc, ""},
       {"no cell", make_set({{1, 1, 1, 1, 0}}, 1, VXUnitCell()), 0, ""},
       {"flat cell", make_set({{1, 1, 1, 1, 0}}, 1, VXUnitCell(1e-3f, 1e-3f, 1, 90, 90, 90)), 0, ""},
-      {"cell not a number", make_set({{1, 1, 1, 1, 0}}, 1, VXUnitCell(kNan, 10, 10, 90, 90, 90)), 0, ""},
+      {"cell not a number", make_set({{1, 1, 1, 1, 0}}, 1, VXUnitCell(NAN, 10, 10, 90, 90, 90)), 0, ""},
       {"above the limit", make_set({{515, 515, 515, 1, 0}}), 0, "1290 x 1290 x 1290 points, 2147483647 is"},
       {"one long axis", make_set({{kMin, 0, 0, 1, 0}}), 0, "5368709122 x 2 x 2 points"},
   };

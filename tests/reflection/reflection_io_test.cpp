@@ -6,8 +6,8 @@
 #include <random>
 #include <sstream>
 
+#include <support/record_bytes.h>
 #include <support/support.h>
-#include <vxgrid/host/binary_records.h>
 
 #include "reflection_files.h"
 
@@ -238,27 +238,26 @@ TEST(ReflectionWriters, AsPrintf) {
 }
 
 TEST(ReflectionFiles, FrontDoor) {
-  const struct {
-    const char* extension;
-    bool missing_file, with_figures, without_figures;  // reads a file that is not there; is writable
-  } rows[] = {{"hkl", true, false, false}, {"mtz", true, false, false},     {"cif", false, false, false},
-              {"phs", false, true, false}, {"fob", false, true, true},      {"CV", false, true, true},
-              {"vxx", false, true, true},  {"vxx.gz", false, false, false}, {"", false, false, false}};
+  // reads a file that is not there; is writable
+  const std::tuple<const char*, bool, bool, bool> rows[] = {
+      {"hkl", true, false, false}, {"mtz", true, false, false},     {"cif", false, false, false},
+      {"phs", false, true, false}, {"fob", false, true, true},      {"CV", false, true, true},
+      {"vxx", false, true, true},  {"vxx.gz", false, false, false}, {"", false, false, false}};
   VXReflection figures = full_set(), no_figures = full_set(), empty;
   no_figures.SetColumn(Column::FOM, static_cast<const float*>(nullptr), 3);
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.extension);
-    const std::string name = scratch_file(std::string("set.") + row.extension);
+  for (const auto& [extension, missing_file, with_figures, without_figures] : rows) {
+    SCOPED_TRACE(extension);
+    const std::string name = scratch_file(std::string("set.") + extension);
     VXReflection set;
-    EXPECT_EQ(VXReadReflection(name, set), row.missing_file);
-    EXPECT_EQ(set.GetTitle(), row.missing_file ? name : "");
+    EXPECT_EQ(VXReadReflection(name, set), missing_file);
+    EXPECT_EQ(set.GetTitle(), missing_file ? name : "");
     EXPECT_FALSE(VXIsWritableReflection(name, empty));
-    EXPECT_EQ(VXIsWritableReflection(name, no_figures), row.without_figures);
-    EXPECT_EQ(VXWriteReflection(name, figures), row.with_figures);
-    if (!row.with_figures) continue;
+    EXPECT_EQ(VXIsWritableReflection(name, no_figures), without_figures);
+    EXPECT_EQ(VXWriteReflection(name, figures), with_figures);
+    if (!with_figures) continue;
     EXPECT_TRUE(VXReadReflection(name, set));
     EXPECT_NE(set.GetCount(), 0u);
-    if (row.extension == std::string("vxx"))
+    if (extension == std::string("vxx"))
       EXPECT_EQ(native_form(set), native_form(figures));
     else
       EXPECT_EQ(set.GetTitle(), name);
@@ -270,18 +269,11 @@ TEST(ReflectionFiles, FrontDoor) {
 
 // A block by hand, of numbers in either byte order.
 std::string block(const std::string& tag, const std::string& data) {
-  return std::string(1, '\0') + static_cast<char>(tag.size()) + tag + static_cast<char>(data.size()) + data;
+  return RecordBytes().record(tag, RecordBytes().raw(data)).str();
 }
 template <class T>
 std::string block(const std::string& tag, std::initializer_list<T> values, bool swap = false) {
-  std::string text;
-  for (const T value : values) {
-    char item[sizeof(T)];
-    std::memcpy(item, &value, sizeof item);
-    if (swap) std::reverse(item, item + sizeof item);
-    text.append(item, sizeof item);
-  }
-  return block(tag, text);
+  return block(tag, RecordBytes(swap).numbers(values).str());
 }
 
 // Two reflections with every column, which go out as they came in.
@@ -323,12 +315,7 @@ TEST(VXX, Layout) {
 TEST(VXX, Status) {
   const std::string start(3, '\0'), two = block("nref", {2u}), h = block("H", {8, 9});
   // clang-format off
-  const struct {
-    const char* what;
-    std::string image;
-    unsigned int status;
-    const char* h;
-  } rows[] = {
+  const std::tuple<const char*, std::string, unsigned int, const char*> rows[] = {
       {"two header bytes", std::string(2, '\0'), 8, "old"},
       {"nothing more", start, 0, ""},
       {"any order, unknown tags", start + h + block("new", "x") + two, 0, "h 8 9"},
@@ -346,17 +333,17 @@ TEST(VXX, Status) {
       {"length beyond all", start + two + std::string("\0\1H\xff\xff\xff\xff\x0f", 8), 9, "old"},
   };
   // clang-format on
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
+  for (const auto& [what, image, status, columns] : rows) {
+    SCOPED_TRACE(what);
     VXReflection set = full_set();
     set.SetData<int>("attribute", 5);
-    VXHost::vxisstream in(row.image);
-    EXPECT_EQ(VXReadReflectionVXX(in, set), row.status);
+    VXHost::vxisstream in(image);
+    EXPECT_EQ(VXReadReflectionVXX(in, set), status);
     EXPECT_EQ(set.GetData<int>("attribute"), 5);
-    if (row.h == std::string("old"))
+    if (columns == std::string("old"))
       EXPECT_EQ(native_form(set), native_form(full_set()));
     else
-      EXPECT_EQ(listed(set), row.h);
+      EXPECT_EQ(listed(set), columns);
   }
 }
 

@@ -91,7 +91,7 @@ TEST(Threads, MapsAndFits) {
   });
 }
 
-/// Plans of transforms are made and kept inside.
+/// Plans of transforms and the table of form factors are made and kept inside.
 TEST(Threads, SmallMaps) {
   for (const VXFFTBackend backend : {VXFFTBackend::PocketFFT, VXFFTBackend::FFTW2}) {
     VXSetFFTBackend(backend);
@@ -100,21 +100,13 @@ TEST(Threads, SmallMaps) {
       for (int round = 0; round < kRounds; ++round) {
         VXReflection set = make_set({{1, 2, 3, 30, 40}, {7, 1, 4, 25, 77}}, 19, {10, 12, 14, 90, 90, 90});
         VXSkewGrid map;
-        EXPECT_TRUE(set.Sort() && set.Expand() && set.MakeMap(map, VXMTZMapType::Fo));
+        EXPECT_TRUE(set.Sort() && set.Expand() && set.MakeMap(map, VXMTZMapType::Fo) && set.SFCalc(helix(9)));
         bytes.append(reinterpret_cast<const char*>(map.GetValues()), map.GetSize() * sizeof(float));
+        bytes.append(reinterpret_cast<const char*>(set.GetImpl()->fcalc), set.GetCount() * sizeof(float));
       }
       return bytes;
     });
   }
-}
-
-/// The table of form factors is made inside, at the first call.
-TEST(Threads, StructureFactors) {
-  expect_same_beside_others([](int i) {
-    VXReflection set = make_set({{1, 2, 3}, {0, 4, 5 + i}}, 19, {10, 12, 14, 90, 90, 90});
-    EXPECT_TRUE(set.SFCalc(helix(40)));
-    return std::string(reinterpret_cast<const char*>(set.GetImpl()->fcalc), set.GetCount() * sizeof(float));
-  });
 }
 
 template <int kNumber>
