@@ -167,8 +167,7 @@ TEST(FitStatistics, AnnotationsHoldTheMaps) {
   const auto& scatter = mol.GetData<VXScalarGrid>("scatter");
   const auto& mask = mol.GetData<VXScalarGrid>("mask");
   const auto& ed = mol.GetData<VXScalarGrid>("ed");
-  ASSERT_EQ(mask.GetSize(), ed.GetSize());
-  ASSERT_EQ(scatter.GetSize(), ed.GetSize());
+  ASSERT_TRUE(mask.GetSize() == ed.GetSize() && scatter.GetSize() == ed.GetSize());
   unsigned int inside = 0, outside_observed = 0;
   for (unsigned int i = 0; i < mask.GetSize(); ++i) {
     EXPECT_TRUE(mask[i] == 2.0f || (mask[i] == 0.0f && scatter[i] == 0.0f)) << i;
