@@ -44,7 +44,7 @@ TARGETS = [
     ("ccp4_write*/cached*", "fwrite", 1.1),
     ("ccp4_write*", "fwrite", 1.5),
     ("grasp_read*", "fread", 2.0),
-    ("grasp_write/map*", "fwrite", 2.0),  # the grid writer interpolates first
+    ("grasp_write*", "fwrite", 2.0),  # "grid" interpolates all samples first
     ("xplor_read*", "from_chars", 1.3),
     ("records_write*", "fwrite", 1.6),
     ("grd_read*", "fread", 1.5),

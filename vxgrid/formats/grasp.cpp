@@ -1,10 +1,10 @@
 #include <vxgrid/formats/grasp.h>
 
 #include <algorithm>
+#include <iterator>
 
 #include <vxgrid/host/binary_records.h>
 #include <vxgrid/host/error_handler.h>
-#include <vxgrid/host/large_array.h>
 #include <vxgrid/processing/grid_values.h>
 #include <vxgrid/formats/map_samples.inl>
 
@@ -40,26 +40,19 @@ void write_text(vxostream& out, const char (&text)[n]) {
   VXGraspIO::WriteGraspLine(out, text, n - 1, VXGraspIO::DetermineGraspByteOrder());
 }
 
-// A record of floats, which are swapped where they stand. They go out in one piece: a file takes that as it
-// is, without a copy into its buffer.
-void write_floats(vxostream& out, float* values, std::size_t n) {
-  const std::size_t bytes = n * sizeof(float);
-  auto* const raw = reinterpret_cast<unsigned char*>(values);
-  if (VXGraspIO::DetermineGraspByteOrder()) ArraySwapBytes(raw, n, sizeof(float));
-  VXGraspIO::WBeginGraspBlock(static_cast<int>(bytes), out);
-  out.write(raw, bytes);
-  VXGraspIO::WEndGraspBlock(static_cast<int>(bytes), out);
-}
-
-// Leaves the values swapped.
-bool write_map(vxostream& out, float* values, float scale, const float* mid) {
-  float lattice[] = {scale, mid[0], mid[1], mid[2]};
-  write_text(out, kFirstText);
-  write_text(out, kTitle);
-  write_floats(out, values, kSamples);
-  write_text(out, kLastText);
-  write_floats(out, lattice, 4);
-  return out.flush();
+// A record of floats, which are swapped in blocks that stay in the first-level cache.
+void write_floats(vxostream& out, const float* values, std::size_t n) {
+  const int bytes = static_cast<int>(n * sizeof(float));
+  VXGraspIO::WBeginGraspBlock(bytes, out);
+  float block[4096];
+  for (std::size_t part; n > 0; values += part, n -= part) {
+    part = std::min(n, std::size(block));
+    std::copy_n(values, part, block);
+    auto* const raw = reinterpret_cast<unsigned char*>(block);
+    if (VXGraspIO::DetermineGraspByteOrder()) ArraySwapBytes(raw, part, sizeof(float));
+    out.write(raw, part * sizeof(float));
+  }
+  VXGraspIO::WEndGraspBlock(bytes, out);
 }
 
 }  // namespace
@@ -117,9 +110,13 @@ bool VXReadDelphiMap(vxistream& in, float* values, float* scale, float* mid) {
 }
 
 bool VXWriteDelphiMap(vxostream& out, const float* values, float scale, const float* mid) {
-  VXHost::VXLargeArray<float> own(kSamples, VXHost::VXLargeArray<float>::Uninitialised);
-  std::copy_n(values, kSamples, own.data());
-  return write_map(out, own.data(), scale, mid);
+  const float lattice[] = {scale, mid[0], mid[1], mid[2]};
+  write_text(out, kFirstText);
+  write_text(out, kTitle);
+  write_floats(out, values, kSamples);
+  write_text(out, kLastText);
+  write_floats(out, lattice, std::size(lattice));
+  return out.flush();
 }
 
 bool VXReadGraspGrid(vxistream& in, VXZemoGrid& grid) {
@@ -143,7 +140,7 @@ bool VXWriteGraspGrid(vxostream& out, const VXZemoGrid& grid) {
   if (n > kGraspDim) spacing = spacing * kPerSample * static_cast<float>(n);
   map.SetSpacing(spacing);
   VXInterpolateBetweenGrids(map, grid);
-  return write_map(out, map.GetFloats().GetValues(), 1.0f / spacing, mid);
+  return VXWriteDelphiMap(out, map.GetFloats().GetValues(), 1.0f / spacing, mid);
 }
 
 }  // namespace VXCore

@@ -1,12 +1,12 @@
 #include <vxgrid/formats/map_samples.inl>
 
-#include <emmintrin.h>
 #include <xmmintrin.h>
 
 #include <algorithm>
 #include <cstring>
 #include <vector>
 
+#include <vxgrid/host/binary_records.h>
 #include <vxgrid/host/large_array.h>
 
 namespace VXCore {
@@ -19,23 +19,6 @@ constexpr std::size_t kBlock = 65536;
 
 // Sections read at a time when x runs slowest on file, so that each row of the grid gets 128 bytes in one go.
 constexpr std::size_t kSections = 32;
-
-void swap_bytes(float* values, std::size_t n) {
-  std::size_t i = 0;
-  for (; i + 4 <= n; i += 4) {
-    __m128i* const at = reinterpret_cast<__m128i*>(values + i);
-    __m128i v = _mm_loadu_si128(at);
-    v = _mm_or_si128(_mm_slli_epi16(v, 8), _mm_srli_epi16(v, 8));
-    v = _mm_shufflehi_epi16(_mm_shufflelo_epi16(v, 0xb1), 0xb1);
-    _mm_storeu_si128(at, v);
-  }
-  for (; i < n; ++i) {
-    unsigned int bits;
-    std::memcpy(&bits, values + i, 4);
-    bits = __builtin_bswap32(bits);
-    std::memcpy(values + i, &bits, 4);
-  }
-}
 
 /// Decodes samples in file order.
 class Decoder {
@@ -52,7 +35,7 @@ class Decoder {
       const unsigned long bytes = in_.read(reinterpret_cast<char*>(to + done), 4 * part);
       const std::size_t got = (bytes + 3) / 4;
       if (bytes % 4) std::memset(reinterpret_cast<char*>(to + done) + bytes, 0, 4 - bytes % 4);
-      if (code_.swap) swap_bytes(to + done, got);
+      if (code_.swap) ArraySwapBytes(reinterpret_cast<unsigned char*>(to + done), got, sizeof(float));
       done += got;
       if (got < part) break;
     }
