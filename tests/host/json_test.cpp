@@ -95,8 +95,9 @@ TEST(JSON, MembersAndVersions) {
   EXPECT_TRUE(wrong.found && wrong.error);
   EXPECT_TRUE(GetJSONDoubleAttr(document["a"], "n", false).error) << "not an object";
 
-  EXPECT_TRUE(compatibleJSONVersion("0.91") && compatibleJSONVersion("0.9"));
-  for (const char* version : {"", "0.", "0.92", "1.0", "0.9x", "0.91 ", "-0.9"})
+  for (const char* version : {"0.91", "0.9", "0.910", "0.0999"})
+    EXPECT_TRUE(compatibleJSONVersion(version)) << version;
+  for (const char* version : {"", "0.", "0.92", "0.911", "1.0", "0.9x", "0.91 ", "-0.9"})
     EXPECT_FALSE(compatibleJSONVersion(version)) << version;
   EXPECT_EQ(VXEscapeJSON("a\"\\/\b\f\n\r\t\x01\x1f\xc3\xa4"),
             "a\\\"\\\\/\\b\\f\\n\\r\\t\\u0001\\u001F\xc3\xa4");

@@ -170,9 +170,10 @@ VXJSONAttr<double> GetJSONDoubleAttr(const VXJSONValue& object, const char* key,
 }
 
 bool compatibleJSONVersion(const std::string& version) {
+  double number = 1;
+  std::from_chars(version.data(), version.data() + version.size(), number);
   const bool is_ours = version.size() > 2 && version.compare(0, 2, "0.") == 0 &&
-                       version.find_first_not_of("0123456789", 2) == version.npos &&
-                       std::string_view(version).substr(2) <= "91";
+                       version.find_first_not_of("0123456789", 2) == version.npos && number <= 0.91;
   if (!is_ours)
     VXThrow.Warning("JSON: version %s cannot be read, known are those up to 0.91", version.c_str());
   return is_ours;
