@@ -1,5 +1,7 @@
 #include <vxgrid/exchange/grid_field.h>
 
+#include <new>
+
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
@@ -16,8 +18,6 @@ using VXCore::VXSkewGrid;
 
 constexpr unsigned int kJSONFlags = 17303;
 static_assert((kJSONFlags & VXCore::VXJSONFlagBaseData) && !(kJSONFlags & VXCore::VXJSONFlagEscapeTitle));
-
-constexpr int kBlobHead = 8;  // the least that an element takes in a buffer
 
 template <class T>
 struct Names;
@@ -64,36 +64,40 @@ VXBytes to_bytes(const std::vector<Element>& grids) {
   return out.TakeBytes();
 }
 
+// Into a new element: one that holds nothing, or a default grid, when the grid cannot be read.
 template <class T>
-void append(std::vector<T>& grids, bool, T&& grid) {
-  grids.push_back(std::move(grid));
+bool read_element(T& grid, const VXBlob& blob) {
+  if (read_grid(grid, blob)) return true;
+  grid = T();
+  return false;
 }
 template <class T>
-void append(std::vector<VXOptional<T>>& grids, bool was_read, T&& grid) {
-  grids.emplace_back();
-  if (was_read) grids.back() = std::move(grid);
+bool read_element(VXOptional<T>& grid, const VXBlob& blob) {
+  grid.emplace();
+  if (read_grid(*grid, blob)) return true;
+  grid = VXOptional<T>();
+  return false;
 }
 
-template <class T, class Element>
-bool from_bytes(std::vector<Element>& grids, const VXBytes& bytes) {
+template <class Element>
+bool from_bytes(std::vector<Element>& grids, const VXBytes& bytes) try {
   grids.clear();
   VXReadBuffer in(bytes);
   int count;
   if (!in.ReadInt(count)) return false;
   if (count < 1) return true;
-  if (static_cast<std::size_t>(count) > in.GetBytesLeft() / kBlobHead) return false;
+  if (static_cast<std::size_t>(count) > in.GetBytesLeft() / VXReadBuffer::kBlobHead) return false;
   grids.reserve(static_cast<std::size_t>(count));  // growing would copy the grids
   bool all_read = true;
   VXBlob blob;
   for (int i = 0; i < count; ++i) {
     if (!in.ReadBlob(blob)) return false;
-    T grid;
-    const bool was_read = blob && read_grid(grid, blob);
-    if (!was_read) grid = T();
-    all_read = all_read && (was_read || !blob);
-    append(grids, was_read, std::move(grid));
+    grids.emplace_back();
+    if (blob) all_read = read_element(grids.back(), blob) && all_read;
   }
   return all_read;
+} catch (const std::bad_alloc&) {
+  return false;
 }
 
 std::string format_count(std::size_t n) { return "[" + std::to_string(n) + (n == 1 ? " grid]" : " grids]"); }
@@ -247,12 +251,12 @@ VXOptional<VXBytes> VXVectorFieldType<T>::ToBytes(const VXOptional<OptionalGrids
 
 template <class T>
 bool VXVectorFieldType<T>::FromBytes(Grids& grids, const VXBytes& bytes) {
-  return from_bytes<T>(grids, bytes);
+  return from_bytes(grids, bytes);
 }
 
 template <class T>
 bool VXVectorFieldType<T>::FromBytes(OptionalGrids& grids, const VXBytes& bytes) {
-  return from_bytes<T>(grids, bytes);
+  return from_bytes(grids, bytes);
 }
 
 template <class T>

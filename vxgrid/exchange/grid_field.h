@@ -33,7 +33,8 @@ class VXGRID_API VXFieldType : public VXFieldTypeHandler {
   /// Empty when the grid cannot be written.
   static VXBytes ToBytes(const T& grid);
   static VXOptional<VXBytes> ToBytes(const VXOptional<T>& grid);
-  /// False for no bytes and for those that are no GRD file.
+  /// False for no bytes, for those that are no GRD file and without enough memory; a scalar grid then stays
+  /// as it was, a skew grid may be partly filled. The type becomes what VXReadGrid (gridio.h) makes it.
   static bool FromBytes(T& grid, const VXBytes& bytes);
   /// "<VXScalarGrid>" or "<VXSkewGrid>".
   static std::string Format(const T& grid);
@@ -44,7 +45,8 @@ class VXGRID_API VXFieldType : public VXFieldTypeHandler {
 ///
 /// BytesToJSON writes a bare array, of documents and of nulls for missing grids; JSONToBytes reads an object
 /// whose key "value" holds the array. Each serves its own partners, so one does not read what the other
-/// writes. What is no grid in the array that is read becomes a default grid.
+/// writes. What is no grid in the array that is read becomes what VXJSONToGrid leaves
+/// of it.
 template <class T>
 class VXGRID_API VXVectorFieldType : public VXFieldTypeHandler {
  public:
@@ -65,13 +67,13 @@ class VXGRID_API VXVectorFieldType : public VXFieldTypeHandler {
   static VXOptional<VXBytes> ToBytes(const VXOptional<OptionalGrids>& grids);
   /// Replaces the vector. A missing grid is a default one in a vector that has no missing ones, and so is one
   /// that cannot be read; with such a one the result is false. A count that the bytes cannot pay for gives an
-  /// empty vector and false.
+  /// empty vector and false; bytes that are cut off, and memory that runs out, the grids so far and false.
   static bool FromBytes(Grids& grids, const VXBytes& bytes);
   static bool FromBytes(OptionalGrids& grids, const VXBytes& bytes);
-  /// "[0 grids]", "[1 grid]", "[2 grids]".
+  /// "[0 grids]", "[1 grid]", "[2 grids]"; missing ones count.
   static std::string Format(const Grids& grids);
   static std::string Format(const OptionalGrids& grids);
-  /// Copies to be shared with a record.
+  /// Copies. Those of Grids can be live objects of a record.
   static std::shared_ptr<Grids> GetCopyForCache(const Grids& grids);
   static std::shared_ptr<OptionalGrids> GetCopyForCache(const OptionalGrids& grids);
 };

@@ -142,14 +142,13 @@ bool VXReadBuffer::ReadInt(int& value) {
 }
 
 bool VXReadBuffer::ReadBlob(VXBlob& blob) {
-  constexpr std::size_t kHead = sizeof(std::uint64_t);
-  if (left_ < kHead) return false;
+  if (left_ < kBlobHead) return false;
   const std::uint64_t length = number_at<std::uint64_t>(next_);
   const bool is_none = length == kNoneBlob;
-  if (!is_none && length > left_ - kHead) return false;
-  blob = is_none ? VXBlob() : VXBlob{next_ + kHead, static_cast<std::size_t>(length)};
-  next_ += kHead + blob.size;
-  left_ -= kHead + blob.size;
+  if (!is_none && length > left_ - kBlobHead) return false;
+  blob = is_none ? VXBlob() : VXBlob{next_ + kBlobHead, static_cast<std::size_t>(length)};
+  next_ += kBlobHead + blob.size;
+  left_ -= kBlobHead + blob.size;
   return true;
 }
 

@@ -119,7 +119,9 @@ class VXGRID_API VXRecord {
   /// Tells that the live object was changed; false when there is none.
   bool MarkCacheDirty(const VXFieldBase& field);
 
-  /// The bytes of a field, made from the live object when that is newer; empty for a field without a value.
+  /// The bytes of a field, made anew when the live object was added or marked dirty since the last time;
+  /// empty for a field without a value and for an object that its handler cannot convert. They stay where
+  /// they are until the field is set again or deleted.
   const VXBytes& GetBytes(const VXFieldBase& field);
   /// Makes bytes the value of a field, which may be of another type from now on.
   void SetBytes(const VXFieldBase& field, VXBytes bytes);
@@ -166,6 +168,9 @@ struct VXBlob {
 /// Reads items from bytes that stay where they are. False, and nothing taken, for an item that is cut off.
 class VXGRID_API VXReadBuffer {
  public:
+  /// What a blob takes besides its bytes.
+  static constexpr std::size_t kBlobHead = 8;
+
   explicit VXReadBuffer(const VXBytes& bytes) : next_(bytes.data()), left_(bytes.size()) {}
   explicit VXReadBuffer(VXBytes&&) = delete;
 
