@@ -2,8 +2,9 @@
 
 #include <vxgrid/formats/ccp4.h>
 
+#include <vxgrid/formats/regular_size.inl>
+
 #include "fuzz.h"
-#include "regular_size.h"
 
 using namespace VXCore;
 
@@ -21,7 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   map.Dump(true);
   VXHost::vxosstream out;
   if (as_grid && grid.GetSize() < kSmall) {
-    if (regular_size(grid) < kSmall) VXWriteCCP4Grid(out, grid);
+    float dims[3];
+    if (regular_points(grid, dims) < kSmall) VXWriteCCP4Grid(out, grid);
     grid.SetSpaceGroup(1);
     VXWriteCCP4Grid(out, grid);
   }

@@ -5,8 +5,9 @@
 
 #include <algorithm>
 
+#include <vxgrid/formats/regular_size.inl>
+
 #include "fuzz.h"
-#include "regular_size.h"
 
 using namespace VXRecordKit;
 
@@ -19,7 +20,10 @@ static bool all_small(const VXBytes& bytes) {
   VXFieldType<VXCore::VXSkewGrid>::FromBytes(grid, bytes);
   VXVectorFieldType<VXCore::VXSkewGrid>::FromBytes(grids, bytes);
   grids.push_back(grid);
-  return std::all_of(grids.begin(), grids.end(), [](const auto& g) { return regular_size(g) < kSmall; });
+  return std::all_of(grids.begin(), grids.end(), [](const auto& each) {
+    float dims[3];
+    return VXCore::regular_points(each.GetImpl().GetImpl(), dims) < kSmall;
+  });
 }
 
 template <class T>

@@ -1,5 +1,7 @@
 #include <vxgrid/formats/gridio.h>
 
+#include <functional>
+
 #include "grid/grid_support.h"
 #include "map_file.h"
 #include "support/support.h"
@@ -43,6 +45,35 @@ TEST(GridIO, EveryKindOfGridFromEveryForm) {
   EXPECT_FALSE(zemo.GetOrientationSet() && !VXSkewGrid(VXSkewGridImpl(zemo)).IsRegular());
   in.seek(0);
   EXPECT_TRUE(VXReadGrid(in, scalar, 3) && scalar.GetType() == 3);
+}
+
+/// A hundred bytes could ask for gigabytes: all axes get the shortest of the steps of 16, 16 and 2^-10 Å.
+TEST(GridIO, RefusesToMakeAHugeRegularGridOfAFewSamples) {
+  MapFile steep;
+  steep.group = 0;
+  steep.cell = {64, 64, 64, 90, 90, 90};
+  steep.period = {4, 4, 65536};
+  vxisstream in(steep.bytes());
+  VXScalarGrid scalar = numbered_grid(2, 3, 4);
+  VXZemoGrid zemo;
+  VXSkewGrid skew;
+  vxosstream out;
+  EXPECT_TRUE(VXReadGrid(in, skew, 3));
+  const std::pair<std::function<bool()>, const char*> rows[] = {
+      {[&] { return VXReadGrid(in, scalar, 3); }, "read it as a skew grid"},
+      {[&] { return VXReadGrid(in, zemo, 3, true); }, "read it as a skew grid"},
+      {[&] { return VXWriteGrid(out, skew, 3); }, "with a space group it is written as it is"},
+  };
+  for (const auto& [work, advice] : rows) {
+    in.seek(0);
+    const CapturedLog log;
+    EXPECT_FALSE(work());
+    EXPECT_EQ(log.text(),
+              std::string("Warning: Regular grid of 16385 x 32769 x 4 points at spacing 0.000976562 "
+                          "would be too large for a source of 24; ") +
+                  advice + "\n");
+  }
+  EXPECT_TRUE(scalar.GetTitle() == "numbered" && zemo.GetXDim() < 2) << "target changed";
 }
 
 TEST(GridIO, FailuresInTheirWords) {

@@ -15,6 +15,7 @@
 #include <vxgrid/processing/regularize.h>
 #include <vxgrid/formats/map_frame.inl>
 #include <vxgrid/formats/map_samples.inl>
+#include <vxgrid/formats/regular_size.inl>
 
 namespace VXCore {
 namespace {
@@ -438,6 +439,7 @@ bool from_cell_grid(VXCCP4Map& map, const VXZemoGrid& grid, Finish finish) {
 template <class Finish>
 bool from_any_grid(VXCCP4Map& map, const VXZemoGrid& grid, Finish finish) {
   if (grid.GetOrientationSet() && grid.HasSpaceGroup()) return from_cell_grid(map, grid, finish);
+  if (!regular_size_is_bearable(grid, "; with a space group it is written as it is")) return false;
   VXZemoGrid regular;
   if (!VXMakeRegularGrid(regular, grid, 0.0f)) return false;
   VXScalarGrid plain;

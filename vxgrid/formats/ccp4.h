@@ -95,7 +95,8 @@ VXGRID_API bool VXCCP4ToGrid(VXZemoGrid& grid, const VXCCP4Map& map);
 VXGRID_API bool VXGridToCCP4(VXCCP4Map& map, const VXScalarGrid& grid);
 
 /// The same of a grid with cell, orientation and space group, which keeps its lattice and its samples. One
-/// without orientation or group is made regular first and then goes the way of a plain grid.
+/// without orientation or group is made regular first and then goes the way of a plain grid; false, with a
+/// Warning, where that takes more points than both 2^24 and 64 times its own.
 VXGRID_API bool VXGridToCCP4(VXCCP4Map& map, const VXZemoGrid& grid);
 
 /// VXGridToCCP4 and VXCCP4Map::Write, without a copy of the samples.

@@ -12,6 +12,7 @@
 #include <vxgrid/host/error_handler.h>
 #include <vxgrid/host/text.h>
 #include <vxgrid/processing/regularize.h>
+#include <vxgrid/formats/regular_size.inl>
 
 namespace VXCore {
 namespace {
@@ -72,9 +73,12 @@ bool write_file(const std::string& name, const Grid& grid) {
 VXZemoGrid& inner(VXSkewGrid& grid) { return grid.GetImpl().GetImpl(); }
 const VXZemoGrid& inner(const VXSkewGrid& grid) { return grid.GetImpl().GetImpl(); }
 
+constexpr char kAdvice[] = "; read it as a skew grid";
+
 // VXMakeRegularGrid of a skew grid that is not needed afterwards: the values of a regular one change hands.
 bool make_regular(VXScalarGrid& out, VXSkewGrid& in) {
-  if (!in.IsRegular()) return VXMakeRegularGrid(out, in, 0.0f);
+  if (!in.IsRegular())
+    return regular_size_is_bearable(inner(in), kAdvice) && VXMakeRegularGrid(out, in, 0.0f);
   inner(in).MoveFloats(out);
   VXCopyBaseData(out, in);
   return true;
@@ -98,7 +102,7 @@ bool VXReadGrid(vxistream& in, VXZemoGrid& grid, unsigned int code) {
 bool VXReadGrid(vxistream& in, VXZemoGrid& grid, unsigned int code, bool regularise) {
   if (!regularise) return VXReadGrid(in, grid, code);
   VXZemoGrid local;
-  if (!VXReadGrid(in, local, code)) return false;
+  if (!VXReadGrid(in, local, code) || !regular_size_is_bearable(local, kAdvice)) return false;
   VXMakeRegularGrid(grid, local, 0.0f);
   return true;
 }

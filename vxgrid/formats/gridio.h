@@ -17,7 +17,8 @@ namespace VXCore {
 VXGRID_API bool VXReadGrid(VXHost::vxistream& in, VXZemoGrid& grid, unsigned int code);
 
 /// The same; with `regularise` the grid becomes the axis-aligned form of what was read (VXMakeRegularGrid at
-/// the spacing of the file). The result is that of the reading alone.
+/// the spacing of the file). The result is that of the reading alone; but false, with a Warning and the grid
+/// as it was, where that form would take more points than both 2^24 and 64 times those of the file.
 VXGRID_API bool VXReadGrid(VXHost::vxistream& in, VXZemoGrid& grid, unsigned int code, bool regularise);
 
 /// From a file, which must not be empty.
@@ -30,8 +31,9 @@ VXGRID_API bool VXReadGrid(const std::string& name, VXSkewGrid& grid);
 VXGRID_API bool VXReadGrid(VXHost::vxistream& in, VXSkewGrid& grid, unsigned int code);
 
 /// Reads a skew grid and makes it regular: a plain lattice keeps its samples and gets type 0, an oblique one
-/// is resampled at its own spacing and keeps the format code as type. The grid stays as it was when the
-/// reading fails. Without enough memory both warn and give false.
+/// is resampled at its own spacing and keeps the format code as type, unless it takes too many points for
+/// that, as above. The grid stays as it was when the reading fails. Without enough memory both warn and give
+/// false.
 VXGRID_API bool VXReadGrid(const std::string& name, VXScalarGrid& grid);
 VXGRID_API bool VXReadGrid(VXHost::vxistream& in, VXScalarGrid& grid, unsigned int code);
 
