@@ -134,7 +134,7 @@ TEST(GridJSON, RefusesAndSaysWhy) {
       {"[2,1,3]", "[2,1,3.0]", "Error: grid.dimensions[2] must be an unsigned integer\n", true},
       {"[2,1,3]", "[2,2,2]", "Error: grid.values must be an array of size 8, got 6 instead\n", true},
       {"[2,1,3]", "[3000000000,1,1]",
-       "Error: grid.values must be an array of size -1294967296, got 6 instead\n", true},
+       "Error: grid.values must be an array of size 3000000000, got 6 instead\n", true},
       {"4e0", "[4]", "Error: grid.values[3] must be a number\n", true},
   };
   for (const auto& [from, to, says, cleared] : rows) {

@@ -127,11 +127,10 @@ std::string document_text(const Grid& grid, unsigned int flags) {
 
 // --- reading ---
 
-const VXJSONValue* array_of_size(const VXJSONValue& value, const char* key, unsigned int size) {
+const VXJSONValue* array_of_size(const VXJSONValue& value, const char* key, double size) {
   const auto array = GetJSONArrayAttr(value, key, true);
   if (array.error || array.value->Size() == size) return array.value;
-  VXThrow.Error("grid.%s must be an array of size %d, got %d instead", key, static_cast<int>(size),
-                static_cast<int>(array.value->Size()));
+  VXThrow.Error("grid.%s must be an array of size %.0f, got %u instead", key, size, array.value->Size());
   return nullptr;
 }
 
@@ -187,10 +186,10 @@ bool parseGrid(Grid& grid, const VXJSONValue& value, bool base_data) {
   unsigned int dim[3];
   if (!ReadDoubleArray(value, "center", mid, 3) || !ReadUIntArray(value, dim)) return false;
 
-  // The product wraps at 32 bits; SetDim refuses what wrapped. Memory is taken when as many values are there.
-  const unsigned int n = dim[0] * dim[1] * dim[2];
-  const VXJSONValue* const listed = array_of_size(value, "values", n);
+  // Memory is taken when as many values are there; so many fit into 32 bits.
+  const VXJSONValue* const listed = array_of_size(value, "values", 1.0 * dim[0] * dim[1] * dim[2]);
   if (!listed) return false;
+  const unsigned int n = listed->Size();
   VXHost::VXLargeArray<float> values(n + std::size_t{1}, VXHost::VXLargeArray<float>::Uninitialised);
   if (!read_numbers(*listed, "values", values.data())) return false;
   if (!grid.SetMid(mid[0], mid[1], mid[2]) || !grid.SetDim(dim[0], dim[1], dim[2])) return false;
