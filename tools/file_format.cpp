@@ -1,5 +1,7 @@
 #include "file_format.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,6 +21,7 @@
 #include "report.h"
 
 using namespace VXCore;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -172,7 +175,6 @@ const FileFormat* format_by_content(VXHost::vxistream& in) {
 }
 
 void require_readable(const std::string& file) {
-  namespace fs = std::filesystem;
   std::error_code error;
   const fs::file_status status = fs::status(file, error);
   if (!fs::exists(status)) throw Failure(file, "there is no such file");
@@ -181,6 +183,53 @@ void require_readable(const std::string& file) {
   if (fs::is_regular_file(status) && fs::file_size(file, error) == 0)
     throw Failure(file, "the file is empty");
 }
+
+/// The place where a file is written: beside it, so that what stood there is lost only to a whole file. What
+/// is no plain file is written where it stands, as are files whose owner or folder does not allow it. What
+/// was not kept is taken away.
+class NewFile {
+ public:
+  explicit NewFile(const std::string& file) : file_(file) {
+    std::error_code error;
+    const fs::path target = fs::canonical(file_, error);
+    is_new_ = !fs::exists(fs::symlink_status(file_, error));
+    if (!target.empty()) file_ = target;  // a link stays one
+    if (is_new_ || (fs::is_regular_file(file_, error) && access(file_.c_str(), W_OK) == 0)) open_beside();
+    if (!name_.empty()) return;
+    std::FILE* const out = std::fopen(file.c_str(), "ab");
+    if (!out) throw Failure(file, std::string("cannot be written: ") + std::strerror(errno));
+    std::fclose(out);
+    name_ = file_;
+  }
+  NewFile(const NewFile&) = delete;
+  NewFile& operator=(const NewFile&) = delete;
+  ~NewFile() {
+    std::error_code error;
+    if (!kept_ && (is_new_ || name_ != file_)) fs::remove(name_, error);
+  }
+
+  std::string name() const { return name_; }
+  bool keep() { return kept_ = name_ == file_ || std::rename(name_.c_str(), file_.c_str()) == 0; }
+
+ private:
+  /// With the extension, which tells that the content is compressed, the owner and the permissions.
+  void open_beside() {
+    const fs::path beside =
+        file_.parent_path() / (".vxgrid-" + std::to_string(getpid()) + file_.extension().string());
+    const int descriptor = open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0666);
+    if (descriptor < 0) return;
+    struct stat old;
+    if (is_new_ || (stat(file_.c_str(), &old) == 0 && fchown(descriptor, old.st_uid, old.st_gid) == 0 &&
+                    fchmod(descriptor, old.st_mode & 07777) == 0))
+      name_ = beside;
+    else
+      unlink(beside.c_str());
+    close(descriptor);
+  }
+
+  fs::path file_, name_;
+  bool is_new_ = false, kept_ = false;
+};
 
 }  // namespace
 
@@ -253,7 +302,6 @@ void require_undamaged(const std::string& file, VXHost::vxistream& in) {
 FileKind kind_of(const std::string& file) { return InputFile(file).format().kind; }
 
 void write_file(const std::string& file, const std::function<bool(VXHost::vxostream&)>& write) {
-  namespace fs = std::filesystem;
   const LibraryLog log;
   if (file == "-") {
     errno = 0;
@@ -262,18 +310,11 @@ void write_file(const std::string& file, const std::function<bool(VXHost::vxostr
                     errno ? std::strerror(errno) : log.reason(file, "could not be written"));
     return;
   }
-  std::error_code error;
-  const bool was_there = fs::exists(file, error);
-  if (std::FILE* out = std::fopen(file.c_str(), "ab"))
-    std::fclose(out);
-  else
-    throw Failure(file, std::string("cannot be written: ") + std::strerror(errno));
-
+  NewFile place(file);
   errno = 0;
-  VXHost::vxofstream out(file);
+  VXHost::vxofstream out(place.name());
   const bool written = write(out);
-  if (out.close() && written) return;
+  if (out.close() && written && place.keep()) return;
   const std::string why = errno ? std::strerror(errno) : "the disc may be full";
-  if (!was_there) fs::remove(file, error);
   throw Failure(file, log.reason(file, ("could not be written whole: " + why).c_str()));
 }

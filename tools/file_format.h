@@ -61,6 +61,6 @@ void require_undamaged(const std::string& file, VXHost::vxistream& in);
 /// What a file holds; Failure as with InputFile.
 FileKind kind_of(const std::string& file);
 
-/// Has a file written, compressed for a name in .gz, or standard output for "-"; what could not be written
-/// whole is taken away again.
+/// Has a file written, compressed for a name in .gz, or standard output for "-". A file that could not be
+/// written whole is not there, or as it was before.
 void write_file(const std::string& file, const std::function<bool(VXHost::vxostream&)>& write);
