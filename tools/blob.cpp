@@ -145,7 +145,7 @@ void blob(const BlobOptions& options, const Settings& settings) {
     rows.push_back(row_of(blobs, blobs.blob_near(number, point)));
     if (!options.output.empty()) {
       blobs.keep(grid, number);
-      renew_statistics(grid.GetImpl().GetImpl());
+      renew_statistics(grid);
       fit_to_format(options.output, options.map, grid, settings);
       write_map(options.output, grid);
     }

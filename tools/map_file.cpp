@@ -84,7 +84,7 @@ bool read_json(VXHost::vxistream& in, VXSkewGrid& grid) {
   }
   VXScalarGrid plain;
   if (!VXJSONToGrid(plain, text)) return false;
-  grid = VXSkewGrid(plain);
+  grid = plain_map(plain);
   return true;
 }
 
@@ -98,7 +98,7 @@ bool read_native(VXHost::vxistream& in, VXSkewGrid& grid) {
   if (tag == "VXScalarGrid") {
     VXScalarGrid plain;
     status = VXBinaryRead(in, plain, handler);
-    grid = VXSkewGrid(plain);
+    grid = plain_map(plain);
   } else if (tag == "VXSkewGrid") {
     status = VXBinaryRead(in, grid, handler);
   } else if (tag == "VXZemoGrid") {
@@ -116,8 +116,29 @@ bool read_native(VXHost::vxistream& in, VXSkewGrid& grid) {
 
 bool read_library_format(VXHost::vxistream& in, VXSkewGrid& grid, unsigned code) {
   const bool read = VXReadGrid(in, grid, code);
+  // These are the names that the readers of maps give, not those of files.
+  if (code == VXGridFormatCCP4 || code == VXGridFormatXPLOR) grid.SetTitle("");
   VXCopyBaseData(grid, grid.GetImpl().GetImpl());
   return read;
+}
+
+/// The library takes whatever is there of a GRASP map; here one that is not whole, or something else under
+/// that extension, is a Failure. The stream stands at its start afterwards.
+void require_whole_grasp(const std::string& file, VXHost::vxistream& in) {
+  constexpr char kFirstText[] = "now starting phimap ";
+  constexpr int kTextLength = sizeof kFirstText - 1;
+  // Five records, each between its length and its length: three texts, the samples, scale and midpoint.
+  constexpr unsigned long kBytes =
+      4ul * kGraspDim * kGraspDim * kGraspDim + kTextLength + 70 + 16 + 4 * 4 + 5 * 8;
+  std::string head;
+  in.read(head, 4 + kTextLength);
+  if (word(head, 0) == kTextLength)
+    throw Failure(file, "its numbers are little-endian; GRASP maps are read with big-endian ones");
+  if (word(head, 0, true) != kTextLength || head.substr(4) != kFirstText)
+    throw Failure(file, text("not a GRASP map: they begin with \"%s\"", kFirstText));
+  if (!in.seek(kBytes - 1) || in.getbyte() < 0)
+    throw Failure(file, text("the map is cut off: a GRASP map has %lu bytes", kBytes));
+  in.seek(0);
 }
 
 // --- writing ---
@@ -126,7 +147,8 @@ bool write_json(VXHost::vxostream& out, const VXScalarGrid& grid) {
   return !(out << VXGridToJSON(grid, VXJSONFlagBaseData) << "\n").fail();
 }
 
-/// A lattice that its cell does not bring back goes out as that of a plain grid.
+/// A lattice that its cell does not bring back goes out as that of a plain grid; only a regular one comes
+/// here.
 bool write_json(VXHost::vxostream& out, const VXSkewGrid& grid) {
   if (!json_holds_lattice(grid)) return write_json(out, regular_map("the map", grid));
   return !(out << VXGridToJSON(grid, VXJSONFlagBaseData) << "\n").fail();
@@ -143,12 +165,6 @@ bool write_native(VXHost::vxostream& out, const Grid& grid) {
 
 bool is_statistic(const std::string& name) {
   return name == AMIN || name == AMAX || name == AMEAN || name == ARMS;
-}
-
-/// A title that is more than the name of the format that it came with.
-bool has_own_title(const VXSkewGrid& grid) {
-  const std::string title = grid.GetTitle();
-  return !title.empty() && title != "ccp4 map" && title != "xplor";
 }
 
 bool has_integers(const VXZemoGrid& grid) {
@@ -194,6 +210,7 @@ void require_whole_ccp4(const std::string& file, VXHost::vxistream& in) {
 VXSkewGrid read_map(const std::string& file, InputFile& input, const Settings& settings) {
   if (input.format().kind != FileKind::Map) throw Failure(file, "not a map");
   if (input.format().id == Format::CCP4) require_whole_ccp4(file, input.stream());
+  if (input.format().id == Format::Grasp) require_whole_grasp(file, input.stream());
   const LibraryLog log;
   VXSkewGrid grid;
   const bool read = input.format().id == Format::JSON ? read_json(input.stream(), grid)
@@ -202,7 +219,8 @@ VXSkewGrid read_map(const std::string& file, InputFile& input, const Settings& s
                         : read_library_format(input.stream(), grid, input.format().code);
   require_undamaged(file, input.stream());
   if (!read) throw Failure(file, log.reason(file, "cannot be read as a map"));
-  if (!grid.GetValues()) throw Failure(file, "it holds one point, which makes no map");
+  if (!grid.GetValues())
+    throw Failure(file, text("it holds %s, which makes no map", grid.GetSize() ? "one point" : "no point"));
   log.pass_on(settings, file);
   return grid;
 }
@@ -254,7 +272,7 @@ void fit_to_format(const std::string& file, const std::string& source, VXSkewGri
   }
   const std::string target = file == "-" ? std::string("this format") : "the format of " + file;
   if (!holds_lattice(format, grid)) {
-    grid = regular_map(source, grid);
+    grid = plain_map(regular_map(source, grid));
     note(settings, source + ": brought onto a regular grid, which is all that " + target + " holds");
   }
   if (format.id == Format::CCP4 && grid.GetSpaceGroup() == 0) {
@@ -285,7 +303,7 @@ std::string losses(const VXSkewGrid& grid, const FileFormat& format) {
   const Keeps& keeps = keeps_of(format);
   const VXZemoGrid& inner = grid.GetImpl().GetImpl();
   std::vector<std::string> lost;
-  if (!keeps.title && has_own_title(grid)) lost.emplace_back("the title");
+  if (!keeps.title && !grid.GetTitle().empty()) lost.emplace_back("the title");
   if (has_crystal_cell(grid) && (!keeps.cell || (format.id == Format::JSON && !json_holds_lattice(grid))))
     lost.emplace_back("the cell");
   if (!keeps.group && grid.GetSpaceGroup() != 0) lost.emplace_back("the space group");

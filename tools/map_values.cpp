@@ -58,14 +58,12 @@ void require_lattice(const std::string& file, const VXSkewGrid& grid) {
     throw Failure(file, "its cell or its spacing is 0, so its points have no places");
 }
 
-template <class Grid>
-void renew_statistics(Grid& grid) {
+void renew_statistics(VXSkewGrid& grid) {
   const MapStatistics statistics(grid.GetValues(), grid.GetSize());
   const std::pair<const char*, double> numbers[] = {{AMIN, statistics.lowest},
                                                     {AMAX, statistics.highest},
                                                     {AMEAN, statistics.mean},
                                                     {ARMS, statistics.rms}};
-  for (const auto& [name, number] : numbers) grid.template SetData<float>(name, static_cast<float>(number));
+  for (VXBase* const each : {static_cast<VXBase*>(&grid), static_cast<VXBase*>(&grid.GetImpl().GetImpl())})
+    for (const auto& [name, number] : numbers) each->SetData<float>(name, static_cast<float>(number));
 }
-template void renew_statistics(VXScalarGrid&);
-template void renew_statistics(VXZemoGrid&);

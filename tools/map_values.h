@@ -31,6 +31,5 @@ std::array<unsigned, 3> whole_periods(const VXCore::VXSkewGrid& grid);
 void require_lattice(const std::string& file, const VXCore::VXSkewGrid& grid);
 
 /// Gives a map whose values have changed their own statistics, in place of those of the file it was read
-/// from. Grid: VXScalarGrid or VXZemoGrid.
-template <class Grid>
-void renew_statistics(Grid& grid);
+/// from. Some formats keep those of the map, some those of the grid within it.
+void renew_statistics(VXCore::VXSkewGrid& grid);

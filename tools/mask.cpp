@@ -40,8 +40,9 @@ void tell_if_outside(const VXGridAbstractBase& grid, const VXGraphMol& model, co
                         options.grid.c_str()));
 }
 
-template <class Grid>
-void apply(Grid& grid, const VXGraphMol& model, const MaskOptions& options) {
+/// On the inner grid, so that a map keeps its cell and its group.
+void apply(VXSkewGrid& map, const VXGraphMol& model, const MaskOptions& options) {
+  VXZemoGrid& grid = map.GetImpl().GetImpl();
   const LibraryLog log;
   if (!VXMaskGridByMolecule(grid, model, mode_of(options.mode), options.level))
     throw Failure(options.model, log.reason(options.model, "the map cannot be masked by it"));
@@ -56,23 +57,19 @@ std::vector<std::string> mask_modes() {
 }
 
 void mask(const MaskOptions& options, const Settings& settings) {
-  require_map_extension(options.output);
+  const FileFormat& format = output_format(options.output);
   VXSkewGrid grid = read_map(options.grid, settings);
   const VXGraphMol model = read_model(options.model, settings);
-  if (grid.IsRegular()) {
-    // On the inner grid, so that a map keeps its cell and its group.
-    tell_if_outside(grid, model, options, settings);
-    apply(grid.GetImpl().GetImpl(), model, options);
-    renew_statistics(grid.GetImpl().GetImpl());
-    write_map(options.output, grid);
-    report_map(options.output, grid, settings);
-    return;
+  const bool was_oblique = !grid.IsRegular();
+  if (was_oblique) {
+    grid = plain_map(regular_map(options.grid, grid, 0));
+    note(settings, options.grid + ": brought onto a regular grid, which masks need");
   }
-  VXScalarGrid regular = regular_map(options.grid, grid);
-  note(settings, options.grid + ": brought onto a regular grid, which masks need");
-  tell_if_outside(regular, model, options, settings);
-  apply(regular, model, options);
-  renew_statistics(regular);
-  write_map(options.output, regular);
-  report_map(options.output, regular, settings);
+  tell_if_outside(grid, model, options, settings);
+  apply(grid, model, options);
+  renew_statistics(grid);
+  if (was_oblique) hold_samples(grid, format);
+  fit_to_format(options.output, options.grid, grid, settings);
+  write_map(options.output, grid, format);
+  report_map(options.output, grid, settings);
 }

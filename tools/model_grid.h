@@ -6,6 +6,7 @@
 #include <vxgrid/grid/skewgrid.h>
 #include <vxgrid/host/molecule.h>
 
+#include "file_format.h"
 #include "report.h"
 
 // What the verbs share that make grids from molecules, or regular ones of maps.
@@ -23,3 +24,14 @@ void require_bearable_box(const std::string& file, const VXCore::VXMolBase& mode
 
 /// A map on a regular lattice with its own spacing. Failure when that takes points out of proportion.
 VXCore::VXScalarGrid regular_map(const std::string& file, const VXCore::VXSkewGrid& grid);
+
+/// The same with another spacing, or 0 for its own: the points within the box of the map whose coordinates
+/// are multiples of the spacing. hold_samples() keeps them in a CCP4 map.
+VXCore::VXScalarGrid regular_map(const std::string& file, const VXCore::VXSkewGrid& grid, float spacing);
+
+/// A plain grid as a map without a cell: the library would give it that of its box.
+VXCore::VXSkewGrid plain_map(const VXCore::VXScalarGrid& grid);
+
+/// Gives such a grid a cell of its own, twice as large, when it goes into a CCP4 map, which has starts in
+/// whole steps.
+void hold_samples(VXCore::VXSkewGrid& grid, const FileFormat& format);

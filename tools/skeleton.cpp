@@ -1,9 +1,6 @@
 #include <algorithm>
-#include <cmath>
 
 #include <vxgrid/grid/scalargrid.h>
-#include <vxgrid/processing/make_grid.h>
-#include <vxgrid/processing/regularize.h>
 #include <vxgrid/processing/skeletonize.h>
 #include <vxgrid/processing/thinning.h>
 
@@ -14,44 +11,6 @@
 using namespace VXCore;
 
 namespace {
-
-/// The box of a map on a regular lattice of another spacing. Its samples stand at multiples of the spacing,
-/// an odd number on each axis, so that a CCP4 file holds them as they are.
-VXScalarGrid resampled(const std::string& file, const VXSkewGrid& grid, float spacing) {
-  float centre[3], extents[3] = {};
-  VXGetCenterAndExtents(grid, centre, extents);
-  const float box[] = {extents[0], extents[1], extents[2]};
-  double points = 1;
-  for (int axis = 0; axis < 3; ++axis) {
-    const float half = std::floor(0.5f * extents[axis] / spacing);
-    if (half < 1)
-      throw Failure(file, text("a spacing of %g Å leaves one plane of its box of %.4g x %.4g x %.4g Å",
-                               spacing, box[0], box[1], box[2]));
-    centre[axis] = std::round(centre[axis] / spacing) * spacing;
-    extents[axis] = 2 * half * spacing;
-    points *= 2.0 * half + 1;
-  }
-  if (!(points <= kMostPoints))
-    throw Failure(file, text("a spacing of %g Å makes %.3g grid points of its %u; %.0f are the most", spacing,
-                             points, grid.GetSize(), kMostPoints));
-  const LibraryLog log;
-  VXScalarGrid regular;
-  const auto [x, y, z] = whole_periods(grid);
-  if (!VXMakeRegularSubGrid(regular, grid, centre, extents, spacing, x && y && z))
-    throw Failure(file, log.reason(file, "cannot be resampled"));
-  return regular;
-}
-
-/// Gives a regular grid a cell of its own, twice as large, in which a CCP4 file holds its samples as they
-/// are.
-void give_cell(VXSkewGrid& grid) {
-  const unsigned dims[] = {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()};
-  const float step = 2 * grid.GetSpacing(), mid[] = {grid.GetXMid(), grid.GetYMid(), grid.GetZMid()};
-  grid.SetUnitCell(step * static_cast<float>(dims[0]), step * static_cast<float>(dims[1]),
-                   step * static_cast<float>(dims[2]), 90, 90, 90, 2 * dims[0], 2 * dims[1], 2 * dims[2]);
-  grid.SetSpaceGroup(1);
-  grid.SetMid(mid[0], mid[1], mid[2]);
-}
 
 unsigned count_from(const float* values, unsigned count, float level) {
   return static_cast<unsigned>(
@@ -69,18 +28,23 @@ int skeletonize(VXSkewGrid& grid, float level) {
 }  // namespace
 
 void skeleton(const SkeletonOptions& options, const Settings& settings) {
-  require_map_extension(options.output);
+  const FileFormat& format = output_format(options.output);
+  if (format.id == Format::Grasp)
+    throw Failure(options.output,
+                  text("the %s format interpolates, which leaves nothing of lines", format.title));
   VXSkewGrid grid = read_map(options.map, settings);
   require_lattice(options.map, grid);
   const float level = level_in_map(options.map, grid, options.level);
   int rounds = 0;
   unsigned before = 0;
-  if (options.spacing > 0) {
-    VXScalarGrid regular = resampled(options.map, grid, options.spacing);
+  if (options.spacing > 0 || (format.id == Format::CCP4 && !has_crystal_cell(grid))) {
+    if (options.spacing == 0)
+      note(settings, options.map + ": interpolated onto the lattice that plain grids have in CCP4 maps");
+    VXScalarGrid regular = regular_map(options.map, grid, options.spacing);
     before = count_from(regular.GetValues(), regular.GetSize(), level);
     rounds = VXSkeletonizeGrid(regular, level);
-    grid = regular;
-    give_cell(grid);
+    grid = plain_map(regular);
+    hold_samples(grid, format);
   } else {
     fit_to_format(options.output, options.map, grid, settings);
     before = count_from(grid.GetValues(), grid.GetSize(), level);
@@ -91,8 +55,8 @@ void skeleton(const SkeletonOptions& options, const Settings& settings) {
   if (points < before / 200)
     note(settings, text("%s: %u of %u points are left; another level or spacing may keep more of the lines",
                         options.map.c_str(), points, before));
-  renew_statistics(grid.GetImpl().GetImpl());
-  write_map(options.output, grid);
+  renew_statistics(grid);
+  write_map(options.output, grid, format);
 
   const unsigned dims[] = {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()};
   if (!settings.json) {

@@ -38,6 +38,13 @@ std::string xplor_text() {
   return text + "   -9999\n";
 }
 
+/// Monoclinic.
+std::string oblique_map() {
+  std::string map = small_map(5);
+  set_word(map, 14, 110.0f);
+  return map;
+}
+
 const char kHkl[] =
     "HKL     0    0    2    379.769     6.388     0.000  1.0000\n"
     "HKL     1    0    4    301.717     4.778   180.000  0.9996\n"
@@ -107,6 +114,7 @@ TEST(Formats, StandardInputAndOutput) {
 TEST(Formats, TellsWhatTheTargetDoesNotHold) {
   const std::string map = written("small.map", small_map(1)), json = written("c.json", kJson);
   const std::string contours = scratch_file("contours.vxb");
+  const std::string oblique = written("oblique.map", oblique_map());
   EXPECT_EQ(vxgrid("contours " + map + " --attach -n 3 -o " + contours).status, 0);
   const std::tuple<std::string, const char*, const char*> rows[] = {
       {map, "a.vxb", nullptr},
@@ -114,6 +122,7 @@ TEST(Formats, TellsWhatTheTargetDoesNotHold) {
       {map, "a.agd", "the cell, the space group, the statistics"},
       {map, "a.json", "the cell, the space group\n"},
       {map, "a.grd", "the statistics\n"},
+      {oblique, "oblique.json", "the cell, the space group\n"},
       {json, "a.vxb", nullptr},
       {json, "a.grd", "attributes (note)\n"},
       {json, "a.phi", "the title, attributes (note)\n"},
@@ -127,6 +136,15 @@ TEST(Formats, TellsWhatTheTargetDoesNotHold) {
                                     StartsWith("vxgrid: " + source + ": not kept in the "), HasSubstr(says)))
                               : testing::Matcher<std::string>(IsEmpty()));
   }
+  // JSON tells of the cell that a document came with, not of the box of a grid without one.
+  std::string with_cell = kJson;
+  with_cell.insert(1, "\"unitcell\":[4,4,4,90,90,90],");
+  for (const std::string& plain : {json, oblique}) {
+    EXPECT_EQ(vxgrid("convert " + plain + " " + scratch_file("plain.json")).status, 0);
+    EXPECT_THAT(read_bytes(scratch_file("plain.json")), Not(HasSubstr("unitcell"))) << plain;
+  }
+  EXPECT_THAT(vxgrid("convert " + written("cell.json", with_cell) + " - --to json").out,
+              HasSubstr("unitcell"));
   // A map in JSON keeps its statistics, and contours in either form.
   for (const char* name : {"a.json", "a.vxb"}) {
     ASSERT_EQ(vxgrid("contours " + map + " --attach -n 3 -o " + scratch_file(name)).status, 0) << name;
@@ -170,6 +188,7 @@ TEST(Formats, AreKnownByTheirContent) {
     EXPECT_THAT(by_content.out, HasSubstr(says));
     EXPECT_EQ(by_content.out.substr(unnamed.size()), named.out.substr(file.size()));
   }
+  EXPECT_THAT(vxgrid("info " + written("b.xplor", xplor_text())).out, Not(HasSubstr("title")));
   EXPECT_THAT(vxgrid("info " + written("model", read_bytes(kModel))).err, HasSubstr("holds coordinates"));
   EXPECT_THAT(vxgrid("info " + written("noise", std::string(5000, '\x07'))).err, HasSubstr("content"));
 }
@@ -221,17 +240,31 @@ TEST(Formats, FailuresNameTheFileAndTheReason) {
   const std::string map = written("small.map", small_map(1)), vxb = scratch_file("whole.vxb");
   ASSERT_EQ(vxgrid("convert " + map + " " + vxb).status, 0);
   const std::string hkl = written("a.hkl", kHkl);
-  const std::string map_gz = scratch_file("whole.map.gz"), phs_gz = scratch_file("whole.phs.gz");
+  const std::string map_gz = scratch_file("whole.map.gz"), phs_gz = scratch_file("whole.phs.gz"),
+                    phi = scratch_file("whole.phi");
   ASSERT_EQ(vxgrid("convert " + map + " " + map_gz).status, 0);
   ASSERT_EQ(vxgrid("reflections " + hkl + " -o " + phs_gz).status, 0);
   std::string cut = read_bytes(map_gz), damaged = read_bytes(phs_gz);
   cut.resize(cut.size() / 2);
   damaged[damaged.size() - 6] ^= 1;  // of its checksum
+  ASSERT_EQ(vxgrid("convert " + map + " " + phi + " --quiet").status, 0);
+  const std::string grasp = read_bytes(phi), text = grasp.substr(4, 20);
+  std::string steep = small_map(0);
+  set_word(steep, 7, 10), set_word(steep, 8, 10), set_word(steep, 9, 100000);
   const FailureRow rows[] = {
       {"info @", "cut.vxb", read_bytes(vxb).substr(0, 700), "cut off"},
       {"info @", "other.vxb", std::string("\0\5VXFoo\1x", 9), "no grid but \"VXFoo\""},
       {"info @", "bad.json", "{\"type\":\"grid\",", "JSON"},
       {"info @", "other.json", "{\"type\":\"molecule\"}", "\"type\":\"grid\""},
+      {"info @", "empty.json",
+       R"({"type":"grid","version":"0.91","center":[0,0,0],"dimensions":[0,0,0],"resolution":1,"values":[]})",
+       "no point"},
+      {"info @", "mtz.phi", read_bytes(kMtz), "not a GRASP map"},
+      {"info @", "text.phi", "ten bytes\n", "not a GRASP map"},
+      {"info @", "cut.phi", grasp.substr(0, grasp.size() - 1), "cut off: a GRASP map has 1098662 bytes"},
+      {"info @", "other.phi", std::string("\x14\0\0\0", 4) + text, "little-endian"},
+      {"skeleton " + map + " --level 1 -o a.phi", "a.phi", "", "interpolates"},
+      {"convert @ a.agd", "steep.map", steep, "too large for a source of 512"},
       {"info @", "short.phs", "1 2 3\n", "cannot be read"},
       {"reflections @", "none.hkl", "no reflections\n", "no reflections"},
       {"reflections nowhere.hkl", "nowhere.hkl", "", "no such file"},
@@ -254,4 +287,28 @@ TEST(Formats, FailuresNameTheFileAndTheReason) {
     const Result out = vxgrid("convert " + map + " - --to " + format + " >/dev/full; exit $?; true");
     EXPECT_EQ(out.status, 1) << format;
   }
+}
+
+TEST(Formats, AFailedWriteLeavesTheOldFileAsItWas) {
+  namespace fs = std::filesystem;
+  const fs::path folder = scratch_file("folder");
+  fs::create_directory(folder);
+  const std::string map = written("small.map", small_map(1)), target = folder / "target.map",
+                    link = folder / "link.map";
+  write_bytes(target, "old");
+  fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write);
+  fs::create_symlink("target.map", link);
+  // Blocks of 512 bytes.
+  for (const std::string& name : {target, link, (folder / "new.map").string()}) {
+    const Result run = vxgrid("convert " + map + " " + name, "trap '' XFSZ; ulimit -f 2; ");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "vxgrid: " + name + ": could not be written whole: File too large\n");
+  }
+  EXPECT_EQ(read_bytes(target), "old");
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2) << "nothing else is left behind";
+
+  EXPECT_EQ(vxgrid("convert " + map + " " + link).status, 0);
+  EXPECT_EQ(read_bytes(target).size(), small_map(1).size());
+  EXPECT_TRUE(fs::is_symlink(link));
+  EXPECT_EQ(fs::status(target).permissions(), fs::perms::owner_read | fs::perms::owner_write);
 }

@@ -82,6 +82,19 @@ TEST(Command, MasksMaps) {
   const Result run = vxgrid("mask " + map_file() + " $LIGANDS -o " + scratch_file("cut.map"));
   EXPECT_EQ(run.status, 0);
   EXPECT_THAT(run.err, AllOf(HasSubstr("brought onto a regular grid"), HasSubstr("atoms lie outside")));
+  // It is interpolated once, whatever the format, and statistics that JSON keeps are its own.
+  std::string oblique = small_map(1);
+  set_word(oblique, 14, 110.0f);
+  for (const char* name : {"masked.map", "masked.json"})
+    EXPECT_EQ(
+        vxgrid("mask " + written("oblique.map", oblique) + " " + carbon + " -o " + scratch_file(name)).status,
+        0);
+  for (const char* field : {"min", "max", "mean", "rms"})
+    EXPECT_NEAR(info_of(scratch_file("masked.map"), field), info_of(scratch_file("masked.json"), field),
+                1e-7);
+  rapidjson::Document json;
+  json.Parse(read_bytes(scratch_file("masked.json")).c_str());
+  EXPECT_NEAR(json["AMAX"].GetDouble(), info_of(scratch_file("masked.json"), "max"), 1e-7);
 }
 
 // The energy of one Gaussian is p^2 (pi / 2w)^(3/2); each one fitted takes its own energy away.
