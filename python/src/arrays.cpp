@@ -51,6 +51,13 @@ template Floats numbers(const py::handle&, const char*, std::initializer_list<py
 template Doubles numbers(const py::handle&, const char*, std::initializer_list<py::ssize_t>);
 template Ints numbers(const py::handle&, const char*, std::initializer_list<py::ssize_t>);
 
+Floats points_of(const py::handle& object, const char* name) {
+  Floats points = numbers<Floats>(object, name);
+  if (points.ndim() > 0 && points.shape(points.ndim() - 1) == 3) return points;
+  throw py::value_error(std::string(name) + ": positions of shape (n, 3) were wanted, " +
+                        shape_text(points.shape(), points.ndim()) + " came");
+}
+
 py::str text_of(std::string_view bytes) {
   PyObject* const text =
       PyUnicode_DecodeUTF8(bytes.data(), static_cast<py::ssize_t>(bytes.size()), "surrogateescape");

@@ -27,6 +27,9 @@ Array numbers(const py::handle& object, const char* name);
 template <class Array>
 Array numbers(const py::handle& object, const char* name, std::initializer_list<py::ssize_t> shape);
 
+/// Positions: an array of shape (..., 3).
+Floats points_of(const py::handle& object, const char* name);
+
 /// Text for Python out of bytes that need not be UTF-8: bytes that are not stay as surrogates.
 py::str text_of(std::string_view bytes);
 

@@ -4,4 +4,5 @@
 
 // One function a subject. Classes that others name as arguments come first.
 void bind_attributes(pybind11::module_& module);
+void bind_crystals(pybind11::module_& module);
 void bind_grids(pybind11::module_& module);

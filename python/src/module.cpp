@@ -22,5 +22,6 @@ PYBIND11_MODULE(_core, module) {
   });
 
   bind_attributes(module);
+  bind_crystals(module);
   bind_grids(module);
 }

@@ -9,7 +9,7 @@ import vxgrid
 from vxgrid import _core
 
 # Written in Python's own base classes, or of no interest to a caller.
-INHERITED = set(dir(object)) | set(dir(_core.Attributes.__mro__[1])) | {"__module__", "__weakref__", "__members__", "__entries"}
+INHERITED = set(dir(object)) | set(dir(_core.Attributes.__mro__[1])) | {"__module__", "__weakref__", "__members__", "__entries", "__setstate__"}
 Stub = dict[str, ast.AST]
 
 

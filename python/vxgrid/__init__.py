@@ -10,6 +10,10 @@ from ._core import (
     Grid,
     ScalarGrid,
     SkewGrid,
+    SpaceGroup,
+    Symmetry,
+    UnitCell,
+    space_groups,
 )
 
 __all__ = [
@@ -18,4 +22,8 @@ __all__ = [
     "Grid",
     "ScalarGrid",
     "SkewGrid",
+    "SpaceGroup",
+    "Symmetry",
+    "UnitCell",
+    "space_groups",
 ]

@@ -35,11 +35,11 @@ struct SGRecord {
 VXGRID_API extern const SGRecord (&sglib)[kSpaceGroupRows];
 
 /// The first row of a number, else the first row of the number modulo 1000, else -1.
-int FindSpaceGroup(unsigned int number);
+VXGRID_API int FindSpaceGroup(unsigned int number);
 
 /// The first row of a name, long or short: as printed without regard to letter case, else without regard to
 /// blanks, else -1 after one Info message with the name.
-int FindSpaceGroup(const std::string& name);
+VXGRID_API int FindSpaceGroup(const std::string& name);
 
 /// Compares without regard to letter case and blanks (code 32 alone), wherever those stand. 0 when equal,
 /// otherwise -1 or 1.
