@@ -15,6 +15,10 @@ std::string shape_text(const py::ssize_t* shape, py::ssize_t count) {
   return text + (count == 1 ? ",)" : ")");
 }
 
+bool are_equal(const py::array& a, const py::array& b) {
+  return a.attr("__eq__")(b).attr("all")().cast<bool>();
+}
+
 }  // namespace
 
 template <class Array>
@@ -22,6 +26,7 @@ Array numbers(const py::handle& object, const char* name) {
   // A conversion that fails leaves NumPy's own exception, which does not name the argument.
   constexpr bool whole = std::is_integral_v<typename Array::value_type>;
   const py::array any = py::array::ensure(object);
+  if (any && any.size() == 0) return Array(any);  // no numbers have no type: [] is an array of float64
   if (!any || !std::strchr(whole ? "biu" : "biuf", any.dtype().kind())) {
     PyErr_Clear();
     throw py::type_error(
@@ -29,7 +34,12 @@ Array numbers(const py::handle& object, const char* name) {
         (any ? "one of " + std::string(py::str(any.dtype())) : std::string(Py_TYPE(object.ptr())->tp_name)) +
         " came");
   }
-  return Array(any);
+  const Array array(any);
+  // A whole number that does not fit would come out as another one.
+  if (whole && any.itemsize() >= array.itemsize() && !are_equal(any, array))
+    throw py::value_error(std::string(name) + ": whole numbers of " + std::to_string(8 * array.itemsize()) +
+                          " bits were wanted, larger ones came");
+  return array;
 }
 
 template <class Array>
