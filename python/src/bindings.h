@@ -6,3 +6,4 @@
 void bind_attributes(pybind11::module_& module);
 void bind_crystals(pybind11::module_& module);
 void bind_grids(pybind11::module_& module);
+void bind_molecules(pybind11::module_& module);

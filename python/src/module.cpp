@@ -24,4 +24,5 @@ PYBIND11_MODULE(_core, module) {
   bind_attributes(module);
   bind_crystals(module);
   bind_grids(module);
+  bind_molecules(module);
 }

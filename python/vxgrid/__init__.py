@@ -8,22 +8,28 @@ from ._core import (
     Attributes,
     Error,
     Grid,
+    Molecule,
     ScalarGrid,
     SkewGrid,
     SpaceGroup,
     Symmetry,
     UnitCell,
+    read_molecule,
     space_groups,
 )
+from ._rows import Residue
 
 __all__ = [
     "Attributes",
     "Error",
     "Grid",
+    "Molecule",
+    "Residue",
     "ScalarGrid",
     "SkewGrid",
     "SpaceGroup",
     "Symmetry",
     "UnitCell",
+    "read_molecule",
     "space_groups",
 ]

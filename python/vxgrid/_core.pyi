@@ -1,12 +1,19 @@
 """The compiled part of vxgrid. Import vxgrid, not this."""
 
-from collections.abc import Iterator, MutableMapping
-from typing import Any, Self, TypeAlias
+from collections.abc import Iterable, Iterator, MutableMapping, Sequence
+from os import PathLike
+from typing import Any, Literal, Self, TypeAlias
 
 import numpy as np
 from numpy.typing import ArrayLike, DTypeLike, NDArray
 
+from ._rows import Residue
+from ._types import Settable
+
 Floats: TypeAlias = NDArray[np.float32]
+Doubles: TypeAlias = NDArray[np.float64]
+Ints: TypeAlias = NDArray[np.int32]
+Texts: TypeAlias = NDArray[np.str_]
 
 class Error(RuntimeError): ...
 
@@ -120,3 +127,60 @@ class Symmetry:
         self, operator: int, shift: tuple[int, int, int] = (0, 0, 0), *, center: ArrayLike | None = None
     ) -> Floats: ...
     def __eq__(self, other: object) -> bool: ...
+
+# --- molecules ---
+
+class Molecule:
+    def __init__(
+        self,
+        coordinates: ArrayLike,
+        elements: ArrayLike,
+        *,
+        bonds: ArrayLike | None = None,
+        formal_charges: ArrayLike | None = None,
+        radii: ArrayLike | None = None,
+        residue_names: ArrayLike | None = None,
+        residue_numbers: ArrayLike | None = None,
+        chain_ids: ArrayLike | None = None,
+        insert_codes: ArrayLike | None = None,
+        b_factors: ArrayLike | None = None,
+        occupancies: ArrayLike | None = None,
+        alternate_locations: ArrayLike | None = None,
+        serial_numbers: ArrayLike | None = None,
+        title: str = "",
+    ) -> None: ...
+    def __len__(self) -> int: ...
+    title: str
+    coordinates: Settable[Floats, ArrayLike]
+    atomic_numbers: Settable[Ints, ArrayLike]
+    @property
+    def symbols(self) -> Texts: ...
+    @property
+    def weights(self) -> Doubles: ...
+    formal_charges: Settable[Ints, ArrayLike]
+    radii: Settable[Doubles, ArrayLike]
+    @property
+    def bonds(self) -> Ints: ...
+    residue_names: Settable[Texts, ArrayLike]
+    residue_numbers: Settable[Ints, ArrayLike]
+    chain_ids: Settable[Texts, ArrayLike]
+    insert_codes: Settable[Texts, ArrayLike]
+    b_factors: Settable[Floats, ArrayLike]
+    occupancies: Settable[Floats, ArrayLike]
+    alternate_locations: Settable[Texts, ArrayLike]
+    serial_numbers: Settable[Ints, ArrayLike]
+    images: Settable[Ints, ArrayLike]
+    @property
+    def has_residues(self) -> bool: ...
+    @property
+    def residues(self) -> list[Residue]: ...
+    @property
+    def residue_indices(self) -> Ints: ...
+    pdb_records: Settable[tuple[tuple[str, str], ...], Iterable[Sequence[str]]]
+    @property
+    def attributes(self) -> Attributes: ...
+    def copy(self) -> Self: ...
+    def __copy__(self) -> Self: ...
+    def __deepcopy__(self, memo: object) -> Self: ...
+
+def read_molecule(path: str | PathLike[str], *, alternates: Literal["best", "all"] = "best") -> Molecule: ...

@@ -153,6 +153,11 @@ bool VXMolBase::SetCoords(const VXAtomBase* atom, const float* xyz) {
 
 bool VXMolBase::SetCoords(const float* xyz) { return data_->set_coords(0, xyz); }
 
+float* VXMolBase::GetCoordsBlock() {
+  data_->has_coords = data_->atoms.count > 0;
+  return data_->has_coords ? data_->confs[0].data() : nullptr;
+}
+
 unsigned int VXMolBase::GetDimension() const { return data_->dimension; }
 void VXMolBase::SetDimension(unsigned int dimension) { data_->dimension = dimension; }
 

@@ -187,6 +187,9 @@ class VXGRID_API VXMolBase : public VXBase {
   virtual bool SetCoords(const VXAtomBase* atom, const float* xyz);
   /// All atoms from such an array.
   virtual bool SetCoords(const float* xyz);
+  /// The coordinates themselves, three floats an atom index, of the first conformer: to write there is to set
+  /// them. Null without atoms; good until atoms come or go, or the molecule is assigned to.
+  float* GetCoordsBlock();
   /// 3 for coordinates in space; what is set, whatever the coordinates are.
   virtual unsigned int GetDimension() const;
   virtual void SetDimension(unsigned int dimension);
