@@ -82,7 +82,7 @@ class TextForm {
         return false;
       }
     } while (whole_numbers(&titles, 1) < 1);
-    while (titles-- > 0 && next_line()) {
+    for (; titles > 0 && next_line(); --titles) {
     }
     return read_box(head) && read_cell(head) && find_mode(head);
   }
