@@ -94,6 +94,7 @@
 
 #include <vxgrid/exchange/gaussian_records.h>
 #include <vxgrid/exchange/grid_field.h>
+#include <vxgrid/exchange/grid_files.h>
 #include <vxgrid/exchange/grid_json.h>
 #include <vxgrid/exchange/grid_records.h>
 #include <vxgrid/exchange/reflection_records.h>

@@ -65,10 +65,18 @@ const Type* type_of(const VXBaseData& data) {
   return nullptr;
 }
 
+std::vector<VXBase*> objects(const Attributes& attributes) {
+  if (!attributes.second) return {attributes.object};
+  return {attributes.object, attributes.second};
+}
+
 const VXBaseData* find(const Attributes& attributes, const std::string& name) {
-  const VXBaseImpl* const all = attributes.object->GetBaseImpl();
-  const VXBaseData* const data = all ? all->FindData(VXGetTag(name)) : nullptr;
-  return data && type_of(*data) ? data : nullptr;
+  for (const VXBase* const object : objects(attributes)) {
+    const VXBaseImpl* const all = object->GetBaseImpl();
+    const VXBaseData* const data = all ? all->FindData(VXGetTag(name)) : nullptr;
+    if (data && type_of(*data)) return data;
+  }
+  return nullptr;
 }
 
 // The type in which a value is stored first, by what it is, or, of a list, by what its first item is.
@@ -116,6 +124,12 @@ void set(Attributes& attributes, const std::string& name, const py::object& give
   try {
     if (!type) throw py::cast_error();
     type->set(*attributes.object, name.c_str(), value);
+    if (VXBase* const second = attributes.second) {
+      const VXBaseData* const twin =
+          second->GetBaseImpl() ? second->GetBaseImpl()->FindData(VXGetTag(name)) : nullptr;
+      if (twin && type_of(*twin) != type) second->DeleteData(name);
+      type->set(*second, name.c_str(), value);
+    }
   } catch (const py::cast_error&) {
     throw py::type_error(
         "attribute \"" + name + "\": " +
@@ -128,12 +142,13 @@ void set(Attributes& attributes, const std::string& name, const py::object& give
 
 py::list keys(const Attributes& attributes) {
   py::list names;
-  if (const VXBaseImpl* const all = attributes.object->GetBaseImpl())
-    for (const auto& data : all->GetAll())
-      if (type_of(*data)) {
-        const py::str name = text_of(VXGetTag(data->GetTag()));
-        if (!names.contains(name)) names.append(name);
-      }
+  for (const VXBase* const object : objects(attributes))
+    if (const VXBaseImpl* const all = object->GetBaseImpl())
+      for (const auto& data : all->GetAll())
+        if (type_of(*data)) {
+          const py::str name = text_of(VXGetTag(data->GetTag()));
+          if (!names.contains(name)) names.append(name);
+        }
   return names;
 }
 
@@ -161,7 +176,7 @@ void bind_attributes(py::module_& module) {
       .def("__delitem__",
            [](Attributes& a, const std::string& name) {
              if (!find(a, name)) throw py::key_error(name);
-             a.object->DeleteData(name);
+             for (VXBase* const object : objects(a)) object->DeleteData(name);
            })
       .def("__repr__", [](const py::object& self) {
         return py::str("Attributes({})").format(py::module_::import("builtins").attr("dict")(self));

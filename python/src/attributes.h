@@ -12,4 +12,7 @@ namespace py = pybind11;
 struct Attributes {
   VXCore::VXBase* object;
   py::object owner;  ///< keeps the object alive
+  /// Null, or a second object that shares its attributes with the first: it is looked at for those that the
+  /// first does not have, and a change reaches both.
+  VXCore::VXBase* second = nullptr;
 };

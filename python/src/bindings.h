@@ -5,5 +5,6 @@
 // One function a subject. Classes that others name as arguments come first.
 void bind_attributes(pybind11::module_& module);
 void bind_crystals(pybind11::module_& module);
+void bind_grid_files(pybind11::module_& module);
 void bind_grids(pybind11::module_& module);
 void bind_molecules(pybind11::module_& module);

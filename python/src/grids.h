@@ -26,8 +26,24 @@ inline VXCore::VXZemoGrid& inner(VXCore::VXZemoGrid& grid) { return grid; }
 inline const VXCore::VXZemoGrid& inner(const VXCore::VXSkewGrid& grid) { return grid.GetImpl().GetImpl(); }
 inline const VXCore::VXZemoGrid& inner(const VXCore::VXZemoGrid& grid) { return grid; }
 
+/// The samples that Python sees as `values`, also of a grid of one: float field 0, or the current one.
+inline float* values_of(VXCore::VXScalarGrid& grid) { return grid.GetValues(); }
+inline float* values_of(VXCore::VXSkewGrid& grid) { return inner(grid).GetFloats().GetValues(); }
+inline float* values_of(VXCore::VXZemoGrid& grid) { return grid.CurrentFloats().GetValues(); }
+
+/// work(grid) with a grid as the class that it is of.
+template <class Work>
+decltype(auto) visit(VXCore::VXGridAbstractBase& grid, Work&& work) {
+  if (auto* const scalar = dynamic_cast<VXCore::VXScalarGrid*>(&grid)) return work(*scalar);
+  if (auto* const skew = dynamic_cast<VXCore::VXSkewGrid*>(&grid)) return work(*skew);
+  return work(dynamic_cast<VXCore::VXZemoGrid&>(grid));
+}
+
 /// Three numbers (x, y, z) out of any sequence of Python; `name` is that of the argument.
 std::array<float, 3> xyz_of(const py::handle& object, const char* name);
+
+/// A number of Å above 0.
+float spacing_of(float spacing);
 
 /// (nz, ny, nx)
 inline std::vector<py::ssize_t> shape_of(const VXCore::VXGridAbstractBase& grid) {

@@ -24,5 +24,6 @@ PYBIND11_MODULE(_core, module) {
   bind_attributes(module);
   bind_crystals(module);
   bind_grids(module);
+  bind_grid_files(module);
   bind_molecules(module);
 }

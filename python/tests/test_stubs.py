@@ -20,6 +20,8 @@ def children(node: ast.AST) -> Stub:
             names[each.name] = each
         elif isinstance(each, ast.AnnAssign) and isinstance(each.target, ast.Name):
             names[each.target.id] = each
+        elif isinstance(each, ast.Assign) and isinstance(target := each.targets[0], ast.Name):
+            names[target.id] = each  # of an enumeration
     return names
 
 
@@ -44,7 +46,7 @@ def functions() -> Iterator[tuple[str, ast.FunctionDef, object]]:
 
 def test_names_agree() -> None:
     public = {name for name in vars(_core) if is_public(name)} - {"__file__", "__loader__", "__name__", "__spec__"}
-    aliases = {name for name, node in STUB.items() if isinstance(node, ast.AnnAssign) and not hasattr(_core, name)}
+    aliases = {name for name, node in STUB.items() if isinstance(node, ast.AnnAssign | ast.Assign) and not hasattr(_core, name)}
     assert set(STUB) - aliases == public - {"__doc__", "__package__"}
     for name, node in CLASSES.items():
         runtime = vars(getattr(_core, name))

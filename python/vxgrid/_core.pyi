@@ -1,8 +1,9 @@
 """The compiled part of vxgrid. Import vxgrid, not this."""
 
+import enum
 from collections.abc import Iterable, Iterator, MutableMapping, Sequence
 from os import PathLike
-from typing import Any, Literal, Self, TypeAlias
+from typing import Any, Literal, Self, TypeAlias, TypeVar, overload
 
 import numpy as np
 from numpy.typing import ArrayLike, DTypeLike, NDArray
@@ -27,37 +28,143 @@ class Attributes(MutableMapping[str, Any]):
 
 # --- grids ---
 
+class GridType(enum.IntEnum):
+    GENERIC = 0
+    ELECTROSTATIC = 1
+    BREK = 2
+    REGULAR_MAP = 3
+    DIFFERENCE_MAP = 4
+    QK = 5
+
 class Grid:
     @property
     def shape(self) -> tuple[int, int, int]: ...
+    values: Settable[Floats, ArrayLike]
+    def __array__(self, dtype: DTypeLike = None, copy: bool | None = None) -> NDArray[Any]: ...
+    spacing: float
+    center: Settable[tuple[float, float, float], ArrayLike]
+    @property
+    def extents(self) -> tuple[tuple[float, float, float], tuple[float, float, float]]: ...
+    def positions(self) -> Floats: ...
+    def to_positions(self, indices: ArrayLike) -> Doubles: ...
+    def to_indices(self, points: ArrayLike) -> Doubles: ...
+    title: str
+    type: Settable[GridType | int, int]
     @property
     def attributes(self) -> Attributes: ...
+    def copy(self) -> Self: ...
+    def __copy__(self) -> Self: ...
+    def __deepcopy__(self, memo: object) -> Self: ...
 
 class ScalarGrid(Grid):
     def __init__(
-        self, values: ArrayLike, *, spacing: float = 1.0, center: ArrayLike = (0, 0, 0), title: str = ""
+        self,
+        values: ArrayLike | Grid,
+        *,
+        spacing: float | None = None,
+        center: ArrayLike | None = None,
+        title: str | None = None,
     ) -> None: ...
-    spacing: float
-    center: tuple[float, float, float]
-    title: str
-    values: Floats
-    def copy(self) -> Self: ...
-    def __copy__(self) -> Self: ...
-    def __deepcopy__(self, memo: object) -> Self: ...
-    def __array__(self, dtype: DTypeLike = None) -> NDArray[Any]: ...
+    @staticmethod
+    def zeros(
+        shape: Sequence[int],
+        *,
+        spacing: float | None = None,
+        center: ArrayLike | None = None,
+        title: str | None = None,
+    ) -> ScalarGrid: ...
+    @staticmethod
+    def around(lower: ArrayLike, upper: ArrayLike, spacing: float, *, title: str = "") -> ScalarGrid: ...
 
 class SkewGrid(Grid):
     def __init__(
-        self, values: ArrayLike, *, spacing: float = 1.0, center: ArrayLike = (0, 0, 0), title: str = ""
+        self,
+        values: ArrayLike | Grid,
+        *,
+        cell: CellLike | None = None,
+        intervals: ArrayLike | None = None,
+        space_group: GroupLike | None = None,
+        periodic: bool | Sequence[bool] | None = None,
+        spacing: float | None = None,
+        center: ArrayLike | None = None,
+        title: str | None = None,
     ) -> None: ...
-    spacing: float
-    center: tuple[float, float, float]
-    title: str
-    values: Floats
-    def copy(self) -> Self: ...
-    def __copy__(self) -> Self: ...
-    def __deepcopy__(self, memo: object) -> Self: ...
-    def __array__(self, dtype: DTypeLike = None) -> NDArray[Any]: ...
+    @staticmethod
+    def zeros(
+        shape: Sequence[int],
+        *,
+        cell: CellLike | None = None,
+        intervals: ArrayLike | None = None,
+        space_group: GroupLike | None = None,
+        periodic: bool | Sequence[bool] | None = None,
+        spacing: float | None = None,
+        center: ArrayLike | None = None,
+        title: str | None = None,
+    ) -> SkewGrid: ...
+    @property
+    def cell(self) -> UnitCell | None: ...
+    @property
+    def intervals(self) -> tuple[int, int, int] | None: ...
+    def set_cell(self, cell: CellLike | None, intervals: ArrayLike | None = None) -> None: ...
+    space_group: Settable[SpaceGroup | None, GroupLike | None]
+    @property
+    def symmetry(self) -> Symmetry | None: ...
+    periodic: Settable[tuple[bool, bool, bool], bool | Sequence[bool]]
+    orientation: Settable[Floats, ArrayLike]
+
+class MultiGrid(Grid):
+    def __init__(
+        self,
+        fields: ArrayLike | Grid,
+        integers: ArrayLike | None = None,
+        *,
+        cell: CellLike | None = None,
+        intervals: ArrayLike | None = None,
+        space_group: GroupLike | None = None,
+        periodic: bool | Sequence[bool] | None = None,
+        spacing: float | None = None,
+        center: ArrayLike | None = None,
+        title: str | None = None,
+    ) -> None: ...
+    @staticmethod
+    def zeros(
+        shape: Sequence[int],
+        fields: int = 1,
+        integers: int = 1,
+        *,
+        cell: CellLike | None = None,
+        intervals: ArrayLike | None = None,
+        space_group: GroupLike | None = None,
+        periodic: bool | Sequence[bool] | None = None,
+        spacing: float | None = None,
+        center: ArrayLike | None = None,
+        title: str | None = None,
+    ) -> MultiGrid: ...
+    fields: Settable[Floats, ArrayLike]
+    integers: Settable[Ints, ArrayLike]
+    current_field: int
+    current_integers: int
+    field_titles: list[str]
+    @property
+    def cell(self) -> UnitCell | None: ...
+    @property
+    def intervals(self) -> tuple[int, int, int] | None: ...
+    def set_cell(self, cell: CellLike | None, intervals: ArrayLike | None = None) -> None: ...
+    space_group: Settable[SpaceGroup | None, GroupLike | None]
+    @property
+    def symmetry(self) -> Symmetry | None: ...
+    periodic: Settable[tuple[bool, bool, bool], bool | Sequence[bool]]
+    orientation: Settable[Floats, ArrayLike]
+
+# --- grid files ---
+
+AnyGrid = TypeVar("AnyGrid", ScalarGrid, SkewGrid, MultiGrid)
+
+@overload
+def read_grid(path: str | PathLike[str], *, format: str | None = None) -> SkewGrid: ...
+@overload
+def read_grid(path: str | PathLike[str], kind: type[AnyGrid], *, format: str | None = None) -> AnyGrid: ...
+def write_grid(path: str | PathLike[str], grid: Grid, *, format: str | None = None) -> None: ...
 
 # --- crystals ---
 

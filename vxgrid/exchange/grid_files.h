@@ -1,0 +1,69 @@
+#pragma once
+
+#include <array>
+#include <string>
+
+#include <vxgrid/grid/grid_format.h>
+#include <vxgrid/grid/scalargrid.h>
+#include <vxgrid/grid/skewgrid.h>
+#include <vxgrid/grid/zemogrid.h>
+#include <vxgrid/host/stream.h>
+
+namespace VXCore {
+
+// Grids in every format, JSON documents and native records too, each lattice as it is. VXReadGrid and
+// VXWriteGrid, which know the formats of VXGridFormat alone, bring a lattice that a format does not hold onto
+// another one.
+
+/// Codes behind those of VXGridFormat.
+constexpr unsigned int VXGridFormatJSON = 6;
+constexpr unsigned int VXGridFormatNative = 7;
+
+struct VXGridFileFormat {
+  unsigned int code;
+  const char* name;        ///< "ccp4"
+  const char* title;       ///< "CCP4 Map"
+  const char* extensions;  ///< separated by commas
+  bool is_writeable;       ///< all are read
+};
+
+/// All formats, in the order in which to list them.
+VXGRID_API const std::array<VXGridFileFormat, 7>& VXGetGridFileFormats();
+
+/// The format of a name, or of a file by its extension in any letter case, where ".gz" does not count; null
+/// when there is none.
+VXGRID_API const VXGridFileFormat* VXFindGridFileFormat(const std::string& name);
+VXGRID_API const VXGridFileFormat* VXGetGridFileFormat(const std::string& file);
+
+/// A skew grid of the values of a plain one, without cell and orientation, with its attributes on the skew
+/// grid and on the inner one. `grid` is left without a sample.
+VXGRID_API VXSkewGrid VXMakePlainSkewGrid(VXScalarGrid&& grid);
+
+/// Reads a grid, with its attributes on the skew grid and on its inner one. A plain grid, from a document or
+/// a record of one, becomes a plain skew grid; titles that only name the format of the file are left out.
+/// False, with a message, for what is not whole and for a grid of one sample; the grid may have changed by
+/// then.
+VXGRID_API bool VXReadGridFile(VXHost::vxistream& in, VXSkewGrid& grid, unsigned int code);
+/// The same made regular: a plain lattice keeps its samples, an oblique one is resampled at its own spacing.
+VXGRID_API bool VXReadGridFile(VXHost::vxistream& in, VXScalarGrid& grid, unsigned int code);
+
+/// Whether a grid has the cell of a crystal: that of a plain grid says no more than its spacing does.
+VXGRID_API bool VXHasCrystalCell(const VXZemoGrid& grid);
+
+/// Whether the samples of a grid keep their places in a file of a format. GRASP maps and CCP4 maps of plain
+/// grids, which have a lattice of their own, count as such.
+VXGRID_API bool VXHoldsLattice(unsigned int code, const VXZemoGrid& grid);
+
+/// Writes a grid, all its fields where the format has fields, as VXWriteGrid does it. False, with a message,
+/// for a lattice that the format does not hold. A crystal without a group goes into a CCP4 map as P 1, with
+/// an Info message.
+VXGRID_API bool VXWriteGridFile(VXHost::vxostream& out, const VXZemoGrid& grid, unsigned int code);
+VXGRID_API bool VXWriteGridFile(VXHost::vxostream& out, const VXSkewGrid& grid, unsigned int code);
+VXGRID_API bool VXWriteGridFile(VXHost::vxostream& out, const VXScalarGrid& grid, unsigned int code);
+
+/// The JSON document of a map with its attributes: that of a plain grid where its cell would not bring the
+/// lattice back. Empty, with a Warning, for a lattice that no document holds. VXJSONToMap reads both kinds.
+VXGRID_API std::string VXMapToJSON(const VXSkewGrid& grid);
+VXGRID_API bool VXJSONToMap(VXSkewGrid& grid, const std::string& text);
+
+}  // namespace VXCore
