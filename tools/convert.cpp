@@ -9,10 +9,11 @@ void convert(const ConvertOptions& options, const Settings& settings) {
   }
   const FileFormat& format = output_format(options.output, options.to);
   VXSkewGrid grid = read_map(options.input, settings, options.from);
-  if (const std::string lost = losses(grid, format); !lost.empty())
-    note(settings,
-         text("%s: not kept in the %s format: %s", options.input.c_str(), format.title, lost.c_str()));
+  const std::string lost = losses(grid, format);
   fit_to_format(options.output, options.input, grid, settings, options.to);
   write_map(options.output, grid, format);
+  if (!lost.empty())
+    note(settings,
+         text("%s: not kept in the %s format: %s", options.input.c_str(), format.title, lost.c_str()));
   report_map(options.output, grid, settings, options.to);
 }

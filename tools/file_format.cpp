@@ -196,10 +196,11 @@ class NewFile {
     if (!target.empty()) file_ = target;  // a link stays one
     if (is_new_ || (fs::is_regular_file(file_, error) && access(file_.c_str(), W_OK) == 0)) open_beside();
     if (!name_.empty()) return;
+    name_ = file_;
+    if (fs::is_fifo(file_, error)) return;  // whose reader would take it for the end
     std::FILE* const out = std::fopen(file.c_str(), "ab");
     if (!out) throw Failure(file, std::string("cannot be written: ") + std::strerror(errno));
     std::fclose(out);
-    name_ = file_;
   }
   NewFile(const NewFile&) = delete;
   NewFile& operator=(const NewFile&) = delete;

@@ -57,7 +57,7 @@ class Report {
     json_->close_object();
   }
   void line(const char* key, const std::string& value) const {
-    std::printf("  %-11s  %s\n", key, value.c_str());
+    std::printf("  %-11s  %s\n", key, plain_text(value).c_str());
   }
   Json* json() const { return json_; }
 

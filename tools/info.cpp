@@ -89,9 +89,9 @@ void report_other_map(const std::string& file, InputFile& input, Json* json, con
     report.list("sampling", steps);
     report.cell(VXUnitCell(six));
   }
-  report.list("spacing", spacing);
   if (grid.GetSpaceGroup())
     report.group(static_cast<int>(grid.GetSpaceGroup()), group_name(grid.GetSpaceGroup()));
+  report.list("spacing", spacing);
   if (const unsigned fields = inner.GetFloats().GetNumGrids(); fields > 1) report.field("fields", fields);
   if (const std::vector<std::string> names = attributes_of(grid); !names.empty())
     report.list("attributes", names);
@@ -192,7 +192,6 @@ void report_file(const std::string& file, Json* json, const Settings& settings) 
       report_reflections(file, input.format(), read_reflection_file(file, input, settings).set, json);
       break;
     case FileKind::Model:
-      require_undamaged(file, input.stream());
       report_model(file, json, settings);
       break;
   }

@@ -137,8 +137,10 @@ void require_model_name(const std::string& file) {
 }
 
 VXGraphMol read_model(const std::string& file, const Settings& settings, VXAlternates alternates) {
-  if (kind_of(file) != FileKind::Model) throw Failure(file, "not a model");
+  InputFile input(file);
+  if (input.format().kind != FileKind::Model) throw Failure(file, "not a model");
   require_model_name(file);
+  require_undamaged(file, input.stream());  // behind the first molecule, too
   const LibraryLog log;
   VXGraphMol model;
   if (!VXReadMolecule(file, model, alternates))

@@ -173,9 +173,12 @@ int main(int argc, char** argv) {
   ConvertOptions of_convert;
   verb = add_verb(app, settings, "convert", "turn one map format into another",
                   "convert density.ccp4 density.vxb");
-  verb->add_option("IN", of_convert.input, "map to read, - for standard input")->required();
-  verb->add_option("OUT", of_convert.output,
-                   "map to write, - for standard output; its extension gives the format")
+  verb->add_option("IN", of_convert.input,
+                   "map to read: " + extensions_of(FileKind::Map, false) + ", also .gz, - for standard input")
+      ->required();
+  verb->add_option(
+          "OUT", of_convert.output,
+          "map to write: " + extensions_of(FileKind::Map, true) + ", also .gz, - for standard output")
       ->required();
   add_format_options(verb, FileKind::Map, of_convert.from, of_convert.to);
   verb->callback([&] { work = [&] { convert(of_convert, settings); }; });

@@ -132,6 +132,7 @@ void require_whole_grasp(const std::string& file, VXHost::vxistream& in) {
       4ul * kGraspDim * kGraspDim * kGraspDim + kTextLength + 70 + 16 + 4 * 4 + 5 * 8;
   std::string head;
   in.read(head, 4 + kTextLength);
+  require_undamaged(file, in);
   if (word(head, 0) == kTextLength)
     throw Failure(file, "its numbers are little-endian; GRASP maps are read with big-endian ones");
   if (word(head, 0, true) != kTextLength || head.substr(4) != kFirstText)
@@ -273,6 +274,7 @@ void fit_to_format(const std::string& file, const std::string& source, VXSkewGri
   const std::string target = file == "-" ? std::string("this format") : "the format of " + file;
   if (!holds_lattice(format, grid)) {
     grid = plain_map(regular_map(source, grid));
+    if (grid.HasData(ARMS)) renew_statistics(grid);
     note(settings, source + ": brought onto a regular grid, which is all that " + target + " holds");
   }
   if (format.id == Format::CCP4 && grid.GetSpaceGroup() == 0) {
@@ -281,6 +283,8 @@ void fit_to_format(const std::string& file, const std::string& source, VXSkewGri
     else
       note(settings, source + ": interpolated onto the lattice that plain grids have in CCP4 maps");
   }
+  // Without statistics the header of a crystal's map would tell a mean of 0 and an r.m.s. of 1.
+  if (format.id == Format::CCP4 && grid.GetSpaceGroup() != 0 && !grid.HasData(ARMS)) renew_statistics(grid);
   if (format.id == Format::Grasp)
     note(settings, source + ": interpolated onto the 65 x 65 x 65 points of " + target);
 }
@@ -307,7 +311,9 @@ std::string losses(const VXSkewGrid& grid, const FileFormat& format) {
   if (has_crystal_cell(grid) && (!keeps.cell || (format.id == Format::JSON && !json_holds_lattice(grid))))
     lost.emplace_back("the cell");
   if (!keeps.group && grid.GetSpaceGroup() != 0) lost.emplace_back("the space group");
-  if (!keeps.statistics && inner.HasData(ARMS)) lost.emplace_back("the statistics");
+  const bool is_interpolated =
+      format.id == Format::CCP4 && grid.GetSpaceGroup() == 0 && !has_crystal_cell(grid);
+  if ((!keeps.statistics || is_interpolated) && inner.HasData(ARMS)) lost.emplace_back("the statistics");
   if (const unsigned fields = inner.GetFloats().GetNumGrids(); !keeps.fields && fields > 1)
     lost.push_back(text("%u of %u fields", fields - 1, fields));
   if (!keeps.fields && has_integers(inner)) lost.emplace_back("the integers");

@@ -92,8 +92,14 @@ std::string valid_utf8(std::string_view text) {
   return valid;
 }
 
+std::string plain_text(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < 32 || c == 127; }, ' ');
+  return valid_utf8(text);
+}
+
 void note(const Settings& settings, const std::string& line) {
-  if (!settings.quiet) std::fprintf(stderr, "vxgrid: %s\n", line.c_str());
+  if (!settings.quiet) std::fprintf(stderr, "vxgrid: %s\n", plain_text(line).c_str());
 }
 
 void finish_output() {
@@ -108,7 +114,7 @@ std::vector<std::string> LibraryLog::lines(const std::string& file) const {
   const std::string all = out_.str();
   for (size_t from = 0; from < all.size();) {
     const size_t end = std::min(all.find('\n', from), all.size());
-    std::string line = all.substr(from, end - from);
+    std::string line = plain_text(all.substr(from, end - from));
     from = end + 1;
     for (const std::string& lead :
          {std::string("Warning: "), std::string("Error: "), std::string("VXReadMolecule: "),

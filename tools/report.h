@@ -51,6 +51,9 @@ std::string shortest(double number);
 /// The text with U+FFFD for each byte that is not UTF-8.
 std::string valid_utf8(std::string_view text);
 
+/// Text of a file on one line of UTF-8, without tabs and terminal sequences.
+std::string plain_text(std::string text);
+
 /// A remark beside the results, one line on standard error; none with --quiet.
 void note(const Settings& settings, const std::string& line);
 

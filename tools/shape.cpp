@@ -17,13 +17,6 @@ constexpr const char* kLevelNames[] = {"atoms", "bonds", "full"};
 constexpr const char* kSecondNames[] = {"m1", "m2", "m3"};
 constexpr const char* kThirdNames[] = {"xxx", "yyy", "zzz", "xxy", "xxz", "xyy", "yyz", "xzz", "yzz", "xyz"};
 
-/// A title on one line of UTF-8, without tabs and terminal sequences.
-std::string plain(std::string title) {
-  std::replace_if(
-      title.begin(), title.end(), [](unsigned char c) { return c < 32 || c == 127; }, ' ');
-  return valid_utf8(title);
-}
-
 /// A molecule measured, and where it stands.
 struct Row {
   const std::string& file;
@@ -50,7 +43,7 @@ void print_text(const Row& row) {
   for (const double volume : row.shape.all) std::printf(" %9.2f", volume);
   for (const float moment : row.shape.second) put(moment);
   for (const float moment : row.shape.third) put(moment);
-  const std::string title = plain(row.title);
+  const std::string title = plain_text(row.title);
   std::printf("%s%s\n", title.empty() ? "" : "  ", title.c_str());
 }
 
@@ -64,7 +57,7 @@ void print_tsv_head() {
 }
 
 void print_tsv(const Row& row) {
-  std::string line = row.file + '\t' + std::to_string(row.number) + '\t' + plain(row.title) + '\t' +
+  std::string line = row.file + '\t' + std::to_string(row.number) + '\t' + plain_text(row.title) + '\t' +
                      std::to_string(row.shape.atoms);
   const auto put = [&line](float number) { line += '\t' + shortest(number); };
   for (const double volume : row.shape.heavy) put(static_cast<float>(volume));

@@ -1,6 +1,8 @@
 // Files of every format through the command: convert, reflections, info by content, sf and contours into
 // files.
 
+#include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <tuple>
@@ -100,6 +102,12 @@ TEST(Formats, StandardInputAndOutput) {
     vxgrid("convert " + scratch_file("between.") + (format[0] == 'c' ? "map" : format) + " " + direct);
     EXPECT_EQ(read_bytes(piped), read_bytes(direct)) << format;
   }
+  const std::string fifo = scratch_file("fifo.map"), from_fifo = scratch_file("from_fifo");
+  EXPECT_EQ(vxgrid("convert " + map + " " + fifo + " && wait",
+                   "rm -f " + fifo + "; mkfifo " + fifo + "; cat " + fifo + " >" + from_fifo + " & ")
+                .status,
+            0);
+  EXPECT_EQ(read_bytes(from_fifo), read_bytes(direct));
   EXPECT_EQ(vxgrid("map - -o " + piped + " < $MTZ").status, 0);
   EXPECT_EQ(read_bytes(piped), read_bytes(map_file()));
   const Result hkl = vxgrid("reflections - -o - --to phs --from hkl < " + written("a.hkl", kHkl));
@@ -127,15 +135,24 @@ TEST(Formats, TellsWhatTheTargetDoesNotHold) {
       {json, "a.grd", "attributes (note)\n"},
       {json, "a.phi", "the title, attributes (note)\n"},
       {contours, "a.grd", "the statistics, attributes (VX_grid_contour_levels"},
+      {scratch_file("oblique.json"), "oblique_json.map", "the statistics\n"},
   };
   for (const auto& [source, target, says] : rows) {
     SCOPED_TRACE(source + " " + target);
     const Result run = vxgrid("convert " + source + " " + scratch_file(target));
     EXPECT_EQ(run.status, 0);
     EXPECT_THAT(run.err, says ? testing::Matcher<std::string>(AllOf(
-                                    StartsWith("vxgrid: " + source + ": not kept in the "), HasSubstr(says)))
+                                    HasSubstr("vxgrid: " + source + ": not kept in the "), HasSubstr(says)))
                               : testing::Matcher<std::string>(IsEmpty()));
   }
+  // Statistics are those of the samples, where they have changed and where there were none.
+  rapidjson::Document document;
+  document.Parse(read_bytes(scratch_file("oblique.json")).c_str());
+  EXPECT_NEAR(document["ARMS"].GetDouble(), info_of(scratch_file("oblique.json"), "rms"), 1e-6);
+  const std::string header = vxgrid("convert " + written("b.xplor", xplor_text()) + " - --to ccp4").out;
+  const float expected[] = {0, 7, 3.5f, std::sqrt(5.25f)};  // lowest, highest, mean, r.m.s. of 0 to 7
+  EXPECT_EQ(std::memcmp(&header[4 * 19], expected, 12), 0);
+  EXPECT_EQ(std::memcmp(&header[4 * 54], expected + 3, 4), 0);
   // JSON tells of the cell that a document came with, not of the box of a grid without one.
   std::string with_cell = kJson;
   with_cell.insert(1, "\"unitcell\":[4,4,4,90,90,90],");
@@ -246,6 +263,8 @@ TEST(Formats, FailuresNameTheFileAndTheReason) {
   ASSERT_EQ(vxgrid("reflections " + hkl + " -o " + phs_gz).status, 0);
   std::string cut = read_bytes(map_gz), damaged = read_bytes(phs_gz);
   cut.resize(cut.size() / 2);
+  vxgrid("--version", "gzip -c $LIGANDS >" + scratch_file("ligands.sdf.gz") + "; ");
+  const std::string ligands = read_bytes(scratch_file("ligands.sdf.gz"));
   damaged[damaged.size() - 6] ^= 1;  // of its checksum
   ASSERT_EQ(vxgrid("convert " + map + " " + phi + " --quiet").status, 0);
   const std::string grasp = read_bytes(phi), text = grasp.substr(4, 20);
@@ -272,6 +291,8 @@ TEST(Formats, FailuresNameTheFileAndTheReason) {
       {"reflections " + hkl + " -o a.cif", "a.cif", "", "there are .phs .fob .cv .vxx"},
       {"reflections $MTZ -o /dev/full --to vxx", "/dev/full", "", "No space"},
       {"info @", "cut.map.gz", cut, "cut short or damaged"},
+      {"gauss @ -o a.map", "cut.sdf.gz", ligands.substr(0, ligands.size() - 9), "cut short or damaged"},
+      {"info @", "escape.vxb", std::string("\0\3V\33[\1x", 7), "\"V [\""},
       {"reflections @", "damaged.phs.gz", damaged, "cut short or damaged"},
       {"reflections @ -o a.fob", "bare.fob", "INDE 1 2 3 FCALC= 5.0\n", "holds none of its columns (fcalc)"},
       {"reflections @ -o a.phs", "no_fom.fob", "INDE 1 2 3 FOBS= 1.0 90.0\n", "no figures of merit"},
