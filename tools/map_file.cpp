@@ -284,7 +284,8 @@ void fit_to_format(const std::string& file, const std::string& source, VXSkewGri
       note(settings, source + ": interpolated onto the lattice that plain grids have in CCP4 maps");
   }
   // Without statistics the header of a crystal's map would tell a mean of 0 and an r.m.s. of 1.
-  if (format.id == Format::CCP4 && grid.GetSpaceGroup() != 0 && !grid.HasData(ARMS)) renew_statistics(grid);
+  if (format.id == Format::CCP4 && grid.GetSpaceGroup() != 0 && !grid.GetImpl().GetImpl().HasData(ARMS))
+    renew_statistics(grid);
   if (format.id == Format::Grasp)
     note(settings, source + ": interpolated onto the 65 x 65 x 65 points of " + target);
 }
