@@ -90,6 +90,35 @@ class CellSides {
   std::vector<float> low_, high_;
 };
 
+// Samples a row of the source along x, a run of cells beside each other at a time.
+class RowSampler {
+ public:
+  explicit RowSampler(const Visits& xs) {
+    for (const auto& x : xs.list) {
+      if (runs_.empty() || x.cell != runs_.back().cell + runs_.back().count) runs_.push_back({x.cell, 0});
+      ++runs_.back().count;
+      t_.push_back(x.t);
+    }
+  }
+
+  void operator()(const float* row, float* to) const {
+    const float* t = t_.data();
+    for (const Run& run : runs_) {
+      const float* const from = row + run.cell;
+      for (int i = 0; i < run.count; ++i) to[i] = blend(from[i], from[i + 1], t[i]);
+      to += run.count;
+      t += run.count;
+    }
+  }
+
+ private:
+  struct Run {
+    int cell, count;
+  };
+  std::vector<Run> runs_;
+  std::vector<float> t_;
+};
+
 // The trilinear kernel goes along x, then y, then z, each a + (b - a) t. Points beside each other share what
 // comes of the earlier axes, so each row of the source is sampled along x once, and each plane along y: the
 // bits are those of one point after the other (BetweenGrids.SameBitsAsPointByPoint).
@@ -102,13 +131,13 @@ void fill_trilinear(const GridStruct& source, const GridStruct& target, const Vi
   const bool x_is_one_run = xs.list.back().target - first + 1 == static_cast<int>(nx);
   CellSides rows(nx), planes(nx * ny);
   std::vector<float> scattered(x_is_one_run ? 0 : nx);
+  const RowSampler sample_row(xs);
 
   const auto make_plane = [&](int z, float* to) {
     rows.forget();
     for (const auto& y : ys.list) {
       rows.move_to(y.cell, [&](int cell, float* sampled) {
-        const float* const from = source.floats + row * cell + plane * z;
-        for (const auto& x : xs.list) *sampled++ = blend(from[x.cell], from[x.cell + 1], x.t);
+        sample_row(source.floats + row * cell + plane * z, sampled);
       });
       rows.sample(y.t, 0, nx, to);
       to += nx;
