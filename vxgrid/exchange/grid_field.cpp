@@ -150,7 +150,8 @@ VXBytes VXFieldType<T>::ToBytes(const T& grid) {
   VXHost::vxosstream out;
   if (!VXCore::VXWriteGrid(out, grid, VXCore::VXGridFormatGRD)) return VXBytes();
   const std::string text = out.str();
-  return VXBytes(text.begin(), text.end());
+  const auto* const bytes = reinterpret_cast<const unsigned char*>(text.data());
+  return VXBytes(bytes, bytes + text.size());
 }
 
 template <class T>

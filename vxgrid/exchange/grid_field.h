@@ -45,8 +45,7 @@ class VXGRID_API VXFieldType : public VXFieldTypeHandler {
 ///
 /// BytesToJSON writes a bare array, of documents and of nulls for missing grids; JSONToBytes reads an object
 /// whose key "value" holds the array. Each serves its own partners, so one does not read what the other
-/// writes. What is no grid in the array that is read becomes what VXJSONToGrid leaves
-/// of it.
+/// writes. What is no grid in the array that is read becomes what VXJSONToGrid leaves of it.
 template <class T>
 class VXGRID_API VXVectorFieldType : public VXFieldTypeHandler {
  public:

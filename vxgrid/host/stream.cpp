@@ -284,6 +284,8 @@ std::unique_ptr<InputSource> open_source(const char* name) {
 class MemorySink : public OutputSink {
  public:
   bool write(const char* bytes, unsigned long n) override {
+    // Twice what it takes now: a long block would leave no room, and the few bytes behind it would move it.
+    if (n > bytes_.capacity() - bytes_.size()) bytes_.reserve(2 * (bytes_.size() + n));
     bytes_.append(bytes, n);
     return true;
   }
