@@ -97,4 +97,5 @@
 #include <vxgrid/exchange/grid_files.h>
 #include <vxgrid/exchange/grid_json.h>
 #include <vxgrid/exchange/grid_records.h>
+#include <vxgrid/exchange/molecule_records.h>
 #include <vxgrid/exchange/reflection_records.h>

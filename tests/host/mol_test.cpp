@@ -166,6 +166,7 @@ TEST(Molecule, RefusesAtomsThatAreNotItsOwn) {
   VXAtomSetResidue(nullptr, residue(1));
   EXPECT_FALSE(VXGraphMol().GetCoords(xyz));
   EXPECT_EQ(xyz[0], 9);
+  EXPECT_EQ(VXGraphMol().GetCoordsBlock(), nullptr);
   EXPECT_FALSE(VXIter<VXAtomBase>(nullptr));
 }
 
@@ -222,7 +223,9 @@ TEST(Conformers, GoTheirOwnWay) {
   float xyz[12];
   ASSERT_TRUE(mol.GetConfCoords(1, xyz));
   EXPECT_THAT(std::vector<float>(xyz, xyz + 6), ElementsAre(11, 21, 31, 41, 51, 61));
+  mol.GetCoordsBlock()[4] = -8;
   ASSERT_TRUE(mol.GetCoords(xyz));
+  EXPECT_EQ(xyz[4], -8);
   EXPECT_EQ(xyz[5], 7);
   EXPECT_FALSE(mol.GetConfCoords(2, xyz));
 
