@@ -54,12 +54,24 @@ Array numbers(const py::handle& object, const char* name, std::initializer_list<
   return array;
 }
 
+template <class Array>
+Array numbers_for(const py::handle& object, const char* name, py::ssize_t n) {
+  Array values = numbers<Array>(object, name);
+  if (values.ndim() > 0) return numbers<Array>(values, name, {n});
+  Array all(n);
+  std::fill_n(all.mutable_data(), n, values.data()[0]);
+  return all;
+}
+
 template Floats numbers(const py::handle&, const char*);
 template Doubles numbers(const py::handle&, const char*);
 template Ints numbers(const py::handle&, const char*);
 template Floats numbers(const py::handle&, const char*, std::initializer_list<py::ssize_t>);
 template Doubles numbers(const py::handle&, const char*, std::initializer_list<py::ssize_t>);
 template Ints numbers(const py::handle&, const char*, std::initializer_list<py::ssize_t>);
+template Floats numbers_for(const py::handle&, const char*, py::ssize_t);
+template Doubles numbers_for(const py::handle&, const char*, py::ssize_t);
+template Ints numbers_for(const py::handle&, const char*, py::ssize_t);
 
 Floats points_of(const py::handle& object, const char* name) {
   Floats points = numbers<Floats>(object, name);

@@ -27,6 +27,10 @@ Array numbers(const py::handle& object, const char* name);
 template <class Array>
 Array numbers(const py::handle& object, const char* name, std::initializer_list<py::ssize_t> shape);
 
+/// One for each of n things: an array of n, or one number for all.
+template <class Array>
+Array numbers_for(const py::handle& object, const char* name, py::ssize_t n);
+
 /// Positions: an array of shape (..., 3).
 Floats points_of(const py::handle& object, const char* name);
 

@@ -8,3 +8,6 @@ void bind_crystals(pybind11::module_& module);
 void bind_grid_files(pybind11::module_& module);
 void bind_grids(pybind11::module_& module);
 void bind_molecules(pybind11::module_& module);
+void bind_molecule_files(pybind11::module_& module);
+void bind_molecule_symmetry(pybind11::module_& module);
+void bind_molecular_grids(pybind11::module_& module);

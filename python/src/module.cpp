@@ -26,4 +26,7 @@ PYBIND11_MODULE(_core, module) {
   bind_grids(module);
   bind_grid_files(module);
   bind_molecules(module);
+  bind_molecule_files(module);
+  bind_molecule_symmetry(module);
+  bind_molecular_grids(module);
 }

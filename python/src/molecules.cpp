@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -10,9 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include <pybind11/stl/filesystem.h>
-
-#include <molio/read_molecule.h>
 #include <vxgrid/host/mol_geometry.h>
 #include <vxgrid/host/pdb_data.h>
 #include <vxgrid/host/radii.h>
@@ -22,6 +18,8 @@
 #include "attributes.h"
 #include "bindings.h"
 #include "call.h"
+#include "grids.h"
+#include "records.h"
 
 using namespace VXCore;
 
@@ -58,16 +56,6 @@ py::array text_per_atom(const VXGraphMol& mol, const Get& get) {
   py::list texts;
   for (const VXAtomBase& atom : atoms_of(mol)) texts.append(text_of(get(atom)));
   return read_only(py::module_::import("numpy").attr("array")(texts, "U"));
-}
-
-/// One number for each of n atoms: an array of n, or one for all.
-template <class Array>
-Array numbers_for(const py::handle& object, const char* name, py::ssize_t n) {
-  Array values = numbers<Array>(object, name);
-  if (values.ndim() > 0) return numbers<Array>(values, name, {n});
-  Array all(n);
-  std::fill_n(all.mutable_data(), n, values.data()[0]);
-  return all;
 }
 
 template <class Array>
@@ -229,7 +217,7 @@ constexpr ResidueField kResidueFields[] = {
     int_field<&R::GetSerialNumber, &R::SetSerialNumber>(
         "serial_numbers", "Numbers of the atoms in their file, int32 of shape (n,)."),
     int_field<&R::GetImage, &R::SetImage>(
-        "images",
+        "image_numbers",
         "The symmetry image from which each atom came, from 1, int32 of shape (n,); 0 for the molecule's "
         "own atoms."),
 };
@@ -371,14 +359,112 @@ MoleculePtr copy(const VXGraphMol& mol) {
   return compute([&] { return std::make_shared<VXGraphMol>(mol); });
 }
 
-MoleculePtr read_molecule(const std::filesystem::path& path, const std::string& alternates) {
-  if (alternates != "best" && alternates != "all")
-    throw py::value_error("alternates: \"best\" or \"all\" was wanted, \"" + alternates + "\" came");
-  auto mol = std::make_shared<VXGraphMol>();
-  run("the file cannot be read", [&] {
-    return VXReadMolecule(path.string(), *mol, alternates == "best" ? VXAlternates::Best : VXAlternates::All);
+/// One flag for each of n atoms, out of flags or of indices.
+std::vector<char> selection(const py::object& atoms, py::ssize_t n) {
+  std::vector<char> chosen(static_cast<std::size_t>(n));
+  const py::array any = py::array::ensure(atoms);
+  if (!any) PyErr_Clear();
+  if (any && any.dtype().kind() == 'b') {
+    const Ints flags = numbers<Ints>(any, "atoms", {n});
+    std::transform(flags.data(), flags.data() + n, chosen.begin(), [](int flag) { return flag != 0; });
+    return chosen;
+  }
+  const Ints indices = numbers<Ints>(atoms, "atoms", {-1});
+  for (py::ssize_t i = 0; i < indices.size(); ++i) {
+    const py::ssize_t at = indices.at(i) < 0 ? indices.at(i) + n : indices.at(i);
+    if (at < 0 || at >= n)
+      throw py::index_error("atoms: " + std::to_string(indices.at(i)) + " came for a molecule of " +
+                            std::to_string(n) + " atoms");
+    chosen[static_cast<std::size_t>(at)] = 1;
+  }
+  return chosen;
+}
+
+MoleculePtr subset(const VXGraphMol& mol, const py::object& atoms) {
+  const std::vector<char> chosen = selection(atoms, mol.NumAtoms());
+  return compute([&] {
+    auto part = std::make_shared<VXGraphMol>();
+    VXSubsetMol(*part, mol, [&](const VXAtomBase& atom) { return chosen[atom.GetIdx()] != 0; });
+    return part;
   });
+}
+
+MoleculePtr without_hydrogens(const VXGraphMol& mol) {
+  return compute([&] {
+    auto heavy = std::make_shared<VXGraphMol>(mol);
+    VXSuppressHydrogens(*heavy);
+    heavy->Sweep();
+    return heavy;
+  });
+}
+
+MoleculePtr joined(const VXGraphMol& mol, const VXGraphMol& other) {
+  return compute([&] {
+    auto both = std::make_shared<VXGraphMol>(mol);
+    *both += other;
+    return both;
+  });
+}
+
+void assign_radii(VXGraphMol& mol, const std::string& kind) {
+  if (kind != "bondi" && kind != "gaussian")
+    throw wanted("kind", "\"bondi\" or \"gaussian\" was", py::str(kind));
+  if (kind == "bondi")
+    VXAssignBondiVdWRadii(mol);
+  else
+    AssignZemoMolRadii(mol);
+}
+
+/// Three numbers (x, y, z) about a molecule.
+template <class Get>
+py::tuple three(const char* what, const Get& get) {
+  float xyz[3];
+  if (!get(xyz)) throw py::value_error(std::string(what) + ": the molecule has no atoms with coordinates");
+  return py::make_tuple(xyz[0], xyz[1], xyz[2]);
+}
+
+void rotate(VXGraphMol& mol, const py::object& matrix) {
+  const Doubles rows = numbers<Doubles>(matrix, "matrix", {3, 3});
+  VXRotate(mol, rows.data());
+}
+
+void translate(VXGraphMol& mol, const py::object& vector) {
+  VXTranslate(mol, xyz_of(vector, "vector").data());
+}
+
+MoleculePtr from_record(const py::bytes& bytes) {
+  auto mol = std::make_shared<VXGraphMol>();
+  from_bytes(bytes, *mol);
   return mol;
+}
+
+unsigned int element(int number) {
+  if (number >= 0 && number <= static_cast<int>(kElements)) return static_cast<unsigned int>(number);
+  throw py::value_error("number: an atomic number from 0 to 118 was wanted, " + std::to_string(number) +
+                        " came");
+}
+
+void bind_elements(py::module_& module) {
+  module.def(
+      "atomic_number",
+      [](const std::string& symbol) {
+        const unsigned int number = VXGetAtomicNum(symbol);
+        if (number == 0)
+          throw py::value_error("symbol: that of an element was wanted, " +
+                                std::string(py::repr(text_of(symbol))) + " came");
+        return number;
+      },
+      py::arg("symbol"), "The atomic number of an element's symbol in any letter case; 1 for D too.");
+  module.def(
+      "atomic_symbol", [](int number) { return VXGetAtomicSymbol(element(number)); }, py::arg("number"),
+      "The symbol of an element; X for 0, which stands for what is no element.");
+  module.def(
+      "atomic_weight", [](int number) { return VXGetAtomicWeight(element(number)); }, py::arg("number"),
+      "The standard atomic weight in unified atomic mass units; the mass number of a long-lived isotope "
+      "where there is none.");
+  module.def(
+      "bondi_radius", [](int number) { return VXGetBondiVdWRadius(element(number)); }, py::arg("number"),
+      "The van der Waals radius in Å after Bondi; 2 where none was published, 0 for what is no element.");
 }
 
 }  // namespace
@@ -491,12 +577,44 @@ void bind_molecules(py::module_& module) {
           "What the molecule carries beside its atoms, as a mapping.")
       .def("copy", &copy, "A molecule of its own with the same content.")
       .def("__copy__", &copy)
-      .def("__deepcopy__", [](const VXGraphMol& mol, const py::object&) { return copy(mol); });
-
-  module.def(
-      "read_molecule", &read_molecule, py::arg("path"), py::kw_only(), py::arg("alternates") = "best",
-      "Reads the first molecule of a coordinate file: PDB (.pdb, .ent), mmCIF (.cif, .mmcif), SDF (.sdf, "
-      ".sd, .mol) or MOL2\n(.mol2), each also as .gz.\n\nOf alternate conformations in PDB and mmCIF "
-      "files, \"best\" keeps the one with the highest occupancy, \"all\" every\natom. CRYST1 and REMARK "
-      "records become `pdb_records`. Raises Error with the line and the fault.");
+      .def("__deepcopy__", [](const VXGraphMol& mol, const py::object&) { return copy(mol); })
+      .def("subset", &subset, py::arg("atoms"),
+           "A molecule of some of the atoms, in their order, with the bonds between them: atoms is an array "
+           "of flags or of\nindices. The title comes along; attributes, symmetry and PDB records do not.")
+      .def("without_hydrogens", &without_hydrogens, "A molecule without the hydrogens of this one.")
+      .def("__add__", &joined, py::is_operator(),
+           "A molecule with the atoms and bonds of both; all else is that of the first.")
+      .def("assign_radii", &assign_radii, py::arg("kind") = "bondi",
+           "Gives each atom the radius of its element: \"bondi\", van der Waals radii after Bondi, or "
+           "\"gaussian\", for Gaussian\nvolumes.")
+      .def_property_readonly(
+          "center",
+          [](const VXGraphMol& mol) {
+            float extents[3];
+            return three("center", [&](float* xyz) { return VXGetCenterAndExtents(mol, xyz, extents); });
+          },
+          "The middle of the box around the atoms' places, (x, y, z) in Å.")
+      .def_property_readonly(
+          "extents",
+          [](const VXGraphMol& mol) {
+            float center[3];
+            return three("extents", [&](float* xyz) { return VXGetCenterAndExtents(mol, center, xyz); });
+          },
+          "The edges of the box around the atoms' places, (x, y, z) in Å.")
+      .def(
+          "center_of_mass",
+          [](const VXGraphMol& mol, bool weighted) {
+            return three("center_of_mass", [&](float* xyz) { return VXGetCenterOfMass(mol, xyz, weighted); });
+          },
+          py::kw_only(), py::arg("weighted") = true,
+          "The mean of the atoms' places, by atomic weights or each atom alike: (x, y, z) in Å.")
+      .def("rotate", &rotate, py::arg("matrix"), "Moves the atoms to matrix @ xyz, a matrix of shape (3, 3).")
+      .def("translate", &translate, py::arg("vector"), "Moves the atoms by (x, y, z) in Å.")
+      .def(
+          "to_bytes", [](const VXGraphMol& mol) { return to_bytes(mol); },
+          "The molecule with everything it carries as a native binary record, which is what a pickle holds.")
+      .def_static("from_bytes", &from_record, py::arg("bytes"),
+                  "The molecule of a native binary record; ValueError for bytes that are cut short or none.")
+      .def(py::pickle([](const VXGraphMol& mol) { return to_bytes(mol); }, &from_record));
+  bind_elements(module);
 }

@@ -1,6 +1,7 @@
 #include "records.h"
 
 #include <vxgrid/exchange/grid_records.h>
+#include <vxgrid/exchange/molecule_records.h>
 #include <vxgrid/exchange/reflection_records.h>
 
 using namespace VXCore;
@@ -9,6 +10,7 @@ const VXBinaryIOHandlerBase& record_handler() {
   struct Handler : VXBinaryIOHandler {
     Handler() {
       VXInitGridHandlers(*this);
+      VXInitMoleculeHandlers(*this);
       VXInitReflectionHandlers(*this);
     }
   };

@@ -2,7 +2,10 @@
 
 import copy
 import gc
+import pickle
+from collections import Counter
 from collections.abc import Callable
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 from typing import Any
 
@@ -95,6 +98,9 @@ def test_a_molecule_without_atoms() -> None:
         (lambda: small(insert_codes="AB"), ValueError, "one character or none"),
         (lambda: setattr(small(), "pdb_records", ["ab"]), ValueError, "pairs (tag, value)"),
         (lambda: setattr(small(), "coordinates", np.zeros((4, 3))), ValueError, "broadcast"),
+        (lambda: vxgrid.atomic_number("Qq"), ValueError, "'Qq' came"),
+        (lambda: vxgrid.atomic_symbol(119), ValueError, "119 came"),
+        (lambda: vxgrid.bondi_radius(-1), ValueError, "-1 came"),
         (lambda: vxgrid.read_molecule("a.pdb", alternates="A"), ValueError, "best"),  # type: ignore[arg-type]
         (lambda: vxgrid.read_molecule("no/such.pdb"), vxgrid.Error, "no/such.pdb: there is no such file"),
         (lambda: vxgrid.read_molecule(SAMPLES / "4hg7.mtz"), vxgrid.Error, "extension"),
@@ -130,3 +136,129 @@ def test_read_pdb(tmp_path: Path) -> None:
     assert len(vxgrid.read_molecule(str(file))) < 790
     mol.pdb_records = [("REMARK", " one"), ("REMARK", " two")]
     assert mol.pdb_records == (("REMARK", " one"), ("REMARK", " two"))
+
+
+def same(a: vxgrid.Molecule, b: vxgrid.Molecule) -> bool:
+    """Whether everything that arrays and records say is the same, bit for bit."""
+    arrays = ["coordinates", "atomic_numbers", "bonds", "image_numbers", "has_residues", *PER_ATOM]
+    texts = ["title", "pdb_records", "attributes", "symmetry"]
+    return all(np.array_equal(getattr(a, name), getattr(b, name)) for name in arrays) and all(
+        getattr(a, name) == getattr(b, name) for name in texts
+    )
+
+
+def test_pickle_keeps_everything() -> None:
+    mol = small(title="λ", **PER_ATOM)
+    mol.attributes["scores"] = [1.5, -2.0]
+    mol.symmetry = vxgrid.Symmetry("P 21 21 21", (40, 50, 60, 90, 90, 90))
+    model = vxgrid.read_molecule(SAMPLES / "4hg7.pdb")
+    for one in [mol, model, small(), vxgrid.Molecule(np.zeros((0, 3)), [])]:
+        assert same(pickle.loads(pickle.dumps(one)), one)
+        assert same(vxgrid.Molecule.from_bytes(one.to_bytes()), one)
+    whole = mol.to_bytes()
+    for length in range(len(whole)):
+        with pytest.raises(ValueError, match="VXGraphMol"):
+            vxgrid.Molecule.from_bytes(whole[:length])
+
+
+def test_parts_and_sums() -> None:
+    mol = small(**PER_ATOM)
+    selections: list[Any] = [[True, True, False], [1, 0], np.array([0, -2, 0])]
+    for atoms in selections:
+        part = mol.subset(atoms)
+        assert part.symbols.tolist() == ["C", "O"] and part.bonds.tolist() == [[0, 1, 2]]
+        assert part.residue_numbers.tolist() == [-1, 2]
+    assert same(mol.without_hydrogens(), part) and len(mol.subset([])) == 0
+    both = part + mol
+    assert both.bonds.tolist() == [[0, 1, 2], [2, 3, 2], [4, 2, 1]]
+    assert both.radii.tolist() == [1.7, 1.52, 1.7, 1.52, 1.2]
+    for wrong in [[3], [-4]]:
+        with pytest.raises(IndexError, match="a molecule of 3 atoms"):
+            mol.subset(wrong)
+    with pytest.raises(ValueError, match="shape"):
+        mol.subset([True])
+
+
+def test_places_and_elements() -> None:
+    mol = small()
+    assert mol.center == pytest.approx((0.6, 0, 0.55)) and mol.extents == pytest.approx((1.2, 0, 1.1))
+    weights = [12.011, 15.999, 1.008]  # IUPAC 2021
+    assert mol.weights.tolist() == weights
+    assert mol.center_of_mass() == pytest.approx((1.2 * weights[1] / sum(weights), 0, 1.1 * weights[2] / sum(weights)))
+    assert mol.center_of_mass(weighted=False) == pytest.approx((0.4, 0, 1.1 / 3))
+    mol.rotate([[0, -1, 0], [1, 0, 0], [0, 0, 1]])  # x onto y
+    mol.translate((0, 0, 1))
+    np.testing.assert_allclose(mol.coordinates, [[0.0, 0.0, 1.0], [0.0, 1.2, 1.0], [0.0, 0.0, 2.1]], atol=1e-6)
+    mol.assign_radii()
+    assert mol.radii.tolist() == [1.7, 1.52, 1.2]  # Bondi 1964
+    mol.assign_radii("gaussian")
+    assert mol.radii[2] == 1
+    assert [vxgrid.atomic_number(s) for s in ["H", "se", "D"]] == [1, 34, 1] and vxgrid.atomic_symbol(34) == "Se"
+    assert vxgrid.atomic_weight(6) == 12.011 and vxgrid.bondi_radius(6) == 1.7
+
+
+def test_molecules_of_a_file(tmp_path: Path, caplog: pytest.LogCaptureFixture) -> None:
+    whole = (SAMPLES / "ligands.sdf").read_text()
+    reader = vxgrid.read_molecules(SAMPLES / "ligands.sdf")
+    mols = list(reader)
+    assert len(mols) == reader.number == whole.count("$$$$") and reader.share_read == 1
+    assert mols[0].title == whole.split("\n")[0] and same(mols[0], vxgrid.read_molecule(SAMPLES / "ligands.sdf"))
+
+    records = whole.split("$$$$\n")[:3]
+    file = tmp_path / "ligands.sdf"
+    file.write_text("$$$$\n".join([records[0], "broken\n", records[2], ""]))
+    reader = vxgrid.read_molecules(str(file))
+    assert next(reader).title == mols[0].title
+    with pytest.raises(vxgrid.Error, match="molecule 2"):
+        next(reader)
+    assert next(reader).title == mols[2].title
+    with pytest.raises(StopIteration):
+        next(reader)
+    assert [mol.title for mol in vxgrid.read_molecules(file, skip_faults=True)] == [mols[0].title, mols[2].title]
+    assert "molecule 2" in caplog.text
+
+    # Threads may draw from one reader: each molecule comes once.
+    file.write_text(whole * 50)
+    shared = vxgrid.read_molecules(file)
+    with ThreadPoolExecutor(4) as pool:
+        titles = [title for part in pool.map(lambda _: [mol.title for mol in shared], range(4)) for title in part]
+    assert Counter(titles) == {mol.title: 50 for mol in mols}
+
+
+def test_symmetry_images() -> None:
+    """Against distances between fractions, worked out here."""
+    mol = vxgrid.read_molecule(SAMPLES / "4hg7.pdb")
+    symmetry = mol.symmetry
+    assert symmetry is not None and symmetry.group.number == 179 and symmetry.cell.a == pytest.approx(71.45)
+    assert small().symmetry is None
+
+    in_cell = mol.images_in_cell()
+    assert [image.operator for image in in_cell] == list(range(12)) and in_cell[0].is_identity
+    expanded = mol.expand_cell((0, 0, 1))
+    assert Counter(expanded.image_numbers.tolist()) == {i: len(mol) for i in range(13)}
+    for i, image in enumerate(mol.images_in_cell((0, 0, 1)), 1):
+        moved = np.c_[mol.coordinates, np.ones(len(mol))] @ image.matrix.T
+        np.testing.assert_allclose(expanded.coordinates[expanded.image_numbers == i], moved[:, :3], atol=1e-4)
+        center = symmetry.cell.to_fractional(expanded.subset(expanded.image_numbers == i).center_of_mass())
+        assert np.floor(center).tolist() == [0, 0, 1]
+
+    # Every atom of the crystal within 10 Å of the molecule's center is in the expansion, each once.
+    around = mol.expand_near(10)
+    near = np.linalg.norm(around.coordinates - mol.center, axis=1) < 10
+    found = np.unique(np.round(around.coordinates[near & (around.image_numbers > 0)], 1), axis=0)
+    fractions = np.concatenate([symmetry.to_fractional(mol.coordinates, operator=op) for op in range(12)])
+    shifts = np.stack(np.meshgrid(*[np.arange(-4, 5)] * 3), -1).reshape(-1, 1, 3)
+    places = symmetry.cell.to_cartesian((fractions[None] + shifts).reshape(-1, 3))
+    crystal = places[np.linalg.norm(places - mol.center, axis=1) < 10]
+    assert len(found) == pytest.approx(len(np.unique(np.round(crystal, 1), axis=0)), abs=2)  # of rounding alone
+
+    mol.symmetry = None
+    assert mol.symmetry is None and not any(tag == "CRYST1" for tag, _ in mol.pdb_records)
+    with pytest.raises(ValueError, match="no symmetry"):
+        mol.images_near(5)
+    mol.symmetry = symmetry
+    assert mol.symmetry == symmetry and any(tag == "CRYST1" for tag, _ in mol.pdb_records)
+    with pytest.raises(ValueError, match="radius"):
+        mol.images_near(float("nan"))
+    with pytest.raises(vxgrid.Error, match="new atoms"):
+        mol.expand_near(1500)
