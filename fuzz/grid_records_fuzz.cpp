@@ -3,6 +3,7 @@
 
 #include <vxgrid/exchange/gaussian_records.h>
 #include <vxgrid/exchange/grid_records.h>
+#include <vxgrid/exchange/molecule_records.h>
 
 #include <cstdlib>
 #include <string>
@@ -43,6 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   static const VXBinaryIOHandler& handler = *[] {
     auto* const made = new VXBinaryIOHandler;
     VXInitGridHandlers(*made);
+    VXInitMoleculeHandlers(*made);
     made->AddReadFxn(VXGroupReadFxn<VXBase>("Group"));
     made->AddReadFxn(VXGroupReadFxn<VXBase>("Group", "gz"));
     return made;
@@ -54,5 +56,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   round_trip<VXScalarGrid>(in, handler);
   round_trip<VXGaussian>(in, handler);
   round_trip<VXGaussianContainer>(in, handler);
+  round_trip<VXGraphMol>(in, handler);
   return 0;
 }
