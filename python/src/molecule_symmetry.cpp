@@ -64,7 +64,12 @@ VXXtalSymmetry images_near(const VXGraphMol& crystal, float radius, const py::ob
     at = xyz_of(center, "center");
   else if (!VXGetCenterAndExtents(crystal, at.data(), extents.data()))
     throw py::value_error("the molecule has no atoms with coordinates");
-  return compute([&] { return VXXtalSymmetry(crystal, at.data(), radius); });
+  return compute([&] {
+    const VXMessageCapture messages;
+    const VXXtalSymmetry images(crystal, at.data(), radius);
+    if (images.NumOps() == 0 && !messages.GetMessages().empty()) throw LibraryError(reason(messages, ""));
+    return images;
+  });
 }
 
 VXXtalSymmetry images_in_cell(const VXGraphMol& crystal, const std::array<int, 3>& shift) {

@@ -613,7 +613,7 @@ void bind_molecules(py::module_& module) {
       .def(
           "to_bytes", [](const VXGraphMol& mol) { return to_bytes(mol); },
           "The molecule with everything it carries as a native binary record, which is what a pickle holds.")
-      .def_static("from_bytes", &from_record, py::arg("bytes"),
+      .def_static("from_bytes", &from_record, py::arg("data"),
                   "The molecule of a native binary record; ValueError for bytes that are cut short or none.")
       .def(py::pickle([](const VXGraphMol& mol) { return to_bytes(mol); }, &from_record));
   bind_elements(module);

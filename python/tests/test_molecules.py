@@ -262,3 +262,5 @@ def test_symmetry_images() -> None:
         mol.images_near(float("nan"))
     with pytest.raises(vxgrid.Error, match="new atoms"):
         mol.expand_near(1500)
+    with pytest.raises(vxgrid.Error, match="images to try"):
+        mol.images_near(1e5)
