@@ -1,12 +1,15 @@
 #include <vxgrid/molgrid/gaussian_fit.h>
 
+#include <algorithm>
 #include <cmath>
 #include <numeric>
 #include <random>
+#include <utility>
 
 #include <vxgrid/gaussian/gaussian_container.h>
 #include <vxgrid/gaussian/gaussian_width.h>
 #include <vxgrid/gaussian/gsphere.h>
+#include <vxgrid/host/tracer.h>
 #include <vxgrid/molgrid/molecular_grid.h>
 
 #include "processing/lattices.h"
@@ -224,6 +227,33 @@ TEST(GaussianFit, PublicForms) {
   EXPECT_EQ(found[0].NumGaussians(), 0u);
   EXPECT_TRUE(VXMakeGaussianRepGrid(sum, found[0], 2.0f));
   EXPECT_EQ(sum.GetSpacing(), 0.4f);
+}
+
+TEST(GaussianFit, TellsProgressAndStops) {
+  struct Tracer : VXTracerBase {
+    bool Progress(unsigned int current, unsigned int total) override {
+      told.emplace_back(current, total);
+      return told.size() < stop_at;
+    }
+    std::vector<std::pair<unsigned int, unsigned int>> told;
+    std::size_t stop_at = 1000;
+  };
+  const auto fit = [](int max_gaussians, Tracer& tracer) {
+    VXZemoGrid grid = blobs(), sum;
+    Values positions, prefactors, widths;
+    vx_make_grid_gaussian_representation(grid, 0, 0, 0.01f, 0, 0, 0, 0, max_gaussians, positions, prefactors,
+                                         widths, true, sum, tracer);
+    return prefactors;
+  };
+  Tracer counted, stopped, shares;
+  const Values three = fit(3, counted);
+  EXPECT_THAT(counted.told, testing::ElementsAre(std::pair(0u, 3u), std::pair(1u, 3u), std::pair(2u, 3u)));
+  stopped.stop_at = 3;
+  EXPECT_EQ(fit(3, stopped), Values(three.begin(), three.begin() + 2));
+  EXPECT_GT(fit(0, shares).size(), 3u);
+  EXPECT_TRUE(std::is_sorted(shares.told.begin(), shares.told.end()));
+  EXPECT_EQ(shares.told.front(), std::pair(0u, 1000u));
+  EXPECT_GT(shares.told.back().first, 500u);
 }
 
 TEST(GaussianFit, WindowIsOnePointShorterOnTheHighSide) {

@@ -134,23 +134,6 @@ void orient(const Central& moments, float* x, float* y, float* z) {
   if (turn_x != turn_y) negate(z);
 }
 
-/// Third moments (entries 4 to 13) to three traces and seven components without any. 0.6666 for 2/3 and
-/// 0.7905649 for sqrt(5/8) are part of the definition, as they stand.
-void make_irreducible(float* multipoles) {
-  float o[14];
-  std::copy_n(multipoles, 14, o);
-  multipoles[4] = o[4] + o[9] + o[11];
-  multipoles[5] = o[5] + o[7] + o[12];
-  multipoles[6] = o[6] + o[8] + o[10];
-  multipoles[7] = 1.5f * (0.6666f * o[6] - o[8] - o[10]);
-  multipoles[8] = 0.61237246f * (4 * o[11] - o[4] - o[9]);
-  multipoles[9] = 0.61237246f * (4 * o[12] - o[5] - o[7]);
-  multipoles[10] = 1.9364916f * (o[8] - o[10]);
-  multipoles[11] = 3.8729832f * o[13];
-  multipoles[12] = 0.7905649f * (o[4] - 3 * o[9]);
-  multipoles[13] = 0.7905649f * (3 * o[7] - o[5]);
-}
-
 /// The records of a molecule at a level, which belong to the Gaussian; none for an unknown level.
 struct Shape {
   Gsphere* spheres = nullptr;
@@ -176,6 +159,22 @@ Shape make_shape(Gaussian& gaussian, const VXMolBase& mol, const char* type, int
 void vx_shape_multipoles_irreducible_octopoles_on() { IRREDUCIBLE = 1; }
 void vx_shape_multipoles_irreducible_octopoles_off() { IRREDUCIBLE = 0; }
 
+// 0.6666 for 2/3 and 0.7905649 for sqrt(5/8) are part of the definition, as they stand.
+void vx_make_octopoles_irreducible(float* octopoles) {
+  float o[10];
+  std::copy_n(octopoles, 10, o);
+  octopoles[0] = o[0] + o[5] + o[7];
+  octopoles[1] = o[1] + o[3] + o[8];
+  octopoles[2] = o[2] + o[4] + o[6];
+  octopoles[3] = 1.5f * (0.6666f * o[2] - o[4] - o[6]);
+  octopoles[4] = 0.61237246f * (4 * o[7] - o[0] - o[5]);
+  octopoles[5] = 0.61237246f * (4 * o[8] - o[1] - o[3]);
+  octopoles[6] = 1.9364916f * (o[4] - o[6]);
+  octopoles[7] = 3.8729832f * o[9];
+  octopoles[8] = 0.7905649f * (o[0] - 3 * o[5]);
+  octopoles[9] = 0.7905649f * (3 * o[3] - o[1]);
+}
+
 int vx_CalcShapeMultipoles(int n, const Gsphere* spheres, float* multipoles, float* center, float* rotation) {
   Sums sums;
   sum_up(n, spheres, sums);
@@ -195,7 +194,7 @@ int vx_CalcShapeMultipoles(int n, const Gsphere* spheres, float* multipoles, flo
     const auto [p, q, r] = kAxes[i];
     multipoles[4 + i] = static_cast<float>(moments.along(axes[p], axes[q], axes[r]));
   }
-  if (IRREDUCIBLE) make_irreducible(multipoles);
+  if (IRREDUCIBLE) vx_make_octopoles_irreducible(multipoles + 4);
   return std::all_of(multipoles, multipoles + 14, [](float m) { return std::isfinite(m); });
 }
 

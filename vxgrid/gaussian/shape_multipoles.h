@@ -19,6 +19,10 @@ VXGRID_API extern int IRREDUCIBLE;
 VXGRID_API void vx_shape_multipoles_irreducible_octopoles_on();
 VXGRID_API void vx_shape_multipoles_irreducible_octopoles_off();
 
+/// Ten third moments, in the order below, to irreducible form: the three traces xxx + xyy + xzz, ... (a
+/// vector in the frame) and seven components free of traces.
+VXGRID_API void vx_make_octopoles_irreducible(float* octopoles);
+
 /// Moments of the shape about its centre, in the frame of its principal axes.
 ///
 /// multipoles  14 floats: the volume (Å^3); three second moments, the largest first; ten third moments xxx,
@@ -26,9 +30,6 @@ VXGRID_API void vx_shape_multipoles_irreducible_octopoles_off();
 /// center      the centre of volume
 /// rotation    nine floats, row-major, whose rows are the axes: right-handed, with the x and the y axis
 ///             turned so that xxx and yyy are not negative
-///
-/// In irreducible form the ten are the three traces xxx + xyy + xzz, ... (a vector in the frame) and seven
-/// components free of traces.
 ///
 /// Axes are not settled by every shape. Equal second moments leave them to the eigensolver, and single third
 /// moments then depend on the pose. An axis x or y along which the third moment is 0 takes the negative sense

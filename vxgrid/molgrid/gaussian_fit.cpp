@@ -18,6 +18,7 @@
 #include <vxgrid/grid/zemogrid.h>
 #include <vxgrid/host/error_handler.h>
 #include <vxgrid/host/large_array.h>
+#include <vxgrid/host/tracer.h>
 #include <vxgrid/molgrid/molecular_grid.h>
 #include <vxgrid/processing/grid_struct.h>
 #include <vxgrid/host/wide.inl>
@@ -338,7 +339,7 @@ struct FitArguments {
 class GaussianFit {
  public:
   /// Sets negative values of the grid to 0.
-  GaussianFit(VXZemoGrid& grid, const FitArguments& arguments);
+  GaussianFit(VXZemoGrid& grid, const FitArguments& arguments, VXTracerBase& tracer);
   void Run();
 
   std::vector<Gsphere>& Gaussians() { return gaussians_; }
@@ -358,9 +359,11 @@ class GaussianFit {
   Best FindBest();
   bool Add(const Best& best);
   bool EndsAt(double energy) const;
+  bool MayGoOn() const;
   void Subtract(const Level& level, const Gsphere& g);
 
   const FitArguments arguments_;
+  VXTracerBase& tracer_;
   const Lattice lattice_;
   std::vector<VXCore::Run> candidates_;  // ascending, each within a plane
   std::vector<Level> levels_;
@@ -371,8 +374,8 @@ class GaussianFit {
   Windows windows_;
 };
 
-GaussianFit::GaussianFit(VXZemoGrid& grid, const FitArguments& arguments)
-    : arguments_(arguments), lattice_(grid) {
+GaussianFit::GaussianFit(VXZemoGrid& grid, const FitArguments& arguments, VXTracerBase& tracer)
+    : arguments_(arguments), tracer_(tracer), lattice_(grid) {
   gaussians_.reserve(100);
   float* const density = grid.GetFloats().GetValues();
   ReadDensity(density);
@@ -422,7 +425,7 @@ void GaussianFit::Run() {
   while (more) {
     const Best best = FindBest();
     if (best.size > Threshold()) {
-      more = Add(best);
+      more = MayGoOn() && Add(best);
     } else {
       top_ = Threshold();
       more = FillLists();
@@ -520,6 +523,15 @@ bool GaussianFit::EndsAt(double energy) const {
   return arguments_.max_gaussians <= 0 && !(energy < energy_ && energy > -density_energy_);
 }
 
+/// Tells the tracer how far the fit has come.
+bool GaussianFit::MayGoOn() const {
+  const auto found = static_cast<unsigned int>(gaussians_.size());
+  if (arguments_.max_gaussians > 0)
+    return tracer_.Progress(found, static_cast<unsigned int>(arguments_.max_gaussians));
+  const double taken = 1000 * (1 - energy_ / density_energy_);
+  return tracer_.Progress(taken > 0 ? static_cast<unsigned int>(std::min(taken, 1000.0)) : 0, 1000);
+}
+
 /// The product of two Gaussians on one line of centres integrates to a Gaussian of their distance.
 void GaussianFit::Subtract(const Level& level, const Gsphere& g) {
   for (Level& other : levels_) {
@@ -555,8 +567,11 @@ void clear_values(VXZemoGrid& grid, const VXZemoGrid& like) {
 bool VXMakeGaussianRepresentation(VXGaussianContainerBase& gaussians, VXZemoGrid& grid, float tolerance,
                                   unsigned int levels, unsigned int max_gaussians) {
   const int level_count = levels == 0 ? kLevels : to_int(levels);
-  GaussianFit fit(grid, {kPublicTail, kCut, tolerance, true, level_count, kLargestRadius, kRadiusStep,
-                         to_int(max_gaussians)});
+  VXTracerBase no_tracer;
+  GaussianFit fit(
+      grid,
+      {kPublicTail, kCut, tolerance, true, level_count, kLargestRadius, kRadiusStep, to_int(max_gaussians)},
+      no_tracer);
   fit.Run();
   gaussians.Clear();
   for (const Gsphere& g : fit.Gaussians())
@@ -597,10 +612,24 @@ float vx_make_grid_gaussian_representation(VXZemoGrid& grid, float tail, float c
                                            std::vector<float>& positions, std::vector<float>& prefactors,
                                            std::vector<float>& widths, bool return_lists,
                                            VXZemoGrid& reconstruction) {
+  VXTracerBase no_tracer;
+  return vx_make_grid_gaussian_representation(grid, tail, cut, tolerance, no_energy_test, levels,
+                                              largest_radius, radius_step, max_gaussians, positions,
+                                              prefactors, widths, return_lists, reconstruction, no_tracer);
+}
+
+float vx_make_grid_gaussian_representation(VXZemoGrid& grid, float tail, float cut, float tolerance,
+                                           int no_energy_test, int levels, float largest_radius,
+                                           float radius_step, int max_gaussians,
+                                           std::vector<float>& positions, std::vector<float>& prefactors,
+                                           std::vector<float>& widths, bool return_lists,
+                                           VXZemoGrid& reconstruction, VXTracerBase& tracer) {
   tail = or_default(tail, 0.004f);
-  GaussianFit fit(grid, {tail, or_default(cut, kCut), tolerance, no_energy_test == 0,
-                         or_default(levels, kLevels), or_default(largest_radius, kLargestRadius),
-                         or_default(radius_step, kRadiusStep), max_gaussians});
+  GaussianFit fit(
+      grid,
+      {tail, or_default(cut, kCut), tolerance, no_energy_test == 0, or_default(levels, kLevels),
+       or_default(largest_radius, kLargestRadius), or_default(radius_step, kRadiusStep), max_gaussians},
+      tracer);
   fit.Run();
 
   std::vector<Gsphere>& records = fit.Gaussians();

@@ -9,6 +9,7 @@ namespace VXCore {
 class VXGaussianContainerBase;
 class VXMolBase;
 class VXScalarGrid;
+class VXTracerBase;
 class VXZemoGrid;
 struct GridStruct;
 struct Gsphere;
@@ -65,6 +66,16 @@ VXGRID_API float vx_make_grid_gaussian_representation(VXZemoGrid& grid, float ta
                                                       std::vector<float>& prefactors,
                                                       std::vector<float>& widths, bool return_lists,
                                                       VXZemoGrid& reconstruction);
+/// The same with progress before each Gaussian: how many there are of max_gaussians or, without that limit,
+/// how many thousandths of the energy they took, which need not reach 1000. When the tracer asks to stop, the
+/// fit ends with the Gaussians that there are.
+VXGRID_API float vx_make_grid_gaussian_representation(VXZemoGrid& grid, float tail, float cut,
+                                                      float tolerance, int no_energy_test, int levels,
+                                                      float largest_radius, float radius_step,
+                                                      int max_gaussians, std::vector<float>& positions,
+                                                      std::vector<float>& prefactors,
+                                                      std::vector<float>& widths, bool return_lists,
+                                                      VXZemoGrid& reconstruction, VXTracerBase& tracer);
 
 /// Subtracts n Gaussians (width, centre and prefactor of the records) from the first float field, each in a
 /// window of m = trunc(sqrt(-log(tail) / width) / spacing) points around its centre.
