@@ -1,6 +1,7 @@
 #include "arrays.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <type_traits>
 
@@ -78,6 +79,20 @@ Floats points_of(const py::handle& object, const char* name) {
   if (points.ndim() > 0 && points.shape(points.ndim() - 1) == 3) return points;
   throw py::value_error(std::string(name) + ": positions of shape (n, 3) were wanted, " +
                         shape_text(points.shape(), points.ndim()) + " came");
+}
+
+Floats finite_points(const py::handle& object, const char* name) {
+  Floats points = numbers<Floats>(object, name, {-1, 3});
+  for (py::ssize_t i = 0; i < points.size(); ++i)
+    if (!std::isfinite(points.data()[i]))
+      throw py::value_error(std::string(name) + ": finite numbers were wanted, row " + std::to_string(i / 3) +
+                            " has " + std::to_string(points.data()[i]));
+  return points;
+}
+
+py::array read_only(py::array array) {
+  array.attr("setflags")(py::arg("write") = false);
+  return array;
 }
 
 py::str text_of(std::string_view bytes) {

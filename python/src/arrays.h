@@ -33,6 +33,8 @@ Array numbers_for(const py::handle& object, const char* name, py::ssize_t n);
 
 /// Positions: an array of shape (..., 3).
 Floats points_of(const py::handle& object, const char* name);
+/// Positions of shape (n, 3), finite ones alone.
+Floats finite_points(const py::handle& object, const char* name);
 
 /// Text for Python out of bytes that need not be UTF-8: bytes that are not stay as surrogates.
 py::str text_of(std::string_view bytes);
@@ -40,6 +42,9 @@ py::str text_of(std::string_view bytes);
 /// A new array that takes the values of a vector over, without a copy. {n} or the shape given.
 template <class T>
 py::array_t<T> array_of(std::vector<T>&& values, std::vector<py::ssize_t> shape = {});
+
+/// For copies of values: an array that is not to be written to, as that would change nothing.
+py::array read_only(py::array array);
 
 /// A view of memory that belongs to `owner` and moves at no time; the view keeps the owner alive.
 template <class T>

@@ -11,3 +11,4 @@ void bind_molecules(pybind11::module_& module);
 void bind_molecule_files(pybind11::module_& module);
 void bind_molecule_symmetry(pybind11::module_& module);
 void bind_molecular_grids(pybind11::module_& module);
+void bind_gaussians(pybind11::module_& module);

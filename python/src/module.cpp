@@ -29,4 +29,5 @@ PYBIND11_MODULE(_core, module) {
   bind_molecule_files(module);
   bind_molecule_symmetry(module);
   bind_molecular_grids(module);
+  bind_gaussians(module);
 }

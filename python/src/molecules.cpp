@@ -37,12 +37,6 @@ VXIter<VXAtomBase> atoms_of(const VXGraphMol& mol) { return mol.GetAtoms(); }
 
 // --- arrays of one value an atom ---
 
-/// Values are copies: the array is not to be written to, as that would change nothing.
-py::array read_only(py::array array) {
-  array.attr("setflags")(py::arg("write") = false);
-  return array;
-}
-
 template <class T, class Get>
 py::array per_atom(const VXGraphMol& mol, const Get& get) {
   std::vector<T> values;
@@ -297,15 +291,6 @@ void set_elements(VXGraphMol& mol, const py::object& values) {
 py::array_t<float> coordinates(const py::object& self) {
   auto& mol = self.cast<VXGraphMol&>();
   return view_of(mol.GetCoordsBlock(), {static_cast<py::ssize_t>(mol.NumAtoms()), 3}, self);
-}
-
-Floats finite_points(const py::object& object, const char* name) {
-  Floats points = numbers<Floats>(object, name, {-1, 3});
-  for (py::ssize_t i = 0; i < points.size(); ++i)
-    if (!std::isfinite(points.data()[i]))
-      throw py::value_error(std::string(name) + ": finite numbers were wanted, row " + std::to_string(i / 3) +
-                            " has " + std::to_string(points.data()[i]));
-  return points;
 }
 
 MoleculePtr new_molecule(const py::object& coordinates, const py::object& elements, const py::object& bonds,

@@ -21,3 +21,18 @@ class SymmetryImage(NamedTuple):
     operator: int
     is_identity: bool
     matrix: NDArray[np.float32]
+
+
+class ShapeMoments(NamedTuple):
+    """The shape of a molecule in numbers; moments are about the centre, in the frame, divided by the volume."""
+
+    volume: float
+    """In Å³."""
+    second: NDArray[np.float32]
+    """Along the principal axes, the largest first: shape (3,), in Å²."""
+    third: NDArray[np.float32]
+    """xxx, yyy, zzz, xxy, xxz, xyy, yyz, xzz, yzz, xyz: shape (10,), in Å³."""
+    center: NDArray[np.float32]
+    """The centre of volume: shape (3,), in Å."""
+    axes: NDArray[np.float32]
+    """The principal axes as rows, a right-handed frame: shape (3, 3)."""
