@@ -14,6 +14,7 @@
 #include <limits>
 
 #include <molio/read_molecule.h>
+#include <vxgrid/exchange/grid_files.h>
 #include <vxgrid/grid/grid_format.h>
 #include <vxgrid/host/binary_records.h>
 #include <vxgrid/host/text.h>
@@ -25,32 +26,39 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Behind those of maps, which the library knows.
 // clang-format off
-constexpr FileFormat kFormats[] = {
-  {Format::CCP4,        FileKind::Map,         "ccp4",  "CCP4 Map",           "map,ccp4,ccp,mrc", true,  VXGridFormatCCP4},
-  {Format::XPLOR,       FileKind::Map,         "xplor", "XPLOR Map",          "xplor,xplmap",     false, VXGridFormatXPLOR},
-  {Format::Grasp,       FileKind::Map,         "phi",   "GRASP Grid",         "phi",              true,  VXGridFormatGrasp},
-  {Format::GRD,         FileKind::Map,         "grd",   "Velixa Grid",        "grd",              true,  VXGridFormatGRD},
-  {Format::Ascii,       FileKind::Map,         "agd",   "Ascii Grid",         "agd",              true,  VXGridFormatAscii},
-  {Format::JSON,        FileKind::Map,         "json",  "JSON Grid",          "json",             true,  0},
-  {Format::Native,      FileKind::Map,         "vxb",   "Native Grid",        "vxb",              true,  0},
-  {Format::MTZ,         FileKind::Mtz,         "mtz",   "MTZ",                "mtz",              false, 0},
-  {Format::CIF,         FileKind::Reflections, "cif",   "CIF Reflections",    "cif",              false, 0},
-  {Format::PHS,         FileKind::Reflections, "phs",   "PHS Reflections",    "phs",              true,  0},
-  {Format::FOB,         FileKind::Reflections, "fob",   "XPLOR Reflections",  "fob,cv",           true,  0},
-  {Format::HKL,         FileKind::Reflections, "hkl",   "HKL Reflections",    "hkl",              false, 0},
-  {Format::VXX,         FileKind::Reflections, "vxx",   "Native Reflections", "vxx",              true,  0},
+constexpr FileFormat kOtherFormats[] = {
+  {Format::MTZ,         FileKind::Mtz,         "mtz",   "MTZ",                "mtz",    false, 0},
+  {Format::CIF,         FileKind::Reflections, "cif",   "CIF Reflections",    "cif",    false, 0},
+  {Format::PHS,         FileKind::Reflections, "phs",   "PHS Reflections",    "phs",    true,  0},
+  {Format::FOB,         FileKind::Reflections, "fob",   "XPLOR Reflections",  "fob,cv", true,  0},
+  {Format::HKL,         FileKind::Reflections, "hkl",   "HKL Reflections",    "hkl",    false, 0},
+  {Format::VXX,         FileKind::Reflections, "vxx",   "Native Reflections", "vxx",    true,  0},
   {Format::Coordinates, FileKind::Model,       "model", "Coordinates",        "pdb,ent,cif,mmcif,sdf,sd,mol,mol2", false, 0},
 };
 // clang-format on
 
-const FileFormat* format_of(Format id) { return &kFormats[static_cast<int>(id)]; }
+/// All formats, in the order of their ids.
+const std::vector<FileFormat>& formats() {
+  static const auto* const all = [] {
+    auto* const rows = new std::vector<FileFormat>;
+    for (const VXGridFileFormat& map : VXGetGridFileFormats())
+      rows->push_back({static_cast<Format>(rows->size()), FileKind::Map, map.name, map.title, map.extensions,
+                       map.is_writeable, map.code});
+    rows->insert(rows->end(), std::begin(kOtherFormats), std::end(kOtherFormats));
+    return rows;
+  }();
+  return *all;
+}
+
+const FileFormat* format_of(Format id) { return &formats()[static_cast<size_t>(id)]; }
 
 /// The first format for which `is_it` holds; null when there is none.
 template <class Predicate>
 const FileFormat* find_format(Predicate is_it) {
-  const auto* const found = std::find_if(std::begin(kFormats), std::end(kFormats), is_it);
-  return found == std::end(kFormats) ? nullptr : found;
+  const auto found = std::find_if(formats().begin(), formats().end(), is_it);
+  return found == formats().end() ? nullptr : &*found;
 }
 
 std::vector<std::string> words_of(const char* list) {
@@ -242,14 +250,14 @@ std::int32_t word(std::string_view bytes, size_t index, bool swap) {
 
 std::vector<std::string> format_names(FileKind kind, bool written) {
   std::vector<std::string> names;
-  for (const FileFormat& format : kFormats)
+  for (const FileFormat& format : formats())
     if (format.kind == kind && (format.is_written || !written)) names.emplace_back(format.name);
   return names;
 }
 
 std::string extensions_of(FileKind kind, bool written) {
   std::vector<std::string> extensions;
-  for (const FileFormat& format : kFormats)
+  for (const FileFormat& format : formats())
     if (format.kind == kind && (format.is_written || !written))
       for (const std::string& extension : words_of(format.extensions)) extensions.push_back("." + extension);
   return join(extensions, " ");
@@ -263,7 +271,7 @@ const FileFormat* format_by_extension(const std::string& file) {
   // These may hold coordinates as well as reflections.
   for (const char* shared : {"cif", "ent", "mmcif"})
     if (VXFileExtension(file, shared)) return nullptr;
-  for (const FileFormat& format : kFormats)
+  for (const FileFormat& format : formats())
     for (const std::string& extension : words_of(format.extensions))
       if (VXFileExtension(file, extension)) return &format;
   // Of those of the library's own formats the beginning is enough.

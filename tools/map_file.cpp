@@ -1,16 +1,8 @@
 #include "map_file.h"
 
-#include <rapidjson/document.h>
-
 #include <algorithm>
-#include <cstdlib>
 
-#include <vxgrid/exchange/grid_json.h>
-#include <vxgrid/exchange/grid_records.h>
 #include <vxgrid/formats/grasp.h>
-#include <vxgrid/formats/gridio.h>
-#include <vxgrid/grid/grid_format.h>
-#include <vxgrid/host/error_handler.h>
 #include <vxgrid/processing/grid_values.h>
 
 #include "map_values.h"
@@ -42,128 +34,6 @@ const Keeps& keeps_of(const FileFormat& format) {
                        [&](const Keeps& each) { return each.format == format.id; });
 }
 
-/// Whether a JSON document brings the lattice of a grid back: the cell sets it, with one step a sample along
-/// each edge, and with beta in the place of gamma.
-bool json_holds_lattice(const VXSkewGrid& grid) {
-  const VXZemoGrid& inner = grid.GetImpl().GetImpl();
-  float a, b, c, alpha, beta, gamma;
-  unsigned x, y, z;
-  inner.GetUnitCell(a, b, c, alpha, beta, gamma);
-  return inner.HasUnitCell() && inner.GetUnitSpacing(x, y, z) && x == grid.GetXDim() && y == grid.GetYDim() &&
-         z == grid.GetZDim() && beta == gamma;
-}
-
-bool holds_lattice(const FileFormat& format, const VXSkewGrid& grid) {
-  switch (format.id) {
-    case Format::CCP4:
-    case Format::GRD:
-    case Format::Native:
-      return true;
-    case Format::JSON:
-      return grid.IsRegular() || json_holds_lattice(grid);
-    default:
-      return grid.IsRegular();
-  }
-}
-
-// --- reading ---
-
-bool has_cell(const std::string& text) {
-  if (text.find("\"unitcell\"") == text.npos) return false;
-  VXJSONDocument document;
-  return JSONParseHelper(document, text) && document.IsObject() && document.HasMember("unitcell");
-}
-
-bool read_json(VXHost::vxistream& in, VXSkewGrid& grid) {
-  std::string text;
-  in.read(text, in.max_bytes_left());
-  if (has_cell(text)) {
-    const bool read = VXJSONToGrid(grid, text);
-    VXCopyBaseData(grid.GetImpl().GetImpl(), grid);
-    return read;
-  }
-  VXScalarGrid plain;
-  if (!VXJSONToGrid(plain, text)) return false;
-  grid = plain_map(plain);
-  return true;
-}
-
-bool read_native(VXHost::vxistream& in, VXSkewGrid& grid) {
-  VXBinaryIOHandler handler;
-  VXInitGridHandlers(handler);
-  std::string tag;
-  VXBReadTag(in, tag);
-  in.seek(0);
-  unsigned status = VXBDone;
-  if (tag == "VXScalarGrid") {
-    VXScalarGrid plain;
-    status = VXBinaryRead(in, plain, handler);
-    grid = plain_map(plain);
-  } else if (tag == "VXSkewGrid") {
-    status = VXBinaryRead(in, grid, handler);
-  } else if (tag == "VXZemoGrid") {
-    VXZemoGrid& whole = grid.GetImpl().GetImpl();  // read into the skew grid, its faults would not show
-    status = VXBinaryRead(in, whole, handler);
-    VXCopyBaseData(grid, whole);
-  } else {
-    VXThrow.Warning("its first record is no grid but \"%s\"", tag.c_str());
-    return false;
-  }
-  if (status != VXBDone) VXThrow.Warning("its record is cut off or damaged (status %u)", status);
-  if (status == VXBDone && in) VXThrow.Warning("what follows its first record is left aside");
-  return status == VXBDone;
-}
-
-bool read_library_format(VXHost::vxistream& in, VXSkewGrid& grid, unsigned code) {
-  const bool read = VXReadGrid(in, grid, code);
-  // These are the names that the readers of maps give, not those of files.
-  if (code == VXGridFormatCCP4 || code == VXGridFormatXPLOR) grid.SetTitle("");
-  VXCopyBaseData(grid, grid.GetImpl().GetImpl());
-  return read;
-}
-
-/// The library takes whatever is there of a GRASP map; here one that is not whole, or something else under
-/// that extension, is a Failure. The stream stands at its start afterwards.
-void require_whole_grasp(const std::string& file, VXHost::vxistream& in) {
-  constexpr char kFirstText[] = "now starting phimap ";
-  constexpr int kTextLength = sizeof kFirstText - 1;
-  // Five records, each between its length and its length: three texts, the samples, scale and midpoint.
-  constexpr unsigned long kBytes =
-      4ul * kGraspDim * kGraspDim * kGraspDim + kTextLength + 70 + 16 + 4 * 4 + 5 * 8;
-  std::string head;
-  in.read(head, 4 + kTextLength);
-  require_undamaged(file, in);
-  if (word(head, 0) == kTextLength)
-    throw Failure(file, "its numbers are little-endian; GRASP maps are read with big-endian ones");
-  if (word(head, 0, true) != kTextLength || head.substr(4) != kFirstText)
-    throw Failure(file, text("not a GRASP map: they begin with \"%s\"", kFirstText));
-  if (!in.seek(kBytes - 1) || in.getbyte() < 0)
-    throw Failure(file, text("the map is cut off: a GRASP map has %lu bytes", kBytes));
-  in.seek(0);
-}
-
-// --- writing ---
-
-bool write_json(VXHost::vxostream& out, const VXScalarGrid& grid) {
-  return !(out << VXGridToJSON(grid, VXJSONFlagBaseData) << "\n").fail();
-}
-
-/// A lattice that its cell does not bring back goes out as that of a plain grid; only a regular one comes
-/// here.
-bool write_json(VXHost::vxostream& out, const VXSkewGrid& grid) {
-  if (!json_holds_lattice(grid)) return write_json(out, regular_map("the map", grid));
-  return !(out << VXGridToJSON(grid, VXJSONFlagBaseData) << "\n").fail();
-}
-
-template <class Grid>
-bool write_native(VXHost::vxostream& out, const Grid& grid) {
-  VXBinaryIOHandler handler;
-  VXInitGridHandlers(handler);
-  return VXBinaryWrite(out, grid, handler);
-}
-
-// --- what is lost ---
-
 bool is_statistic(const std::string& name) {
   return name == AMIN || name == AMAX || name == AMEAN || name == ARMS;
 }
@@ -177,51 +47,19 @@ bool has_integers(const VXZemoGrid& grid) {
 
 }  // namespace
 
-bool has_crystal_cell(const VXSkewGrid& grid) {
-  return grid.HasUnitCell() && (grid.GetSpaceGroup() != 0 || !grid.IsRegular() || !json_holds_lattice(grid));
-}
+bool has_crystal_cell(const VXSkewGrid& grid) { return VXHasCrystalCell(grid.GetImpl().GetImpl()); }
 
 void require_whole_ccp4(const std::string& file, VXHost::vxistream& in) {
-  constexpr size_t kHeader = 1024;
-  std::string head;
-  in.read(head, kHeader);
-  require_undamaged(file, in);
-  if (head.size() < kHeader)
-    throw Failure(file, text("not a CCP4 map: its header has 1024 bytes, here are %zu", head.size()));
-
-  const bool swap = std::abs(static_cast<long long>(word(head, 0, false))) > 131072;
-  const int mode = word(head, 3, swap);
-  long long samples = 1;
-  for (size_t axis = 0; axis < 3; ++axis) {
-    const int count = word(head, axis, swap), on_axis = word(head, 16 + axis, swap);
-    if (count < 1 || on_axis < 1 || on_axis > 3 || mode < 0)
-      throw Failure(file, "not a CCP4 map: its header makes no sense");
-    samples = std::min(samples * count, 1LL << 40);
-  }
-  if (mode != 0 && mode != 2)
-    throw Failure(file,
-                  text("samples of mode %d; CCP4 maps of mode 2 (floats) and 0 (bytes) are read", mode));
-  const long long records = std::max(0, word(head, 23, swap)) / 80;
-  const long long end = static_cast<long long>(kHeader) + 80 * records + samples * (mode == 2 ? 4 : 1);
-  if (in.tell() < static_cast<unsigned long long>(end))
-    throw Failure(file, text("the map is cut off: its header announces %lld bytes", end));
-  in.seek(0);
+  const LibraryLog log;
+  if (!VXIsWholeGridFile(in, VXGridFormatCCP4)) throw Failure(file, log.reason(file, "not a CCP4 map"));
 }
 
 VXSkewGrid read_map(const std::string& file, InputFile& input, const Settings& settings) {
   if (input.format().kind != FileKind::Map) throw Failure(file, "not a map");
-  if (input.format().id == Format::CCP4) require_whole_ccp4(file, input.stream());
-  if (input.format().id == Format::Grasp) require_whole_grasp(file, input.stream());
   const LibraryLog log;
   VXSkewGrid grid;
-  const bool read = input.format().id == Format::JSON ? read_json(input.stream(), grid)
-                    : input.format().id == Format::Native
-                        ? read_native(input.stream(), grid)
-                        : read_library_format(input.stream(), grid, input.format().code);
-  require_undamaged(file, input.stream());
-  if (!read) throw Failure(file, log.reason(file, "cannot be read as a map"));
-  if (!grid.GetValues())
-    throw Failure(file, text("it holds %s, which makes no map", grid.GetSize() ? "one point" : "no point"));
+  if (!VXReadGridFile(input.stream(), grid, input.format().code))
+    throw Failure(file, log.reason(file, "cannot be read as a map"));
   log.pass_on(settings, file);
   return grid;
 }
@@ -253,11 +91,7 @@ void require_attributes(const std::string& file, const char* what) {
 
 template <class Grid>
 void write_map(const std::string& file, const Grid& grid, const FileFormat& format) {
-  write_file(file, [&](VXHost::vxostream& out) {
-    if (format.id == Format::JSON) return write_json(out, grid);
-    if (format.id == Format::Native) return write_native(out, grid);
-    return VXWriteGrid(out, grid, format.code);
-  });
+  write_file(file, [&](VXHost::vxostream& out) { return VXWriteGridFile(out, grid, format.code); });
 }
 template void write_map(const std::string&, const VXSkewGrid&, const FileFormat&);
 template void write_map(const std::string&, const VXScalarGrid&, const FileFormat&);
@@ -272,8 +106,8 @@ void fit_to_format(const std::string& file, const std::string& source, VXSkewGri
     inner.SetIntegersMultiple(inner.GetIntegers().GetNumGrids());
   }
   const std::string target = file == "-" ? std::string("this format") : "the format of " + file;
-  if (!holds_lattice(format, grid)) {
-    grid = plain_map(regular_map(source, grid));
+  if (!VXHoldsLattice(format.code, inner)) {
+    grid = VXMakePlainSkewGrid(regular_map(source, grid));
     if (grid.HasData(ARMS)) renew_statistics(grid);
     note(settings, source + ": brought onto a regular grid, which is all that " + target + " holds");
   }
@@ -309,7 +143,7 @@ std::string losses(const VXSkewGrid& grid, const FileFormat& format) {
   const VXZemoGrid& inner = grid.GetImpl().GetImpl();
   std::vector<std::string> lost;
   if (!keeps.title && !grid.GetTitle().empty()) lost.emplace_back("the title");
-  if (has_crystal_cell(grid) && (!keeps.cell || (format.id == Format::JSON && !json_holds_lattice(grid))))
+  if (has_crystal_cell(grid) && (!keeps.cell || (format.id == Format::JSON && !VXDocumentHoldsCell(inner))))
     lost.emplace_back("the cell");
   if (!keeps.group && grid.GetSpaceGroup() != 0) lost.emplace_back("the space group");
   const bool is_interpolated =

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include <vxgrid/exchange/grid_files.h>
 #include <vxgrid/grid/scalargrid.h>
 #include <vxgrid/grid/skewgrid.h>
 

@@ -62,7 +62,7 @@ void mask(const MaskOptions& options, const Settings& settings) {
   const VXGraphMol model = read_model(options.model, settings);
   const bool was_oblique = !grid.IsRegular();
   if (was_oblique) {
-    grid = plain_map(regular_map(options.grid, grid, 0));
+    grid = VXMakePlainSkewGrid(regular_map(options.grid, grid, 0));
     note(settings, options.grid + ": brought onto a regular grid, which masks need");
   }
   tell_if_outside(grid, model, options, settings);

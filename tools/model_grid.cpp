@@ -121,20 +121,6 @@ VXScalarGrid regular_map(const std::string& file, const VXSkewGrid& grid, float 
   return regular;
 }
 
-VXSkewGrid plain_map(const VXScalarGrid& grid) {
-  VXZemoGrid inner;
-  inner.SetSpacing(grid.GetSpacing());
-  inner.SetMid(grid.GetXMid(), grid.GetYMid(), grid.GetZMid());
-  inner.SetDim(grid.GetXDim(), grid.GetYDim(), grid.GetZDim());
-  inner.SetValues(grid.GetValues(), grid.GetSize());
-  inner.SetTitle(grid.GetTitle());
-  inner.SetType(grid.GetType());
-  VXCopyBaseData(inner, grid);
-  VXSkewGrid map{VXSkewGridImpl(std::move(inner))};
-  VXCopyBaseData(map, grid);
-  return map;
-}
-
 void hold_samples(VXSkewGrid& grid, const FileFormat& format) {
   if (format.id != Format::CCP4) return;
   const unsigned dims[] = {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()};

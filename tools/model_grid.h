@@ -29,9 +29,6 @@ VXCore::VXScalarGrid regular_map(const std::string& file, const VXCore::VXSkewGr
 /// are multiples of the spacing. hold_samples() keeps them in a CCP4 map.
 VXCore::VXScalarGrid regular_map(const std::string& file, const VXCore::VXSkewGrid& grid, float spacing);
 
-/// A plain grid as a map without a cell: the library would give it that of its box.
-VXCore::VXSkewGrid plain_map(const VXCore::VXScalarGrid& grid);
-
-/// Gives such a grid a cell of its own, twice as large, when it goes into a CCP4 map, which has starts in
+/// Gives a plain grid a cell of its own, twice as large, when it goes into a CCP4 map, which has starts in
 /// whole steps.
 void hold_samples(VXCore::VXSkewGrid& grid, const FileFormat& format);

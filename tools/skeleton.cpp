@@ -43,7 +43,7 @@ void skeleton(const SkeletonOptions& options, const Settings& settings) {
     VXScalarGrid regular = regular_map(options.map, grid, options.spacing);
     before = count_from(regular.GetValues(), regular.GetSize(), level);
     rounds = VXSkeletonizeGrid(regular, level);
-    grid = plain_map(regular);
+    grid = VXMakePlainSkewGrid(std::move(regular));
     hold_samples(grid, format);
   } else {
     fit_to_format(options.output, options.map, grid, settings);

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <new>
 #include <utility>
 #include <vector>
@@ -17,6 +18,7 @@
 #include <vxgrid/formats/gridio.h>
 #include <vxgrid/host/error_handler.h>
 #include <vxgrid/host/text.h>
+#include <vxgrid/processing/grid_values.h>
 #include <vxgrid/processing/regularize.h>
 #include <vxgrid/formats/regular_size.inl>
 
@@ -65,14 +67,6 @@ bool cell_makes_lattice(const VXZemoGrid& grid) {
   });
 }
 
-/// Whether a JSON document with the cell brings the lattice of a grid back: with one step a sample along each
-/// edge, and with beta in the place of gamma.
-bool document_holds_cell(const VXZemoGrid& grid) {
-  const Cell cell(grid);
-  return cell.beta == cell.gamma && cell.x == grid.GetXDim() && cell.y == grid.GetYDim() &&
-         cell.z == grid.GetZDim() && cell_makes_lattice(grid);
-}
-
 /// As VXSkewGrid::IsRegular.
 bool is_regular(const VXZemoGrid& grid) {
   float m[9];
@@ -94,15 +88,18 @@ std::int32_t word(const std::string& bytes, std::size_t index, bool swap) {
   return static_cast<std::int32_t>(swap ? __builtin_bswap32(value) : value);
 }
 
-bool reaches(vxistream& in, unsigned long long bytes) {
-  const bool is_whole = in.seek(bytes - 1) && in.getbyte() >= 0;
-  if (!is_whole) VXThrow.Warning("the map is cut off: its header announces %llu bytes", bytes);
+/// The length of a file, after which it stands at its start again. False, with a message, where compressed
+/// content is damaged.
+bool get_length(vxistream& in, unsigned long long& length) {
+  in.seek(std::numeric_limits<unsigned long long>::max());
+  const bool is_sound = !in.damaged();
+  if (!is_sound) VXThrow.Warning("the compressed content is cut short or damaged");
+  length = in.tell();
   in.seek(0);
-  return is_whole;
+  return is_sound;
 }
 
-/// The reader takes what is there of a CCP4 map; here it must be whole.
-bool is_whole_ccp4(vxistream& in) {
+bool is_whole_ccp4(vxistream& in, unsigned long long length) {
   constexpr std::size_t kHeader = 1024;
   std::string head;
   in.read(head, kHeader);
@@ -126,11 +123,13 @@ bool is_whole_ccp4(vxistream& in) {
     return false;
   }
   const long long records = std::max(0, word(head, 23, swap)) / 80;
-  return reaches(in, static_cast<unsigned long long>(1024 + 80 * records + samples * (mode == 2 ? 4 : 1)));
+  const long long end = 1024 + 80 * records + samples * (mode == 2 ? 4 : 1);
+  if (static_cast<unsigned long long>(end) <= length) return true;
+  VXThrow.Warning("the map is cut off: its header announces %lld bytes", end);
+  return false;
 }
 
-/// The same of a GRASP map, of which the reader takes any bytes.
-bool is_whole_grasp(vxistream& in) {
+bool is_whole_grasp(vxistream& in, unsigned long long length) {
   constexpr char kFirstText[] = "now starting phimap ";
   constexpr int kTextLength = sizeof kFirstText - 1;
   // Five records, each between its length and its length: three texts, the samples, scale and midpoint.
@@ -146,7 +145,9 @@ bool is_whole_grasp(vxistream& in) {
     VXThrow.Warning("not a GRASP map: they begin with \"%s\"", kFirstText);
     return false;
   }
-  return reaches(in, kBytes);
+  if (length >= kBytes) return true;
+  VXThrow.Warning("the map is cut off: a GRASP map has %lu bytes", kBytes);
+  return false;
 }
 
 bool has_cell(const std::string& text) {
@@ -187,8 +188,6 @@ bool read_record(vxistream& in, VXSkewGrid& grid) {
 }
 
 bool read_map(vxistream& in, VXSkewGrid& grid, unsigned int code) {
-  if (code == VXGridFormatCCP4 && !is_whole_ccp4(in)) return false;
-  if (code == VXGridFormatGrasp && !is_whole_grasp(in)) return false;
   const bool read = VXReadGrid(in, grid, code);
   // These are the names that the readers of maps give, not those of files.
   if (code == VXGridFormatCCP4 || code == VXGridFormatXPLOR) grid.SetTitle("");
@@ -209,13 +208,37 @@ bool write_line(vxostream& out, const std::string& document) {
   return !document.empty() && !(out << document << "\n").fail();
 }
 
+/// Gives a grid the statistics of its finite values, as they will stand in a file.
+void set_statistics(VXZemoGrid& grid) {
+  const float* const values = grid.GetFloats().GetValues();
+  double low = 0, high = 0, sum = 0, sum_of_squares = 0;
+  unsigned int count = 0;
+  for (unsigned int i = 0; i < grid.GetSize(); ++i) {
+    const double v = values[i];
+    if (!std::isfinite(v)) continue;
+    low = count ? std::min(low, v) : v;
+    high = count++ ? std::max(high, v) : v;
+    sum += v;
+    sum_of_squares += v * v;
+  }
+  const double mean = count ? sum / count : 0;
+  const double rms = count ? std::sqrt(std::max(sum_of_squares / count - mean * mean, 0.0)) : 0;
+  const bool is_normalized = grid.HasData(ALREADY_NORMALIZED) && grid.HasData(SIGMA);
+  const double scale = is_normalized ? grid.GetData<float>(SIGMA) : 1;
+  const std::pair<const char*, double> numbers[] = {{AMIN, low}, {AMAX, high}, {AMEAN, mean}, {ARMS, rms}};
+  for (const auto& [name, number] : numbers) grid.SetData<float>(name, static_cast<float>(scale * number));
+}
+
 /// What has to change of a grid before VXWriteGrid keeps its samples and its fields. False for nothing.
 bool fit_to_format(VXZemoGrid& changed, const VXZemoGrid& grid, unsigned int code) {
   const unsigned int floats = grid.GetFloats().GetNumGrids(), integers = grid.GetIntegers().GetNumGrids();
   const bool ends_early = code == VXGridFormatGRD &&
                           (grid.GetFloatsMultiple() != floats || grid.GetIntegersMultiple() != integers);
-  const bool lacks_group = code == VXGridFormatCCP4 && !grid.HasSpaceGroup() && VXHasCrystalCell(grid);
-  if (!ends_early && !lacks_group) return false;
+  const bool is_crystal = code == VXGridFormatCCP4 && VXHasCrystalCell(grid);
+  const bool lacks_group = is_crystal && !grid.HasSpaceGroup();
+  // Without them the header would tell a mean of 0 and an r.m.s. of 1.
+  const bool lacks_statistics = is_crystal && !grid.HasData(ARMS);
+  if (!ends_early && !lacks_group && !lacks_statistics) return false;
   changed = grid;
   if (ends_early) {  // at the current field
     changed.SetFloatsMultiple(floats);
@@ -225,6 +248,7 @@ bool fit_to_format(VXZemoGrid& changed, const VXZemoGrid& grid, unsigned int cod
     changed.SetSpaceGroup(1);
     VXThrow.Info("It has no space group and is written as P 1");
   }
+  if (lacks_statistics) set_statistics(changed);
   return true;
 }
 
@@ -270,12 +294,22 @@ VXSkewGrid VXMakePlainSkewGrid(VXScalarGrid&& grid) {
   return skew;
 }
 
+bool VXIsWholeGridFile(vxistream& in, unsigned int code) {
+  unsigned long long length;
+  if (!get_length(in, length)) return false;
+  const bool is_whole = code == VXGridFormatCCP4    ? is_whole_ccp4(in, length)
+                        : code == VXGridFormatGrasp ? is_whole_grasp(in, length)
+                                                    : true;
+  in.seek(0);
+  return is_whole;
+}
+
 bool VXReadGridFile(vxistream& in, VXSkewGrid& grid, unsigned int code) try {
+  if (!VXIsWholeGridFile(in, code)) return false;
   const bool read = code == VXGridFormatJSON     ? read_document(in, grid)
                     : code == VXGridFormatNative ? read_record(in, grid)
                                                  : read_map(in, grid, code);
-  if (in.damaged()) VXThrow.Warning("the compressed file is damaged");
-  if (!read || in.damaged()) return false;
+  if (!read) return false;
   if (grid.GetValues()) return true;
   VXThrow.Warning("it holds %s, which makes no map", grid.GetSize() ? "one point" : "no point");
   return false;
@@ -302,7 +336,13 @@ bool VXReadGridFile(vxistream& in, VXScalarGrid& grid, unsigned int code) try {
 
 bool VXHasCrystalCell(const VXZemoGrid& grid) {
   if (grid.HasSpaceGroup()) return grid.HasUnitCell();
-  return cell_makes_lattice(grid) && !(is_regular(grid) && document_holds_cell(grid));
+  return cell_makes_lattice(grid) && !(is_regular(grid) && VXDocumentHoldsCell(grid));
+}
+
+bool VXDocumentHoldsCell(const VXZemoGrid& grid) {
+  const Cell cell(grid);
+  return cell.beta == cell.gamma && cell.x == grid.GetXDim() && cell.y == grid.GetYDim() &&
+         cell.z == grid.GetZDim() && cell_makes_lattice(grid);
 }
 
 bool VXHoldsLattice(unsigned int code, const VXZemoGrid& grid) {
@@ -314,7 +354,7 @@ bool VXHoldsLattice(unsigned int code, const VXZemoGrid& grid) {
     case VXGridFormatCCP4:
       return is_regular(grid) || cell_makes_lattice(grid);
     case VXGridFormatJSON:
-      return is_regular(grid) || document_holds_cell(grid);
+      return is_regular(grid) || VXDocumentHoldsCell(grid);
     default:
       return is_regular(grid);
   }
@@ -342,7 +382,7 @@ bool VXWriteGridFile(vxostream& out, const VXScalarGrid& grid, unsigned int code
 }
 
 std::string VXMapToJSON(const VXSkewGrid& grid) {
-  if (document_holds_cell(inner(grid))) return VXGridToJSON(grid, VXJSONFlagBaseData);
+  if (VXDocumentHoldsCell(inner(grid))) return VXGridToJSON(grid, VXJSONFlagBaseData);
   VXScalarGrid plain;
   if (!can_hold(VXGridFormatJSON, inner(grid)) || !VXMakeRegularGrid(plain, grid, 0.0f)) return {};
   plain.SetType(grid.GetType());

@@ -39,6 +39,10 @@ VXGRID_API const VXGridFileFormat* VXGetGridFileFormat(const std::string& file);
 /// grid and on the inner one. `grid` is left without a sample.
 VXGRID_API VXSkewGrid VXMakePlainSkewGrid(VXScalarGrid&& grid);
 
+/// False, with a message, for compressed content that is damaged, and for a CCP4 or a GRASP map that is not
+/// whole or none, of which VXReadGrid takes what is there. The stream stands at its start afterwards.
+VXGRID_API bool VXIsWholeGridFile(VXHost::vxistream& in, unsigned int code);
+
 /// Reads a grid, with its attributes on the skew grid and on its inner one. A plain grid, from a document or
 /// a record of one, becomes a plain skew grid; titles that only name the format of the file are left out.
 /// False, with a message, for what is not whole and for a grid of one sample; the grid may have changed by
@@ -49,6 +53,10 @@ VXGRID_API bool VXReadGridFile(VXHost::vxistream& in, VXScalarGrid& grid, unsign
 
 /// Whether a grid has the cell of a crystal: that of a plain grid says no more than its spacing does.
 VXGRID_API bool VXHasCrystalCell(const VXZemoGrid& grid);
+
+/// Whether the JSON document of a grid has its cell, which then sets the lattice, with one step a sample
+/// along each edge, and with beta in the place of gamma.
+VXGRID_API bool VXDocumentHoldsCell(const VXZemoGrid& grid);
 
 /// Whether the samples of a grid keep their places in a file of a format. GRASP maps and CCP4 maps of plain
 /// grids, which have a lattice of their own, count as such.
@@ -61,8 +69,8 @@ VXGRID_API bool VXWriteGridFile(VXHost::vxostream& out, const VXZemoGrid& grid, 
 VXGRID_API bool VXWriteGridFile(VXHost::vxostream& out, const VXSkewGrid& grid, unsigned int code);
 VXGRID_API bool VXWriteGridFile(VXHost::vxostream& out, const VXScalarGrid& grid, unsigned int code);
 
-/// The JSON document of a map with its attributes: that of a plain grid where its cell would not bring the
-/// lattice back. Empty, with a Warning, for a lattice that no document holds. VXJSONToMap reads both kinds.
+/// The JSON document of a map with its attributes: that of a plain grid where it would not hold the cell.
+/// Empty, with a Warning, for a lattice that no document holds. VXJSONToMap reads both kinds.
 VXGRID_API std::string VXMapToJSON(const VXSkewGrid& grid);
 VXGRID_API bool VXJSONToMap(VXSkewGrid& grid, const std::string& text);
 
