@@ -6,6 +6,8 @@
 
 #include <pybind11/stl.h>
 
+#include <vxgrid/processing/grid_values.h>
+
 #include "arrays.h"
 #include "bindings.h"
 #include "call.h"
@@ -112,6 +114,13 @@ const Type* type_for_new(const py::handle& value) {
   return list.size() == 0 ? row_of<std::vector<double>>() : type_for<Many>(py::object(list[0]));
 }
 
+// Those that the library looks at in single precision.
+const Type* type_for_known(const std::string& name) {
+  for (const char* const known : {AMIN, AMAX, AMEAN, ARMS, SIGMA})
+    if (name == known) return row_of<float>();
+  return nullptr;
+}
+
 // NumPy's numbers and arrays as Python's own.
 py::object plain(const py::object& value) {
   return py::hasattr(value, "tolist") ? value.attr("tolist")() : value;
@@ -120,7 +129,8 @@ py::object plain(const py::object& value) {
 void set(Attributes& attributes, const std::string& name, const py::object& given) {
   const py::object value = plain(given);
   const VXBaseData* const data = find(attributes, name);
-  const Type* const type = data ? type_of(*data) : type_for_new(value);
+  const Type* const known = data ? type_of(*data) : type_for_known(name);
+  const Type* const type = known ? known : type_for_new(value);
   try {
     if (!type) throw py::cast_error();
     type->set(*attributes.object, name.c_str(), value);
@@ -135,7 +145,8 @@ void set(Attributes& attributes, const std::string& name, const py::object& give
         "attribute \"" + name + "\": " +
         (data
              ? std::string("a value of its type (it is ") + Py_TYPE(type->get(*data).ptr())->tp_name + " now)"
-             : std::string("a bool, an int of 32 bits, a float, a str or a list of one of these")) +
+             : std::string(known ? "a number"
+                                 : "a bool, an int of 32 bits, a float, a str or a list of one of these")) +
         " was wanted, " + std::string(py::repr(given)).substr(0, 80) + " came");
   }
 }

@@ -232,11 +232,8 @@ SkewGridPtr to_skew(Grid& grid) {
         return std::make_shared<VXSkewGrid>(VXMakePlainSkewGrid(VXScalarGrid(g)));
       else if constexpr (std::is_same_v<G, VXSkewGrid>)
         return std::make_shared<VXSkewGrid>(g);
-      else {
-        auto skew = std::make_shared<VXSkewGrid>(VXSkewGridImpl(g));
-        VXCopyBaseData(*skew, g);
-        return skew;
-      }
+      else
+        return current_fields(g);
     });
   });
 }
@@ -607,6 +604,21 @@ void bind_types(py::module_& module) {
 }
 
 }  // namespace
+
+SkewGridPtr current_fields(const VXZemoGrid& grid) {
+  VXZemoGrid copy(grid);
+  const auto keep_current = [](auto& part, auto* current) {
+    std::copy_n(current, part.GetSize(), part.GetValues());
+    part.SetNumGrids(1);
+  };
+  keep_current(copy.GetFloats(), copy.CurrentFloats().GetValues());
+  keep_current(copy.GetIntegers(), copy.CurrentIntegers().GetValues());
+  copy.SetFloatsMultiple(1);
+  copy.SetIntegersMultiple(1);
+  auto skew = std::make_shared<VXSkewGrid>(VXSkewGridImpl(std::move(copy)));
+  VXCopyBaseData(*skew, grid);
+  return skew;
+}
 
 std::array<float, 3> xyz_of(const py::handle& object, const char* name) {
   const Floats three = numbers<Floats>(object, name, {3});

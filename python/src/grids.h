@@ -39,6 +39,9 @@ decltype(auto) visit(VXCore::VXGridAbstractBase& grid, Work&& work) {
   return work(dynamic_cast<VXCore::VXZemoGrid&>(grid));
 }
 
+/// A skew grid of the current fields of a multi-field one.
+SkewGridPtr current_fields(const VXCore::VXZemoGrid& grid);
+
 /// Three numbers (x, y, z) out of any sequence of Python; `name` is that of the argument.
 std::array<float, 3> xyz_of(const py::handle& object, const char* name);
 

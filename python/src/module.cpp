@@ -6,6 +6,21 @@
 #include "bindings.h"
 #include "call.h"
 
+namespace {
+
+/// An object whose __init__ never ran, as Class.__new__(Class) makes one, has nothing beneath. Taken as an
+/// argument it is a TypeError, where pybind11 would go on with memory at random.
+void refuse_unfinished_objects(const py::module_& module) {
+  for (const auto& [name, object] : py::dict(module.attr("__dict__")))
+    if (PyType_Check(object.ptr()))
+      if (auto* const info = py::detail::get_type_info(reinterpret_cast<PyTypeObject*>(object.ptr())))
+        info->operator_new = [](size_t) -> void* {
+          throw py::type_error("the object was never initialised: its __init__ has not run");
+        };
+}
+
+}  // namespace
+
 PYBIND11_MODULE(_core, module) {
   module.doc() = "The compiled part of vxgrid. Import vxgrid, not this.";
 
@@ -30,4 +45,5 @@ PYBIND11_MODULE(_core, module) {
   bind_molecule_symmetry(module);
   bind_molecular_grids(module);
   bind_gaussians(module);
+  refuse_unfinished_objects(module);
 }

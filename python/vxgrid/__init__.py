@@ -32,6 +32,7 @@ from ._core import (
     gaussian_radius,
     gaussian_reach,
     gaussian_width,
+    grid_formats,
     molecular_volume,
     read_grid,
     read_molecule,
@@ -41,13 +42,14 @@ from ._core import (
     sphere_grid,
     write_grid,
 )
-from ._rows import Residue, ShapeMoments, SymmetryImage
+from ._rows import GridFormat, Residue, ShapeMoments, SymmetryImage
 
 __all__ = [
     "Attributes",
     "Error",
     "Gaussians",
     "Grid",
+    "GridFormat",
     "GridType",
     "Molecule",
     "MoleculeReader",
@@ -75,6 +77,7 @@ __all__ = [
     "gaussian_radius",
     "gaussian_reach",
     "gaussian_width",
+    "grid_formats",
     "molecular_volume",
     "read_grid",
     "read_molecule",

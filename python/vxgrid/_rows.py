@@ -6,6 +6,15 @@ import numpy as np
 from numpy.typing import NDArray
 
 
+class GridFormat(NamedTuple):
+    """A format of grid files: its name for format=, its title, extensions of files, and whether it is written."""
+
+    name: str
+    title: str
+    extensions: list[str]
+    is_written: bool
+
+
 class Residue(NamedTuple):
     """A residue of a molecule, as its file names it."""
 
