@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstring>
 #include <tuple>
+#include <utility>
+#include <vector>
 
 #include <vxgrid/grid/zemogrid.h>
 #include <vxgrid/processing/grid_file.h>
@@ -112,6 +114,32 @@ TEST(GridMerge, ClipsTheLowSideAlone) {
   a.grid.spacing = 0;
   EXPECT_EQ(vi_add_grid(&a.grid, b.grid), 0);
   EXPECT_THAT(log.text(), HasSubstr("Zero grid spacing!"));
+}
+
+TEST(GridMerge, GridsMeetWhereTheyOverlap) {
+  const float centers[][3] = {{0, 0, 0}, {2, -1, 1}, {-3, 2, -1}, {3, 3, 3},
+                              {9, 0, 0}, {0, -9, 0}, {2e9f, 0, 0}};
+  for (const auto& [x, y, z] : centers) {
+    const VXScalarGrid b(3, 4, 5, x, y, z, 1, "", std::vector<float>(60, 100).data());
+    for (const auto& [how, expected] :
+         {std::pair(VXMerge::Add, 107), {VXMerge::Subtract, -93}, {VXMerge::Put, 100}}) {
+      VXScalarGrid a(5, 4, 3, 0, 0, 0, 1, "", std::vector<float>(60, 7).data());
+      ASSERT_TRUE(VXMergeGrids(a, b, how));
+      for (int i = 0; i < 60; ++i) {
+        const auto inside = [](float at, float low, float mid, int dim) {
+          return std::fabs(low + at - mid) <= static_cast<float>(dim - 1) / 2;
+        };
+        const bool meets = inside(static_cast<float>(i % 5), -2, x, 3) &&
+                           inside(static_cast<float>(i / 5 % 4), -1.5f, y, 4) &&
+                           inside(static_cast<float>(i / 20), -1, z, 5);
+        EXPECT_EQ(a[i], meets ? static_cast<float>(expected) : 7) << x << " " << i;
+      }
+    }
+  }
+  VXScalarGrid a(2, 2, 2, 0, 0, 0, 1, "", nullptr);
+  CapturedLog log;
+  EXPECT_FALSE(VXMergeGrids(a, VXScalarGrid(2, 2, 2, 0.5f, 0, 0, 1, "", nullptr), VXMerge::Put));
+  EXPECT_THAT(log.text(), HasSubstr("misaligned"));
 }
 
 TEST(GridMerge, RemapTakesTheCentredBlock) {

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include <vxgrid/grid/scalargrid.h>
 #include <vxgrid/host/error_handler.h>
 #include <vxgrid/host/zemomol.h>
 #include <vxgrid/processing/lattice.inl>
@@ -33,6 +34,10 @@ void apply(const Run& run, T* to, const T* from, Op op) {
 struct AxisRange {
   AxisRange(int offset, int dim)
       : start(std::max(offset, 0)), source(std::max<Index>(-Index{offset}, 0)), count(dim - source) {}
+  // Both sides clipped.
+  AxisRange(int offset, int dim, int target_dim) : AxisRange(offset, dim) {
+    count = std::min(count, target_dim - start);
+  }
   Index start, source, count;
 };
 
@@ -47,6 +52,19 @@ void merge(GridStruct& a, const GridStruct& b, const int* offset, Op op) {
       if (row >= a_size / a.xdim) break;  // above the block, as are the further rows of this plane
       const Index from = x.source + b.xdim * (y.source + j + b.ydim * (z.source + k));
       apply(Run(x.start + a.xdim * row, a_size, from, b_size, x.count), a.floats, b.floats, op);
+    }
+}
+
+// The same with both sides clipped.
+template <class Op>
+void merge_overlap(const GridStruct& a, const GridStruct& b, const int* offset, Op op) {
+  const AxisRange x(offset[0], b.xdim, a.xdim), y(offset[1], b.ydim, a.ydim), z(offset[2], b.zdim, a.zdim);
+  if (x.count <= 0) return;
+  for (Index k = 0; k < z.count; ++k)
+    for (Index j = 0; j < y.count; ++j) {
+      float* const to = a.floats + x.start + a.xdim * (y.start + j + a.ydim * (z.start + k));
+      const float* const from = b.floats + x.source + b.xdim * (y.source + j + b.ydim * (z.source + k));
+      for (Index i = 0; i < x.count; ++i) op(to[i], from[i]);
     }
 }
 
@@ -75,6 +93,16 @@ void remap(const GridStruct& small, int xlarge, int ylarge, int zlarge, const fl
 }
 
 }  // namespace
+
+bool VXMergeGrids(VXScalarGrid& grid, const VXScalarGrid& other, VXMerge how) {
+  const GridStruct a = lattice::view(grid, grid.GetValues()), b = lattice::view(other, other.GetValues());
+  int offset[3];
+  if (!vi_zero_offset(a, b, &offset[0], &offset[1], &offset[2])) return false;
+  if (how == VXMerge::Add) merge_overlap(a, b, offset, [](float& to, float from) { to += from; });
+  if (how == VXMerge::Subtract) merge_overlap(a, b, offset, [](float& to, float from) { to -= from; });
+  if (how == VXMerge::Put) merge_overlap(a, b, offset, [](float& to, float from) { to = from; });
+  return true;
+}
 
 int vi_zero_offset(GridStruct a, GridStruct b, int* x, int* y, int* z) {
   if (std::fabs(a.spacing - b.spacing) > 1e-5f) {

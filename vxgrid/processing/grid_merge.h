@@ -4,6 +4,14 @@
 
 namespace VXCore {
 
+class VXScalarGrid;
+
+enum class VXMerge { Add, Subtract, Put };
+
+/// Adds the values of a grid to those of another one where the two overlap, subtracts or puts them there.
+/// False, with one Warning and nothing changed, for lattices that do not match (vi_zero_offset).
+VXGRID_API bool VXMergeGrids(VXScalarGrid& grid, const VXScalarGrid& other, VXMerge how);
+
 /// Where the lattice of `b` starts inside that of `a`: element i of b lies on element i + offset of a.
 /// Returns 1, or 0 with one Warning, offsets untouched, when the spacings differ by more than 1e-5 or the
 /// midpoints are not a whole number of steps apart (tolerance 1e-5 of a step; x, y, z in turn).
