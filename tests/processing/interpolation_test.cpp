@@ -4,9 +4,11 @@
 #include <cstring>
 #include <tuple>
 
-#include <vxgrid/grid/scalargrid.h>
+#include <vxgrid/grid/skewgrid.h>
 #include <vxgrid/host/molecule.h>
 #include <vxgrid/processing/between_grids.h>
+#include <vxgrid/processing/regularize.h>
+#include <vxgrid/xtal/unit_cell.h>
 
 #include "processing/lattices.h"
 #include "support/support.h"
@@ -217,5 +219,131 @@ TEST(Interpolation, NumbersWithoutEnd) {
       vi_int_btw_grids(source.grid, odd.grid, mode);
       vi_int_btw_grids(odd.grid, source.grid, mode);
     }
+  }
+}
+
+namespace {
+
+// A map of 7 x 6 x 9 samples of random values with steps along the edges of a triclinic cell.
+VXSkewGrid triclinic_map(bool wraps) {
+  VXSkewGrid map;
+  map.SetDim(7, 6, 9);
+  map.SetUnitCell(6.6f, 6, 10.4f, 75, 98, 110, 6, 5, 8);
+  map.SetMid(3, -2, 1);
+  map.SetReentrant(wraps);
+  Lattice numbers(7, 6, 9, 1);
+  map.SetValues(numbers.randomize(11).floats.data(), 7 * 6 * 9);
+  return map;
+}
+
+}  // namespace
+
+TEST(Interpolate, MapsHaveTheBitsOfTheRegulariser) {
+  for (const bool wraps : {false, true}) {
+    SCOPED_TRACE(wraps);
+    const VXSkewGrid map = triclinic_map(wraps);
+    // Of a periodic source only the first point of a row is placed by its own coordinates.
+    const float center[3] = {2.5f, -1.5f, 0.5f}, extents[3] = {wraps ? 0 : 14.0f, 14, 14};
+    VXScalarGrid regular;
+    ASSERT_TRUE(VXMakeRegularSubGrid(regular, map, center, extents, 0.4f, wraps));
+    const unsigned int dim[3] = {regular.GetXDim(), regular.GetYDim(), regular.GetZDim()};
+    std::vector<float> points;
+    const auto low = [&](int a) { return center[a] - static_cast<float>(dim[a] - 1) * 0.4f * 0.5f; };
+    float z = low(2);
+    for (unsigned int k = 0; k < dim[2]; ++k, z += 0.4f) {
+      float y = low(1);
+      for (unsigned int j = 0; j < dim[1]; ++j, y += 0.4f) {
+        float x = low(0);
+        for (unsigned int i = 0; i < dim[0]; ++i, x += 0.4f) points.insert(points.end(), {x, y, z});
+      }
+    }
+    std::vector<float> values(regular.GetSize()), narrowed(values.size());
+    const std::size_t held =
+        VXInterpolate(map, points.data(), values.size(), VXInterpolation::Linear, 0, values.data());
+    EXPECT_TRUE(wraps ? held == values.size() : held > 3000 && held < values.size());
+    // Rounding can keep the regulariser off the last cell.
+    std::size_t reached = 0;
+    for (unsigned int i = 0; i < values.size(); ++i) {
+      if (regular[i] == 0) continue;
+      ++reached;
+      EXPECT_EQ(values[i], regular[i]) << i;
+    }
+    EXPECT_GT(reached, held * 3 / 4);
+    const std::vector<double> doubles(points.begin(), points.end());
+    VXInterpolate(map, doubles.data(), values.size(), VXInterpolation::Linear, 0, narrowed.data());
+    EXPECT_EQ(narrowed, values);
+  }
+}
+
+TEST(Interpolate, HoldsEverySampleUpToTheFaces) {
+  VXSkewGrid map = triclinic_map(false);
+  const VXZemoGrid& inner = map.GetImpl().GetImpl();
+  std::vector<float> points, values(map.GetSize());
+  ASSERT_TRUE(inner.SpatialCoords(points));
+  for (const VXInterpolation method : {VXInterpolation::Nearest, VXInterpolation::Linear}) {
+    EXPECT_EQ(VXInterpolate(map, points.data(), values.size(), method, -77, values.data()), values.size());
+    for (unsigned int i = 0; i < map.GetSize(); ++i) EXPECT_NEAR(values[i], map.GetValues()[i], 5e-5) << i;
+  }
+  // The quadratic kind has no neighbours at the faces: 5 x 4 x 7 samples are left.
+  EXPECT_EQ(VXInterpolate(map, points.data(), values.size(), VXInterpolation::Quadratic, -77, values.data()),
+            5u * 4 * 7);
+  EXPECT_EQ(values[0], -77);
+  const float bad[6] = {std::nanf(""), 0, 0, 0, HUGE_VALF, 0};
+  for (const bool wraps : {false, true}) {
+    map.SetReentrant(wraps);
+    EXPECT_EQ(VXInterpolate(map, bad, 2, VXInterpolation::Linear, -77, values.data()), 0u);
+    EXPECT_EQ(values[0], -77);
+  }
+  VXScalarGrid flat(5, 1, 5, 0, 0, 0, 1, "", nullptr);
+  EXPECT_EQ(VXInterpolate(flat, points.data(), 1, VXInterpolation::Nearest, -77, values.data()), 0u);
+}
+
+TEST(Interpolate, RepeatsWithThePeriodInEveryMethod) {
+  VXSkewGrid map = triclinic_map(true);
+  // The last planes are the images of the first.
+  const auto at = [&](int x, int y, int z) -> float& { return map.GetValues()[x + 7 * (y + 6 * z)]; };
+  for (int z = 0; z < 9; ++z)
+    for (int y = 0; y < 6; ++y)
+      for (int x = 0; x < 7; ++x) at(x, y, z) = at(x % 6, y % 5, z % 8);
+  const int n = 500;
+  std::vector<float> points = random_points(n, 9, 12), moved = points;
+  const VXXtal::VXUnitCell cell(6.6f, 6, 10.4f, 75, 98, 110);
+  const int cells[3] = {1, -2, 1};
+  for (int i = 0; i < 3 * n; ++i)
+    for (int a = 0; a < 3; ++a) moved[i] += static_cast<float>(cells[a]) * cell.frac2cart[4 * a + i % 3];
+  for (const VXInterpolation method : {VXInterpolation::Linear, VXInterpolation::Quadratic}) {
+    std::vector<float> values(n), there(n), gradients(3 * n), gradients_there(3 * n);
+    VXInterpolate(map, points.data(), n, method, -77, values.data(), gradients.data());
+    VXInterpolate(map, moved.data(), n, method, -77, there.data(), gradients_there.data());
+    EXPECT_THAT(there, testing::Pointwise(testing::FloatNear(1e-4f), values));
+    if (method == VXInterpolation::Linear) continue;  // has another gradient in every cell
+    EXPECT_THAT(gradients_there, testing::Pointwise(testing::FloatNear(1e-3f), gradients));
+  }
+}
+
+TEST(Interpolate, GradientsAreSlopesInTheWorld) {
+  const VXSkewGrid map = triclinic_map(false);
+  const int n = 400;
+  const float h = 1e-2f;
+  for (const VXInterpolation method : {VXInterpolation::Linear, VXInterpolation::Quadratic}) {
+    std::vector<float> points = random_points(n, 1.2f, 13);
+    for (int i = 0; i < n; ++i) points[3 * i] += 3, points[3 * i + 1] -= 2, points[3 * i + 2] += 1;
+    std::vector<float> values(n), gradients(3 * n), low(n), high(n);
+    VXInterpolate(map, points.data(), n, method, -77, values.data(), gradients.data());
+    int smooth = 0, close = 0;
+    for (int a = 0; a < 3; ++a) {
+      std::vector<float> below = points, above = points;
+      for (int i = 0; i < n; ++i) below[3 * i + a] -= h, above[3 * i + a] += h;
+      VXInterpolate(map, below.data(), n, method, -77, low.data());
+      VXInterpolate(map, above.data(), n, method, -77, high.data());
+      for (int i = 0; i < n; ++i) {
+        if (values[i] == -77 || low[i] == -77 || high[i] == -77) continue;
+        ++smooth;
+        close += std::fabs((high[i] - low[i]) / (2 * h) - gradients[3 * i + a]) < 5e-3f;
+      }
+    }
+    // Where a difference straddles two cells, the linear kind has a kink.
+    EXPECT_GT(smooth, 1000);
+    EXPECT_GT(close, method == VXInterpolation::Linear ? smooth * 9 / 10 : smooth * 99 / 100);
   }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include <vxgrid/host/export.h>
@@ -9,6 +10,36 @@ namespace VXCore {
 
 class VXMolBase;
 class VXScalarGrid;
+class VXSkewGrid;
+class VXZemoGrid;
+
+/// How a value between samples is made: as the nearest one, trilinear, or by the quadratic B-spline.
+enum class VXInterpolation { Nearest, Linear, Quadratic };
+
+/// Values and, where `gradients` is not null, gradients (three floats a point, value per Å) at n points: 3 n
+/// numbers in Å of type float or double, which is narrowed to float. Returns how many points the grid holds;
+/// the others get `outside`, in their gradients too.
+///
+/// A grid holds the points from its first to its last sample on each axis, faces included (a thousandth of a
+/// step beyond counts as on the face); for the quadratic kind those half a step inside. A grid of zemo or
+/// skew kind that is re-entrant on an axis repeats itself on all three with a period of dim - 1 samples, as
+/// in VXMakeRegularGrid, and holds every finite point. A grid with an axis of one sample holds none.
+///
+/// Where they have values, those are the ones of vi_map_to_atoms_from_grid and, of a zemo or skew grid (its
+/// current float field, seen through its orientation), of VXMakeRegularSubGrid, bit for bit. The linear kind
+/// has the gradient of the cell that the point is in, the nearest kind 0.
+template <class T>
+VXGRID_API std::size_t VXInterpolate(const VXScalarGrid& grid, const T* xyz, std::size_t n,
+                                     VXInterpolation method, float outside, float* out,
+                                     float* gradients = nullptr);
+template <class T>
+VXGRID_API std::size_t VXInterpolate(const VXZemoGrid& grid, const T* xyz, std::size_t n,
+                                     VXInterpolation method, float outside, float* out,
+                                     float* gradients = nullptr);
+template <class T>
+VXGRID_API std::size_t VXInterpolate(const VXSkewGrid& grid, const T* xyz, std::size_t n,
+                                     VXInterpolation method, float outside, float* out,
+                                     float* gradients = nullptr);
 
 /// Reads the lattice at n points:
 ///

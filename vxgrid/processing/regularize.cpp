@@ -1,49 +1,19 @@
 #include <vxgrid/processing/regularize.h>
 
 #include <algorithm>
-#include <cfloat>
-#include <cmath>
 #include <string>
 
 #include <vxgrid/grid/grid_accessors.h>
 #include <vxgrid/grid/skewgrid.h>
 #include <vxgrid/host/error_handler.h>
 #include <vxgrid/processing/make_grid.h>
-#include <vxgrid/processing/orientation.inl>
-#include <vxgrid/processing/sampling.inl>
+#include <vxgrid/processing/periodic_sampling.inl>
+#include <vxgrid/processing/source.inl>
 
 namespace VXCore {
 namespace {
 
-// A lattice of values and how it stands in the world.
-struct Source {
-  GridStruct lattice;
-  float orientation[9];
-
-  explicit Source(const GridStruct& grid, const float* matrix = lattice::kIdentity) : lattice(grid) {
-    std::copy_n(matrix, 9, orientation);
-  }
-  // The current float field.
-  explicit Source(const VXZemoGrid& grid) : Source(lattice::view(grid, vi_grid_floats(grid))) {
-    grid.GetOrientation(orientation);
-  }
-  explicit Source(const VXScalarGrid& grid) : Source(lattice::view(grid, grid.GetValues())) {}
-
-  void get_mid(float* mid) const {
-    mid[0] = lattice.xmid;
-    mid[1] = lattice.ymid;
-    mid[2] = lattice.zmid;
-  }
-};
-
-// From the world to the axes of the source. A singular matrix leaves the points where they are.
-lattice::Turn unturn(const Source& source) {
-  const float origin[3] = {0, 0, 0};
-  float inverse[9], mid[3];
-  source.get_mid(mid);
-  return lattice::invert(source.orientation, inverse) ? lattice::Turn(inverse, mid)
-                                                      : lattice::Turn(lattice::kIdentity, origin);
-}
+using lattice::Source;
 
 // Calls row(y, z, values) for every row of the output, positions advanced by addition, until it gives false.
 template <class Row>
@@ -78,144 +48,22 @@ void resample_clipped(const Source& source, const GridStruct& out) {
   });
 }
 
-// Takes `period` off c while c >= stop. False when that no longer changes c.
-//
-// Within one binade of c every step rounds to the same grid and so takes off the same amount: such steps are
-// taken together, with the bits of the single steps. Where a step falls half-way between two neighbours, this
-// holds from the first even one on, as the even neighbour is taken each time.
-bool step_below(float& c, float period, float stop) {
-  while (c >= stop) {
-    const float next = c - period;
-    if (next == c) return false;
-    const double amount = static_cast<double>(c) - next;
-    const bool is_tie = std::fabs(amount - period) * 2 == std::ldexp(1.0, std::ilogb(c) - FLT_MANT_DIG + 1);
-    const double floor = std::max<double>(std::ldexp(1.0, std::ilogb(c)), stop);
-    const bool is_even = std::fmod(std::ldexp(c, FLT_MANT_DIG - 1 - std::ilogb(c)), 2.0f) == 0;
-    c = next;
-    if (next > floor && (is_even || !is_tie))
-      c = static_cast<float>(next - (std::ceil((next - floor) / amount) - 1) * amount);
-  }
-  return true;
-}
-
-// Brings a coordinate into [0, period) by repeated subtraction or addition, with the rounding of each step.
-// False when the coordinate is too large for a step to change it, or no number.
-bool reduce(float& c, float period) {
-  if (!std::isfinite(c) || !step_below(c, period, period)) return false;
-  if (c < 0) {
-    float below = -c;
-    if (!step_below(below, period, FLT_TRUE_MIN)) return false;
-    c = 0.0f - below;
-  }
-  return true;
-}
-
-// The lattice that repeats with a period of dim - 1 cells.
-class PeriodicLattice {
- public:
-  PeriodicLattice(const GridStruct& grid, const float* low, const float* period)
-      : values_(grid.floats), index_(grid.xdim, grid.ydim), row_(grid.xdim), plane_(row_ * grid.ydim) {
-    const int dim[3] = {grid.xdim, grid.ydim, grid.zdim};
-    for (int a = 0; a < 3; ++a) {
-      low_[a] = low[a];
-      period_[a] = period[a];
-      cells_[a] = dim[a] - 1;
-      steps_[a] = period[a] / grid.spacing;
-    }
-    spacing_ = grid.spacing;
-  }
-
-  // The values along a row of n points that begins at `first` and advances by `step`, in cells. False when a
-  // coordinate cannot be brought into the lattice.
-  bool sample_row(__m128 first, __m128 step, int n, float* out) const {
-    alignas(16) float f_lanes[4];
-    _mm_store_ps(f_lanes, first);
-    const float scale = 1.0f / spacing_;
-    for (int a = 0; a < 3; ++a) {
-      f_lanes[a] -= low_[a];
-      if (!reduce(f_lanes[a], period_[a])) return false;
-      f_lanes[a] *= scale;
-    }
-    f_lanes[3] = 0;
-
-    const __m128i last = _mm_sub_epi32(load(cells_), _mm_set1_epi32(1)), zero = _mm_setzero_si128();
-    __m128 f = _mm_load_ps(f_lanes);
-    for (int i = 0; i < n; ++i, f = _mm_add_ps(f, step)) {
-      __m128i cell = _mm_cvttps_epi32(f);
-      __m128 t = _mm_sub_ps(f, _mm_cvtepi32_ps(cell));  // before any wrap
-      const __m128i outside = _mm_or_si128(_mm_cmpgt_epi32(cell, last), _mm_cmplt_epi32(cell, zero));
-      if ((_mm_movemask_epi8(outside) & 0xfff) && !wrap(cell, f, t)) return false;
-      out[i] = lattice::trilinear(values_ + index_(cell), row_, plane_, t);
-    }
-    return true;
-  }
-
- private:
-  static __m128i load(const int* v) { return _mm_load_si128(reinterpret_cast<const __m128i*>(v)); }
-
-  // Brings cells, and the positions that they came from, back into the lattice.
-  bool wrap(__m128i& cell_lanes, __m128& f_lanes, __m128& t_lanes) const {
-    alignas(16) int cell[4];
-    alignas(16) float f[4], t[4];
-    _mm_store_si128(reinterpret_cast<__m128i*>(cell), cell_lanes);
-    _mm_store_ps(f, f_lanes);
-    _mm_store_ps(t, t_lanes);
-    for (int a = 0; a < 3; ++a)
-      if ((cell[a] < 0 || cell[a] >= cells_[a]) && !wrap(a, cell[a], f[a], t[a])) return false;
-    cell_lanes = load(cell);
-    f_lanes = _mm_load_ps(f);
-    t_lanes = _mm_load_ps(t);
-    return true;
-  }
-
-  // One period is the rule; a step longer than the lattice takes several.
-  bool wrap(int a, int& cell, float& f, float& t) const {
-    if (!(std::fabs(f) < 1e9f)) {  // soon beyond what an int counts, and a whole number anyway
-      f = std::fmod(f, steps_[a]);
-      if (!std::isfinite(f)) return false;
-      cell = static_cast<int>(f);
-      t = 0;
-    }
-    const int periods = cell >= 0 ? cell / cells_[a] : -((cells_[a] - 1 - cell) / cells_[a]);
-    cell -= periods * cells_[a];
-    f -= static_cast<float>(periods) * steps_[a];
-    return true;
-  }
-
-  const float* values_;
-  lattice::CellIndex index_;
-  std::ptrdiff_t row_, plane_;
-  float low_[3], period_[3], steps_[3];
-  alignas(16) int cells_[4] = {};
-  float spacing_;
-};
-
-bool resample_periodic(const Source& source, const float* low, const float* period, const GridStruct& out) {
+bool resample_periodic(const Source& source, const lattice::PeriodicLattice& from, const GridStruct& out) {
   const lattice::Turn to_source = unturn(source);
-  const PeriodicLattice lattice(source.lattice, low, period);
   // How far one output step along x goes in the source, in cells.
   const __m128 step = _mm_div_ps(_mm_sub_ps(to_source(out.spacing, 0, 0), to_source(0, 0, 0)),
                                  _mm_set1_ps(source.lattice.spacing));
   const float x_low = lattice::Span(out.xmid, out.xdim, out.spacing).low;
   return for_each_row(out, [&](float y, float z, float* values) {
-    return lattice.sample_row(to_source(x_low, y, z), step, out.xdim, values);
+    return from.sample_row(to_source(x_low, y, z), step, out.xdim, values);
   });
 }
 
 // Fills the values of `out`, which are 0. False when the source has no extent along an axis.
 bool resample(const Source& source, int mode, const GridStruct& out) {
-  const GridStruct& in = source.lattice;
-  const int dim[3] = {in.xdim, in.ydim, in.zdim};
-  const float h = 0.5f * in.spacing;
-  float mid[3], low[3], period[3];
-  source.get_mid(mid);
-  for (int a = 0; a < 3; ++a) {
-    const float half = static_cast<float>(dim[a] - 1) * h;
-    low[a] = mid[a] - half;
-    period[a] = (half + mid[a]) - low[a];
-    if (period[a] <= 0 || period[a] / in.spacing == 0) return false;
-  }
-  if (mode) return resample_periodic(source, low, period, out);
+  const lattice::PeriodicLattice periodic(source.lattice);
+  if (!periodic.has_extent()) return false;
+  if (mode) return resample_periodic(source, periodic, out);
   resample_clipped(source, out);
   return true;
 }

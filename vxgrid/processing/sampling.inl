@@ -52,6 +52,23 @@ inline float trilinear(const float* corner, std::ptrdiff_t row, std::ptrdiff_t p
   return _mm_cvtss_f32(_mm_add_ss(y, _mm_mul_ss(_mm_sub_ss(z1_value, y), tz)));
 }
 
+// The derivatives of trilinear() along x, y and z, by t.
+inline void trilinear_gradient(const float* corner, std::ptrdiff_t row, std::ptrdiff_t plane, const float* t,
+                               float* out) {
+  float v[8];
+  for (int i = 0; i < 8; ++i) v[i] = corner[(i & 1) + (i & 2 ? row : 0) + (i & 4 ? plane : 0)];
+  const auto blend = [](float a, float b, float at) { return a + (b - a) * at; };
+  const auto along = [&](int axis, int p, int q) {  // strides of the axis and of the two others in v
+    const float d0 = v[axis] - v[0], dp = v[axis + p] - v[p], dq = v[axis + q] - v[q],
+                dpq = v[axis + p + q] - v[p + q];
+    const auto at = [t](int stride) { return t[stride / 2]; };
+    return blend(blend(d0, dp, at(p)), blend(dq, dpq, at(p)), at(q));
+  };
+  out[0] = along(1, 2, 4);
+  out[1] = along(2, 1, 4);
+  out[2] = along(4, 1, 2);
+}
+
 // Where a point stands in a lattice that ends at its faces.
 class ClippedLattice {
  public:
@@ -93,15 +110,25 @@ class ClippedLattice {
     return (_mm_movemask_ps(in) & 7) == 7 && usable_;
   }
 
+  // A place in steps from the first sample.
+  __m128 steps(__m128 point) const { return _mm_mul_ps(_mm_sub_ps(point, low_), scale_); }
+
   // The cell of a point that the lattice holds, and t within it. The last plane belongs to the cell before
   // it, where t stays what it was; a cell never leaves the lattice, whatever the numbers.
   __m128i cell(__m128 point, __m128& t) const {
-    const __m128 f = _mm_mul_ps(_mm_sub_ps(point, low_), scale_);
+    const __m128 f = steps(point);
     const __m128i c = _mm_cvttps_epi32(f);
     t = _mm_sub_ps(f, _mm_cvtepi32_ps(c));
     const __m128i above = _mm_cmpgt_epi32(c, last_), below = _mm_cmplt_epi32(c, _mm_setzero_si128());
     const __m128i kept = _mm_or_si128(_mm_and_si128(above, last_), _mm_andnot_si128(above, c));
     return _mm_andnot_si128(below, kept);
+  }
+
+  // False for a point that the lattice does not hold.
+  bool locate(__m128 point, __m128i& at, __m128& t) const {
+    if (!holds(point)) return false;
+    at = cell(point, t);
+    return true;
   }
 
   std::ptrdiff_t index(__m128i cell) const { return index_(cell); }
@@ -128,14 +155,17 @@ struct SplineWeights {
 // The three neighbours of a point on one axis: the nearest one and, as index offsets, those beside it.
 struct SplineAxis {
   SplineAxis() = default;
-  // The nearest point is the next one for t > 0.5. Beside a face, which rounding alone can reach, a neighbour
+  // The nearest point is the next one for t > 0.5. Beyond a face of a lattice that wraps the neighbours go on
+  // beside the opposite face, its image; of another, where rounding alone reaches beyond a face, a neighbour
   // of weight 0 is the face itself.
-  SplineAxis(int i, float t, int dim, std::ptrdiff_t stride)
-      : nearest(t > 0.5f ? i + 1 : i),
-        offset{nearest > 0 ? -stride : 0, 0, nearest + 1 < dim ? stride : 0},
-        weights(t > 0.5f ? t - 1.0f : t) {}
+  SplineAxis(int i, float t, int dim, std::ptrdiff_t stride, bool wraps = false)
+      : nearest(t > 0.5f ? i + 1 : i), weights(t > 0.5f ? t - 1.0f : t) {
+    const std::ptrdiff_t beyond = wraps ? stride * (dim - 2) : 0;
+    offset[0] = nearest > 0 ? -stride : beyond;
+    offset[2] = nearest + 1 < dim ? stride : -beyond;
+  }
   std::ptrdiff_t nearest;
-  std::ptrdiff_t offset[3];
+  std::ptrdiff_t offset[3] = {};
   SplineWeights weights;
 };
 
