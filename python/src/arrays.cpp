@@ -24,6 +24,7 @@ bool are_equal(const py::array& a, const py::array& b) {
 
 template <class Array>
 Array numbers(const py::handle& object, const char* name) {
+  if (Array::check_(object)) return py::reinterpret_borrow<Array>(object);  // the usual case, made quick
   // A conversion that fails leaves NumPy's own exception, which does not name the argument.
   constexpr bool whole = std::is_integral_v<typename Array::value_type>;
   const py::array any = py::array::ensure(object);
@@ -74,12 +75,16 @@ template Floats numbers_for(const py::handle&, const char*, py::ssize_t);
 template Doubles numbers_for(const py::handle&, const char*, py::ssize_t);
 template Ints numbers_for(const py::handle&, const char*, py::ssize_t);
 
-Floats points_of(const py::handle& object, const char* name) {
-  Floats points = numbers<Floats>(object, name);
+template <class Array>
+Array points_of(const py::handle& object, const char* name) {
+  Array points = numbers<Array>(object, name);
   if (points.ndim() > 0 && points.shape(points.ndim() - 1) == 3) return points;
   throw py::value_error(std::string(name) + ": positions of shape (n, 3) were wanted, " +
                         shape_text(points.shape(), points.ndim()) + " came");
 }
+
+template Floats points_of(const py::handle&, const char*);
+template Doubles points_of(const py::handle&, const char*);
 
 Floats finite_points(const py::handle& object, const char* name) {
   Floats points = numbers<Floats>(object, name, {-1, 3});

@@ -32,7 +32,8 @@ template <class Array>
 Array numbers_for(const py::handle& object, const char* name, py::ssize_t n);
 
 /// Positions: an array of shape (..., 3).
-Floats points_of(const py::handle& object, const char* name);
+template <class Array>
+Array points_of(const py::handle& object, const char* name);
 /// Positions of shape (n, 3), finite ones alone.
 Floats finite_points(const py::handle& object, const char* name);
 

@@ -12,3 +12,4 @@ void bind_molecule_files(pybind11::module_& module);
 void bind_molecule_symmetry(pybind11::module_& module);
 void bind_molecular_grids(pybind11::module_& module);
 void bind_gaussians(pybind11::module_& module);
+void bind_grid_operations(pybind11::module_& module);

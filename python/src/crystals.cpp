@@ -61,7 +61,7 @@ py::object matrix(const py::object& self) {
 /// A copy of positions (..., 3), moved by work(xyz, count).
 template <class Work>
 py::array_t<float> moved(const py::handle& object, const char* name, Work&& work) {
-  const Floats points = points_of(object, name);
+  const Floats points = points_of<Floats>(object, name);
   std::vector<float> xyz(points.data(), points.data() + points.size());
   compute([&] {
     work(xyz.data(), static_cast<unsigned int>(xyz.size() / 3));

@@ -45,5 +45,6 @@ PYBIND11_MODULE(_core, module) {
   bind_molecule_symmetry(module);
   bind_molecular_grids(module);
   bind_gaussians(module);
+  bind_grid_operations(module);
   refuse_unfinished_objects(module);
 }

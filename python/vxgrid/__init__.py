@@ -4,6 +4,7 @@ Lengths are in Å, angles in degrees, densities in electrons/Å³ or in units of
 shape (nz, ny, nx), arrays of points (n, 3).
 """
 
+from . import _display  # noqa: F401  (gives Grid its pictures)
 from ._adapters import from_gemmi, from_rdkit
 from ._core import (
     Attributes,
