@@ -32,6 +32,7 @@
 #include "bindings.h"
 #include "call.h"
 #include "grids.h"
+#include "molecules.h"
 
 using namespace VXCore;
 
@@ -252,6 +253,11 @@ void mask_by_spheres(VXScalarGrid& grid, const py::object& centers, const py::ob
       [&] { return VXMaskGridByCoordsAndRadii(grid, at, of, n, kind); });
 }
 
+void mask_by_molecule(VXScalarGrid& grid, const VXGraphMol& molecule, const std::string& mode, float level) {
+  const unsigned int kind = mask_mode(mode);
+  run("a molecule with atoms was wanted", [&] { return VXMaskGridByMolecule(grid, molecule, kind, level); });
+}
+
 // --- contours ---
 
 py::array_t<float> contour_levels(Grid& grid, unsigned int count, bool descending, std::optional<float> limit,
@@ -437,6 +443,13 @@ void bind_scalar(py::class_<VXScalarGrid, Grid, ScalarGridPtr>& grid) {
            "Cuts values out by the Gaussian density of spheres, centers (n, 3) and radii (n,) in Å, in "
            "place.\n\n"
            "mode as in mask().")
+      .def("mask_by_molecule", &mask_by_molecule, py::arg("molecule"), py::arg("mode") = "gaussian",
+           py::kw_only(), py::arg("level") = 0.5f,
+           "Cuts a molecule out, or all but the molecule, by the Gaussian density of its atoms, in place.\n\n"
+           "mode as in mask(), with level in place of 0.5: of \"gaussian\" and \"gaussian-\" the density at "
+           "the "
+           "border, of the\n"
+           "smooth ones the factor in the exponent.")
       .def(
           "thin", [](VXScalarGrid& g) { return compute([&] { return VXThinGrid(g); }); },
           "Thins what is not 0 to lines of 1 in a field of 0, in place; the number of rounds that it "

@@ -152,6 +152,9 @@ def test_values_in_place() -> None:
     grid.mask_by_spheres([[1, 2, 3]], [1.0], "gaussian-")
     distance = np.linalg.norm(grid.positions() - (1, 2, 3), axis=-1)
     assert np.all(grid.values[distance > 1] == 0) and np.any(grid.values[distance < 0.6] != 0)
+    grid.values = 1
+    grid.mask_by_molecule(vxgrid.Molecule([[1, 2, 3]], [6]), level=0.3)
+    assert np.all(grid.values[distance > 2.5] == 1) and np.all(grid.values[distance < 0.6] == 0)
     grid.clear_boundary()
     assert grid.values[1:-1, 1:-1, 1:-1].any() == grid.has_nonzero() and not grid.values[0].any()
 
