@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <iterator>
+#include <vector>
 
 #include <vxgrid/host/binary_records.h>
 #include <vxgrid/host/error_handler.h>
-#include <vxgrid/processing/grid_values.h>
+#include <vxgrid/processing/between_grids.h>
 #include <vxgrid/formats/map_samples.inl>
+#include <vxgrid/processing/lattice.inl>
 
 namespace VXCore {
 namespace {
@@ -131,16 +133,18 @@ bool VXReadGraspGrid(vxistream& in, VXZemoGrid& grid) {
 
 bool VXWriteGraspGrid(vxostream& out, const VXZemoGrid& grid) {
   constexpr float kPerSample = 0.015384615f;  // 1 / 65
-  VXZemoGrid map;
-  const float mid[3] = {grid.GetXMid(), grid.GetYMid(), grid.GetZMid()};
-  map.SetMid(mid[0], mid[1], mid[2]);
-  if (!map.SetDim(kGraspDim, kGraspDim, kGraspDim)) return false;
   const unsigned int n = std::max({grid.GetXDim(), grid.GetYDim(), grid.GetZDim()});
   float spacing = grid.GetSpacing();
   if (n > kGraspDim) spacing = spacing * kPerSample * static_cast<float>(n);
-  map.SetSpacing(spacing);
-  VXInterpolateBetweenGrids(map, grid);
-  return VXWriteDelphiMap(out, map.GetFloats().GetValues(), 1.0f / spacing, mid);
+
+  // A plain array: a grid would take memory for integers and more at its boundaries.
+  std::vector<float> samples(kSamples);
+  const float mid[3] = {grid.GetXMid(), grid.GetYMid(), grid.GetZMid()};
+  constexpr int dim = kGraspDim;
+  const GridStruct map{samples.data(), nullptr,        mid[0], mid[1], mid[2], dim, dim, dim,
+                       spacing,        1.0f / spacing, nullptr};
+  if (grid.GetFloatsSet()) vi_int_btw_grids(lattice::view(grid, grid.GetFloats().GetValues()), map, 2);
+  return VXWriteDelphiMap(out, samples.data(), 1.0f / spacing, mid);
 }
 
 }  // namespace VXCore
