@@ -9,6 +9,7 @@
 #include <vxgrid/host/text.h>
 #include <vxgrid/processing/grid_values.h>
 #include <vxgrid/reflection/fft_backend.h>
+#include <vxgrid/reflection/mtz_labels.h>
 #include <vxgrid/reflection/reflection_impl.h>
 #include <vxgrid/xtal/xtal_symmetry.h>
 
@@ -29,45 +30,6 @@ bool has_whole_header(VXHost::vxistream& in, const std::string& head) {
   while (in.read(record, 80) == 80)
     if (record.compare(0, 4, "END ") == 0) return true;
   return record.compare(0, 3, "END") == 0;
-}
-
-/// The labels that a map type takes, in the roles that `columns` gives them.
-std::vector<std::string> labels_for(unsigned type, const VXMTZColumns& columns) {
-  using namespace VXMTZMapType;
-  switch (type) {
-    case Fwt:
-      return {columns.GetFwt(), columns.GetPhiwt()};
-    case Fdelwt:
-      return {columns.GetFdelwt(), columns.GetPhidelwt()};
-    case Fc:
-      return {columns.GetFc(), columns.GetPhic()};
-    case Fo:
-      return {columns.GetFobs(), columns.GetPhi().empty() ? columns.GetPhic() : columns.GetPhi()};
-    case TwoFoFcSigmaA:
-    case FoFcSigmaA:
-      return {columns.GetFobs(),
-              columns.GetFc(),
-              columns.GetPhic(),
-              columns.GetSigmaA(),
-              "HLA",
-              "HLB",
-              "HLC",
-              "HLD"};
-    default:
-      return {columns.GetFobs(), columns.GetFc(), columns.GetPhic()};
-  }
-}
-
-/// The usual labels of the file. F-obs is an observed amplitude, also where the library takes it for the
-/// calculated one.
-VXMTZColumns usual_columns(const VXMTZ& mtz) {
-  VXMTZColumns columns;
-  mtz.AutoGetColumns(columns);
-  if (columns.GetFc() == "F-obs") {
-    columns.SetFobs("F-obs");
-    columns.SetFc(mtz.FindColumn("F-model") ? "F-model" : "FC");
-  }
-  return columns;
 }
 
 void set_columns(VXMTZColumns& columns, unsigned type, const std::string& amplitude,
@@ -202,11 +164,11 @@ std::string free_flags_of(const std::vector<MtzColumn>& columns) {
 std::vector<MapChoice> possible_maps(const std::string& file, VXHost::vxistream& in) {
   const LibraryLog log;
   const VXMTZ mtz(in, file);
-  const VXMTZColumns columns = usual_columns(mtz);
+  const VXMTZColumns columns = VXUsualMTZColumns(mtz);
   std::vector<MapChoice> choices;
   std::string missing;
   for (const char* type : kMapTypes) {
-    std::vector<std::string> labels = labels_for(VXMTZMapTypeFromString(type), columns);
+    std::vector<std::string> labels = VXMTZMapLabels(VXMTZMapTypeFromString(type), columns);
     if (have_all(mtz, labels, missing)) choices.push_back({type, std::move(labels)});
   }
   return choices;
@@ -220,7 +182,7 @@ MtzMap make_map(const std::string& file, InputFile& input, const MapOptions& opt
   const LibraryLog log;
   const VXMTZ mtz(input.stream(), file);
   const unsigned type = VXMTZMapTypeFromString(options.type_or_default());
-  VXMTZColumns columns = usual_columns(mtz);
+  VXMTZColumns columns = VXUsualMTZColumns(mtz);
   if (const size_t comma = options.columns.find(','); comma != std::string::npos) {
     const std::string amplitude = options.columns.substr(0, comma), phase = options.columns.substr(comma + 1);
     check_types(file, file_columns, amplitude, phase);
@@ -228,7 +190,7 @@ MtzMap make_map(const std::string& file, InputFile& input, const MapOptions& opt
   }
 
   MtzMap map;
-  map.labels = labels_for(type, columns);
+  map.labels = VXMTZMapLabels(type, columns);
   std::string missing;
   if (!have_all(mtz, map.labels, missing))
     throw Failure(
@@ -252,7 +214,7 @@ MtzReflections read_reflections(const std::string& file, const std::string& labe
   const std::vector<MtzColumn> file_columns = read_mtz_columns(file, input);
   const LibraryLog log;
   MtzReflections found;
-  found.label = label.empty() ? usual_columns(VXMTZ(input.stream(), file)).GetFobs() : label;
+  found.label = label.empty() ? VXUsualMTZColumns(VXMTZ(input.stream(), file)).GetFobs() : label;
   found.free_flags = free_flags_of(file_columns);
   const auto column = std::find_if(file_columns.begin(), file_columns.end(),
                                    [&](const MtzColumn& each) { return each.label == found.label; });
@@ -273,16 +235,6 @@ MtzReflections read_reflections(const std::string& file, const std::string& labe
     throw Failure(file, log.reason(file, "no space group, cell or Miller indices in this file"));
   log.pass_on(settings, file);
   return found;
-}
-
-VXSymmetry map_symmetry(const VXSkewGrid& grid) {
-  if (grid.HasData("vx_symm")) return grid.GetData<VXSymmetry>("vx_symm");
-  if (!grid.HasSpaceGroup()) return {};
-  float six[6];
-  grid.GetUnitCell(six[0], six[1], six[2], six[3], six[4], six[5]);
-  const LibraryLog log;
-  const VXSymmetry symmetry(grid.GetSpaceGroup(), VXUnitCell(six));
-  return symmetry && !symmetry.HasWarnings() && symmetry.cell().isValid() ? symmetry : VXSymmetry();
 }
 
 std::string cell_text(const VXUnitCell& cell) {

@@ -79,9 +79,5 @@ struct MtzReflections {
 /// Reads an MTZ file; `label` is empty for the usual one. Failure without that column, reflections or group.
 MtzReflections read_reflections(const std::string& file, const std::string& label, const Settings& settings);
 
-/// The space group of a map, bound to its cell: the one it was made with, or the one its number gives. Empty
-/// when there is none, or when it does not fit the cell.
-VXCore::VXXtal::VXSymmetry map_symmetry(const VXCore::VXSkewGrid& grid);
-
 /// "71.45 71.45 104.204 90 90 120".
 std::string cell_text(const VXCore::VXXtal::VXUnitCell& cell);

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <numeric>
 
+#include <vxgrid/realspace/map_region.h>
+
 #include "input.h"
 #include "map_values.h"
 
@@ -177,7 +179,7 @@ long MapBlobs::blob_around(const Vector& steps) const {
 void MapBlobs::find_different(const VXSkewGrid& grid) {
   std::vector<size_t> sets(blobs_.size());
   std::iota(sets.begin(), sets.end(), size_t{0});
-  const VXXtal::VXSymmetry symmetry = map_symmetry(grid);
+  const VXXtal::VXSymmetry symmetry = VXGetMapSymmetry(grid);
   for (size_t i = 0; i < blobs_.size() && symmetry; ++i) {
     const Vector at = place(blobs_[i].peak_at);
     for (unsigned op = 0; op < symmetry.GetOpCount(); ++op) {

@@ -2,9 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <initializer_list>
 
-#include <vxgrid/reflection/mtz.h>
+#include <vxgrid/reflection/mtz_labels.h>
 #include <vxgrid/reflection/reflection_impl.h>
 #include <vxgrid/reflection/reflection_io.h>
 
@@ -50,35 +49,14 @@ constexpr Column kColumns[] = {
   {"fdelwt",     &Set::fdelwt,     nullptr,       false, false, nullptr},
   {"phidelwt",   &Set::phidelwt,   nullptr,       false, false, nullptr},
 };
-
-/// Labels of MTZ files by their role, the first that is there counts; in the order of VXMTZ::AutoGetColumns.
-struct Labels { VXMTZColumnNames::Role role; std::initializer_list<const char*> labels; };
-const Labels kLabels[] = {
-  {VXMTZColumnNames::Fobs,      {"F", "FP", "F-obs", "FOBS"}},
-  {VXMTZColumnNames::Fcalc,     {"FC", "F-model", "FCALC"}},
-  {VXMTZColumnNames::Phase,     {"PHI", "PHIB"}},
-  {VXMTZColumnNames::PhaseCalc, {"PHIC", "PHIF-model", "PHIFCALC"}},
-  {VXMTZColumnNames::Sigma,     {"SIGF", "SIGFP", "SIGF-obs", "SIGFOBS"}},
-  {VXMTZColumnNames::Fwt,       {"FWT", "2FOFCWT"}},
-  {VXMTZColumnNames::Phiwt,     {"PHWT", "PH2FOFCWT"}},
-  {VXMTZColumnNames::Fdelwt,    {"DELFWT", "FOFCWT"}},
-  {VXMTZColumnNames::Phidelwt,  {"PHDELWT", "PHFOFCWT"}},
-};
 // clang-format on
 
 bool read_mtz(const std::string& file, VXHost::vxistream& in, ReflectionFile& data) {
   const std::vector<MtzColumn> columns = read_columns(file, in);
-  const auto is_there = [&](const char* label) {
-    return std::any_of(columns.begin(), columns.end(),
-                       [label](const MtzColumn& column) { return column.label == label; });
-  };
-  VXMTZColumnNames names;
-  for (const Labels& each : kLabels)
-    if (const auto* label = std::find_if(each.labels.begin(), each.labels.end(), is_there);
-        label != each.labels.end())
-      names.SetColumnName(each.role, *label);
+  std::vector<std::string> labels;
+  for (const MtzColumn& column : columns) labels.push_back(column.label);
   data.free_flags = free_flags_of(columns);
-  return VXReadReflectionMTZ(in, data.set, names);
+  return VXReadReflectionMTZ(in, data.set, VXUsualMTZColumnNames(labels));
 }
 
 bool read(const std::string& file, InputFile& input, ReflectionFile& data) {

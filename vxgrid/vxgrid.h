@@ -84,6 +84,7 @@
 #include <vxgrid/reflection/fft_backend.h>
 #include <vxgrid/reflection/map_synthesis.h>
 #include <vxgrid/reflection/mtz.h>
+#include <vxgrid/reflection/mtz_labels.h>
 #include <vxgrid/reflection/reflection.h>
 #include <vxgrid/reflection/reflection_impl.h>
 #include <vxgrid/reflection/reflection_io.h>
@@ -91,6 +92,8 @@
 
 #include <vxgrid/realspace/density.h>
 #include <vxgrid/realspace/fit_statistics.h>
+#include <vxgrid/realspace/map_region.h>
+#include <vxgrid/realspace/model_fit.h>
 
 #include <vxgrid/exchange/gaussian_records.h>
 #include <vxgrid/exchange/grid_field.h>

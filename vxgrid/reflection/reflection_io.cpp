@@ -51,10 +51,14 @@ const Format* format_of(const std::string& filename) {
 }  // namespace
 
 bool VXReadReflection(const std::string& filename, VXReflection& set) {
-  const Format* const format = format_of(filename);
-  if (!format) return false;
+  if (!format_of(filename)) return false;
   VXHost::vxifstream in(filename);
-  if (!format->read(in, set)) return false;
+  return VXReadReflection(in, filename, set);
+}
+
+bool VXReadReflection(VXHost::vxistream& in, const std::string& filename, VXReflection& set) {
+  const Format* const format = format_of(filename);
+  if (!format || !format->read(in, set)) return false;
   if (set.GetTitle().empty()) set.SetTitle(filename);
   return true;
 }

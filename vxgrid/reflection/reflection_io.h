@@ -28,6 +28,8 @@ class VXReflection;
 /// empty set, as anything else false. On success a set without a title gets the file name as its title. False
 /// for an unknown extension.
 VXGRID_API bool VXReadReflection(const std::string& filename, VXReflection& set);
+/// The same from a stream, compressed or not; the extension is that of the name.
+VXGRID_API bool VXReadReflection(VXHost::vxistream& in, const std::string& filename, VXReflection& set);
 
 /// Writes a file. False, with no file made, when VXIsWritableReflection is; false when the file does not open
 /// or the disc is full.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <vxgrid/host/error_handler.h>
+#include <vxgrid/host/tracer.h>
 #include <vxgrid/reflection/reflection.h>
 #include <vxgrid/reflection/reflection_impl.h>
 #include <vxgrid/xtal/scatter_table.h>
@@ -303,6 +304,12 @@ const char* fault_of(const VXReflectionImpl& set) {
 }  // namespace
 
 bool VXStructureFactors(VXReflection& set, const VXMolBase& model, unsigned int& skipped) {
+  VXTracerBase silent;
+  return VXStructureFactors(set, model, skipped, silent);
+}
+
+bool VXStructureFactors(VXReflection& set, const VXMolBase& model, unsigned int& skipped,
+                        VXTracerBase& tracer) {
   skipped = 0;
   VXReflectionImpl& impl = *set.GetImpl();
   const char* fault = fault_of(impl);
@@ -317,7 +324,9 @@ bool VXStructureFactors(VXReflection& set, const VXMolBase& model, unsigned int&
   const Model scatterers(model, axes);
   std::vector<float> amplitudes(impl.nref), phases(impl.nref);
   Block block;
+  const std::size_t step = impl.nref / 100 / kLanes * kLanes + kLanes;  // between reports
   for (std::size_t first = 0; first < impl.nref; first += kLanes) {
+    if (first % step == 0 && !tracer.Progress(static_cast<unsigned int>(first), impl.nref)) return false;
     block.Fill(impl, first, axes, rotations, scatterers);
     sum_atoms(block, scatterers.atoms.data(), scatterers.atoms.size());
     const std::size_t count = std::min<std::size_t>(kLanes, impl.nref - first);

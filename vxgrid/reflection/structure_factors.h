@@ -6,6 +6,7 @@ namespace VXCore {
 
 class VXMolBase;
 class VXReflection;
+class VXTracerBase;
 
 /// Fills Fcalc, PhaseCalc and Phase of a set with the structure factors of a model: the sum in double
 /// precision, without lookup tables, over all operators of the set's space group and all atoms,
@@ -24,5 +25,10 @@ class VXReflection;
 ///
 /// VXReflection::SFCalc does the same with tables in whole degrees: faster, and good to about a percent.
 VXGRID_API bool VXStructureFactors(VXReflection& set, const VXMolBase& model, unsigned int& skipped);
+
+/// The same with reports of progress, about a hundred of them. When the tracer asks to stop, the result is
+/// false and the columns are as they were.
+VXGRID_API bool VXStructureFactors(VXReflection& set, const VXMolBase& model, unsigned int& skipped,
+                                   VXTracerBase& tracer);
 
 }  // namespace VXCore

@@ -1,13 +1,17 @@
-#include "map_region.h"
+#include <vxgrid/realspace/map_region.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <vector>
 
+#include <vxgrid/grid/skewgrid.h>
+#include <vxgrid/host/error_handler.h>
+#include <vxgrid/host/molecule.h>
 #include <vxgrid/realspace/density.h>
 
-using namespace VXCore;
+namespace VXCore {
+
 using VXXtal::VXSymmetry;
 using VXXtal::VXUnitCell;
 
@@ -73,7 +77,7 @@ long find_sample(const Lattice& map, const std::vector<StepOperator>& operators,
 }
 
 /// The positions of all atoms in steps along the cell edges.
-std::vector<std::array<double, 3>> atoms_in_steps(const VXGraphMol& model, const VXUnitCell& cell,
+std::vector<std::array<double, 3>> atoms_in_steps(const VXMolBase& model, const VXUnitCell& cell,
                                                   const Index& steps) {
   std::vector<float> coords(3ul * model.GetMaxAtomIdx());
   model.GetCoords(coords.data());
@@ -143,11 +147,11 @@ VXSkewGrid make_box(const VXSkewGrid& grid, const VXUnitCell& cell, const Lattic
   return made;
 }
 
-Coverage atoms_in_grid(const VXSkewGrid& grid, const VXGraphMol& model) {
+VXMapCoverage atoms_in_grid(const VXSkewGrid& grid, const VXMolBase& model) {
   const XYZToIJK mapping(grid);
   const float last[3] = {static_cast<float>(grid.GetXDim() - 1), static_cast<float>(grid.GetYDim() - 1),
                          static_cast<float>(grid.GetZDim() - 1)};
-  Coverage coverage;
+  VXMapCoverage coverage;
   for (const VXAtomBase& atom : VXIter<VXAtomBase>(model.GetAtoms())) {
     float xyz[3], ijk[3];
     model.GetCoords(&atom, xyz);
@@ -159,10 +163,32 @@ Coverage atoms_in_grid(const VXSkewGrid& grid, const VXGraphMol& model) {
   return coverage;
 }
 
+/// Whether there are atoms, all at finite positions.
+bool has_places(const VXMolBase& model) {
+  if (!model) return false;
+  for (const VXAtomBase& atom : VXIter<VXAtomBase>(model.GetAtoms())) {
+    float xyz[3];
+    model.GetCoords(&atom, xyz);
+    if (!std::isfinite(xyz[0] + xyz[1] + xyz[2])) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
-std::optional<Coverage> serve_model(VXSkewGrid& grid, const VXSymmetry& symmetry, const VXGraphMol& model,
-                                    float margin) {
+VXSymmetry VXGetMapSymmetry(const VXSkewGrid& grid) {
+  if (grid.HasData("vx_symm")) return grid.GetData<VXSymmetry>("vx_symm");
+  if (!grid.HasSpaceGroup()) return {};
+  float six[6];
+  grid.GetUnitCell(six[0], six[1], six[2], six[3], six[4], six[5]);
+  const VXMessageCapture unheard;
+  const VXSymmetry symmetry(grid.GetSpaceGroup(), VXUnitCell(six));
+  return symmetry && !symmetry.HasWarnings() && symmetry.cell().isValid() ? symmetry : VXSymmetry();
+}
+
+std::optional<VXMapCoverage> VXCutModelBox(VXSkewGrid& grid, const VXSymmetry& symmetry,
+                                           const VXMolBase& model, float margin) {
+  if (!has_places(model)) return std::nullopt;
   unsigned nx = 0, ny = 0, nz = 0;
   grid.GetImpl().GetUnitSpacing(nx, ny, nz);
   if (!symmetry || nx == 0 || ny == 0 || nz == 0) {
@@ -192,7 +218,7 @@ std::optional<Coverage> serve_model(VXSkewGrid& grid, const VXSymmetry& symmetry
           known[point] = true;
         }
 
-  Coverage coverage{model.NumAtoms(), 0};
+  VXMapCoverage coverage{model.NumAtoms(), 0};
   for (const auto& position : positions) {
     Index at;
     for (size_t axis = 0; axis < 3; ++axis) at[axis] = std::lround(position[axis]) - box.start[axis];
@@ -201,3 +227,5 @@ std::optional<Coverage> serve_model(VXSkewGrid& grid, const VXSymmetry& symmetry
   grid = make_box(grid, cell, box, values);
   return coverage;
 }
+
+}  // namespace VXCore
