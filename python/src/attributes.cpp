@@ -193,7 +193,10 @@ void bind_attributes(py::module_& module) {
         return py::str("Attributes({})").format(py::module_::import("builtins").attr("dict")(self));
       });
 
-  // The rest of a mapping (get, items, update, ==, ...) is Python's own.
+  make_mutable_mapping(type);
+}
+
+void make_mutable_mapping(const py::object& type) {
   const py::object base = py::module_::import("collections.abc").attr("MutableMapping");
   for (const char* name :
        {"get", "keys", "items", "values", "pop", "popitem", "clear", "update", "setdefault", "__eq__"})

@@ -16,3 +16,7 @@ struct Attributes {
   /// first does not have, and a change reaches both.
   VXCore::VXBase* second = nullptr;
 };
+
+/// Gives a class that has the items of a mapping the rest of one (get, update, ==, ...), which is Python's
+/// own.
+void make_mutable_mapping(const py::object& type);

@@ -46,5 +46,9 @@ PYBIND11_MODULE(_core, module) {
   bind_molecular_grids(module);
   bind_gaussians(module);
   bind_grid_operations(module);
+  bind_reflections(module);
+  bind_mtz(module);
+  bind_density(module);
+  bind_scoring(module);
   refuse_unfinished_objects(module);
 }

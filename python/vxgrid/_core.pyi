@@ -1,15 +1,16 @@
 """The compiled part of vxgrid. Import vxgrid, not this."""
 
 import enum
-from collections.abc import Callable, Iterable, Iterator, MutableMapping, Sequence
+from collections.abc import Callable, Iterable, Iterator, Mapping, MutableMapping, Sequence
 from os import PathLike
+from pathlib import Path
 from typing import Any, Literal, Self, TypeAlias, TypeVar, overload
 
 import numpy as np
 from matplotlib.axes import Axes
 from numpy.typing import ArrayLike, DTypeLike, NDArray
 
-from ._rows import GridFormat, Residue, ShapeMoments, SymmetryImage
+from ._rows import GridFormat, ModelFit, Residue, ResidueFit, RsccMaps, ShapeMoments, SymmetryImage
 from ._types import Settable
 
 Floats: TypeAlias = NDArray[np.float32]
@@ -520,3 +521,155 @@ def shape_moments(
 def gaussian_expansion(
     molecule: Molecule, *, level: Literal["atoms", "bonds", "full"] = "full", hydrogens: bool = False, vmin: float = 0.02
 ) -> NDArray[np.void]: ...
+
+# --- reflections ---
+
+MapType: TypeAlias = Literal[
+    "Fwt", "Fdelwt", "2Fo-Fc", "Fo-Fc", "3Fo-2Fc", "5Fo-3Fc", "Fo", "Fc", "Fo*Fo", "Fo*FOM", "2Fo-Fc(SigmaA)", "Fo-Fc(SigmaA)"
+]
+
+class ReflectionColumns(MutableMapping[str, NDArray[Any]]):
+    def __len__(self) -> int: ...
+    def __iter__(self) -> Iterator[str]: ...
+    def __contains__(self, name: object) -> bool: ...
+    def __getitem__(self, name: str) -> NDArray[Any]: ...
+    def __setitem__(self, name: str, values: ArrayLike) -> None: ...
+    def __delitem__(self, name: str) -> None: ...
+
+class Reflections:
+    def __init__(
+        self,
+        hkl: ArrayLike,
+        columns: Mapping[str, ArrayLike] | None = None,
+        *,
+        symmetry: Symmetry | None = None,
+        title: str = "",
+    ) -> None: ...
+    def __len__(self) -> int: ...
+    def __getitem__(self, which: slice | ArrayLike) -> Reflections: ...
+    hkl: Settable[Ints, ArrayLike]
+    @property
+    def columns(self) -> ReflectionColumns: ...
+    abcd: Settable[Floats | None, ArrayLike | None]
+    symmetry: Symmetry | None
+    title: str
+    resolution_range: tuple[float, float] | None
+    @property
+    def attributes(self) -> Attributes: ...
+    @property
+    def map_types(self) -> list[MapType]: ...
+    def calculate_resolution(self) -> Floats: ...
+    def sorted(self) -> Reflections: ...
+    def expanded(self) -> Reflections: ...
+    def map_coefficients(self, map_type: MapType) -> tuple[Floats, Floats]: ...
+    def make_map(self, map_type: MapType, *, expand: bool = True) -> SkewGrid: ...
+    def calculate_structure_factors(
+        self,
+        model: Molecule,
+        *,
+        method: Literal["exact", "table"] = "exact",
+        progress: Callable[[int, int], object] | None = None,
+    ) -> int: ...
+    def copy(self) -> Reflections: ...
+    def __copy__(self) -> Reflections: ...
+    def __deepcopy__(self, memo: object) -> Reflections: ...
+    def to_bytes(self) -> bytes: ...
+    @staticmethod
+    def from_bytes(data: bytes) -> Reflections: ...
+
+def read_reflections(path: str | PathLike[str], *, labels: Mapping[str, str] | None = None) -> Reflections: ...
+def write_reflections(path: str | PathLike[str], reflections: Reflections) -> None: ...
+def fft_backend() -> Literal["fftw2", "pocketfft"]: ...
+def set_fft_backend(name: Literal["fftw2", "pocketfft"]) -> None: ...
+
+# --- MTZ files ---
+
+class MtzFile:
+    def __init__(self, path: str | PathLike[str]) -> None: ...
+    @property
+    def path(self) -> Path: ...
+    @property
+    def column_types(self) -> dict[str, str]: ...
+    @property
+    def amplitudes(self) -> list[str]: ...
+    @property
+    def phases(self) -> list[str]: ...
+    @property
+    def sigmas(self) -> list[str]: ...
+    @property
+    def flags(self) -> list[str]: ...
+    @property
+    def map_types(self) -> list[MapType]: ...
+    def __getitem__(self, label: str) -> Floats: ...
+    def make_map(
+        self,
+        map_type: MapType = "Fwt",
+        *,
+        amplitude: str | None = None,
+        phase: str | None = None,
+        calculated: str | None = None,
+        sigma: str | None = None,
+    ) -> SkewGrid: ...
+
+def read_mtz(
+    path: str | PathLike[str],
+    map_type: MapType = "Fwt",
+    *,
+    amplitude: str | None = None,
+    phase: str | None = None,
+    calculated: str | None = None,
+    sigma: str | None = None,
+) -> SkewGrid: ...
+
+# --- density of models ---
+
+@overload
+def model_density(model: Molecule, like: SkewGrid, *, spacing: float = 0.5) -> SkewGrid: ...
+@overload
+def model_density(model: Molecule, like: ScalarGrid | None = None, *, spacing: float = 0.5) -> ScalarGrid: ...
+def set_scatter_defaults(
+    model: Molecule, *, b_factor: float = 20.0, occupancy: float = 1.0, overwrite: bool = False
+) -> None: ...
+def mask_radius(resolution: float) -> float: ...
+def resolution_of(source: SkewGrid | Molecule) -> float | None: ...
+def crystal_atoms(model: Molecule, grid: SkewGrid) -> Molecule: ...
+def is_difference_map(grid: SkewGrid | ScalarGrid) -> bool: ...
+
+# --- scores of models in maps ---
+
+def score_model(
+    model: Molecule,
+    observed: SkewGrid,
+    *,
+    radius: float | None = None,
+    progress: Callable[[int, int], object] | None = None,
+) -> ModelFit: ...
+def score_residues(
+    model: Molecule,
+    observed: SkewGrid | ScalarGrid,
+    *,
+    radius: float | None = None,
+    calculated: SkewGrid | ScalarGrid | None = None,
+    progress: Callable[[int, int], object] | None = None,
+) -> list[ResidueFit]: ...
+def rscc(
+    model: Molecule,
+    observed: SkewGrid | ScalarGrid | Molecule,
+    *,
+    radius: float | None = None,
+    calculated: SkewGrid | ScalarGrid | None = None,
+) -> float: ...
+def rsr(
+    model: Molecule,
+    observed: SkewGrid | ScalarGrid | Molecule,
+    *,
+    radius: float | None = None,
+    calculated: SkewGrid | ScalarGrid | None = None,
+) -> float: ...
+def rscc_maps(
+    model: Molecule,
+    observed: SkewGrid | ScalarGrid | Molecule,
+    *,
+    radius: float | None = None,
+    calculated: SkewGrid | ScalarGrid | None = None,
+) -> RsccMaps: ...

@@ -1,9 +1,12 @@
 """Rows of tables: what the library says of one residue, one peak and the like."""
 
-from typing import NamedTuple
+from typing import TYPE_CHECKING, NamedTuple
 
 import numpy as np
 from numpy.typing import NDArray
+
+if TYPE_CHECKING:
+    from ._core import ScalarGrid
 
 
 class GridFormat(NamedTuple):
@@ -45,3 +48,32 @@ class ShapeMoments(NamedTuple):
     """The centre of volume: shape (3,), in Å."""
     axes: NDArray[np.float32]
     """The principal axes as rows, a right-handed frame: shape (3, 3)."""
+
+
+class ResidueFit(NamedTuple):
+    """How well a residue fits a map: RSCC and RSR, not-a-number where they cannot be had."""
+
+    chain: str
+    number: int
+    insert_code: str
+    name: str
+    rscc: float
+    rsr: float
+
+
+class ModelFit(NamedTuple):
+    """How well a model fits a map, as a whole and by residue, within a mask radius in Å."""
+
+    rscc: float
+    rsr: float
+    radius: float
+    residues: list[ResidueFit]
+
+
+class RsccMaps(NamedTuple):
+    """RSCC with the maps that it compares, on one lattice, and their mask."""
+
+    rscc: float
+    observed: "ScalarGrid"
+    calculated: "ScalarGrid"
+    mask: "ScalarGrid"

@@ -4,6 +4,7 @@
 
 #include <support/support.h>
 #include <vxgrid/host/stream.h>
+#include <vxgrid/host/tracer.h>
 #include <vxgrid/reflection/mtz.h>
 
 #include "gemmi_model.h"
@@ -162,6 +163,19 @@ TEST(StructureFactors, RefusesAndSaysWhy) {
     EXPECT_FALSE(set.GetImpl()->fcalc) << "columns changed";
     EXPECT_TRUE(set.GetCount() == 0 || set.GetImpl()->phase[0] == 7);
   }
+}
+
+TEST(StructureFactors, StopsWhenAsked) {
+  struct Stops : VXTracerBase {
+    bool Progress(unsigned int current, unsigned int total) override {
+      EXPECT_EQ(total, 3u);
+      return current > 0;
+    }
+  } stops;
+  VXReflection set = make_set({{1, 0, 0, 5, 7}, {0, 1, 0, 5, 7}, {0, 0, 1, 5, 7}});
+  unsigned int skipped = 0;
+  EXPECT_FALSE(VXStructureFactors(set, make_model({{6, 0, 0, 0, 1, 20}}), skipped, stops));
+  EXPECT_FALSE(set.GetImpl()->fcalc);
 }
 
 }  // namespace

@@ -188,7 +188,7 @@ VXSymmetry VXGetMapSymmetry(const VXSkewGrid& grid) {
 
 std::optional<VXMapCoverage> VXCutModelBox(VXSkewGrid& grid, const VXSymmetry& symmetry,
                                            const VXMolBase& model, float margin) {
-  if (!has_places(model)) return std::nullopt;
+  if (!has_places(model) || !grid.GetValues()) return std::nullopt;
   unsigned nx = 0, ny = 0, nz = 0;
   grid.GetImpl().GetUnitSpacing(nx, ny, nz);
   if (!symmetry || nx == 0 || ny == 0 || nz == 0) {

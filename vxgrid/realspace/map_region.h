@@ -27,8 +27,8 @@ struct VXMapCoverage {
 /// cell does; where the map has none it gets 0. All atoms of the model then lie on the grid: their densities
 /// come out alike, wherever in the cell they are. Without symmetry the map stays and no longer wraps around.
 ///
-/// Nothing, with the map as it was, for a box of more than 2^27 points, for a model without atoms and for one
-/// with a position that is not finite.
+/// Nothing, with the map as it was, for a box of more than 2^27 points, for a model without atoms or with a
+/// position that is not finite, and for a map of one sample, which shows no values.
 VXGRID_API std::optional<VXMapCoverage> VXCutModelBox(VXSkewGrid& grid, const VXXtal::VXSymmetry& symmetry,
                                                       const VXMolBase& model, float margin);
 

@@ -109,7 +109,9 @@ bool cut_box(VXSkewGrid& map, const VXMolBase& model, double radius) {
   const float margin = static_cast<float>(std::max(4.0, radius + 1));
   const std::optional<VXMapCoverage> coverage = VXCutModelBox(map, VXGetMapSymmetry(map), model, margin);
   if (!coverage) {
-    VXThrow.Warning("its atoms lie too far from each other to cut a box out of the map");
+    VXThrow.Warning(
+        "no box can be cut out of the map: the atoms lie too far from each other or at no place, or it has "
+        "one sample");
     return false;
   }
   if (coverage->inside == 0) {
