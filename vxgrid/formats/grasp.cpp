@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <vector>
 
 #include <vxgrid/host/binary_records.h>
 #include <vxgrid/host/error_handler.h>
@@ -42,10 +41,8 @@ void write_text(vxostream& out, const char (&text)[n]) {
   VXGraspIO::WriteGraspLine(out, text, n - 1, VXGraspIO::DetermineGraspByteOrder());
 }
 
-// A record of floats, which are swapped in blocks that stay in the first-level cache.
+// Floats of a record, swapped in blocks that stay in the first-level cache.
 void write_floats(vxostream& out, const float* values, std::size_t n) {
-  const int bytes = static_cast<int>(n * sizeof(float));
-  VXGraspIO::WBeginGraspBlock(bytes, out);
   float block[4096];
   for (std::size_t part; n > 0; values += part, n -= part) {
     part = std::min(n, std::size(block));
@@ -54,7 +51,23 @@ void write_floats(vxostream& out, const float* values, std::size_t n) {
     if (VXGraspIO::DetermineGraspByteOrder()) ArraySwapBytes(raw, part, sizeof(float));
     out.write(raw, part * sizeof(float));
   }
-  VXGraspIO::WEndGraspBlock(bytes, out);
+}
+
+// A whole map; write_samples puts kSamples floats out.
+template <class WriteSamples>
+bool write_map(vxostream& out, float scale, const float* mid, WriteSamples write_samples) {
+  const float lattice[] = {scale, mid[0], mid[1], mid[2]};
+  const auto record = [&out](int floats, auto write) {
+    VXGraspIO::WBeginGraspBlock(floats * static_cast<int>(sizeof(float)), out);
+    write();
+    VXGraspIO::WEndGraspBlock(floats * static_cast<int>(sizeof(float)), out);
+  };
+  write_text(out, kFirstText);
+  write_text(out, kTitle);
+  record(kSamples, write_samples);
+  write_text(out, kLastText);
+  record(std::size(lattice), [&] { write_floats(out, lattice, std::size(lattice)); });
+  return out.flush();
 }
 
 }  // namespace
@@ -112,13 +125,7 @@ bool VXReadDelphiMap(vxistream& in, float* values, float* scale, float* mid) {
 }
 
 bool VXWriteDelphiMap(vxostream& out, const float* values, float scale, const float* mid) {
-  const float lattice[] = {scale, mid[0], mid[1], mid[2]};
-  write_text(out, kFirstText);
-  write_text(out, kTitle);
-  write_floats(out, values, kSamples);
-  write_text(out, kLastText);
-  write_floats(out, lattice, std::size(lattice));
-  return out.flush();
+  return write_map(out, scale, mid, [&] { write_floats(out, values, kSamples); });
 }
 
 bool VXReadGraspGrid(vxistream& in, VXZemoGrid& grid) {
@@ -137,14 +144,15 @@ bool VXWriteGraspGrid(vxostream& out, const VXZemoGrid& grid) {
   float spacing = grid.GetSpacing();
   if (n > kGraspDim) spacing = spacing * kPerSample * static_cast<float>(n);
 
-  // A plain array: a grid would take memory for integers and more at its boundaries.
-  std::vector<float> samples(kSamples);
+  // Plane by plane: fresh memory for a whole map would cost more than the interpolation.
   const float mid[3] = {grid.GetXMid(), grid.GetYMid(), grid.GetZMid()};
   constexpr int dim = kGraspDim;
-  const GridStruct map{samples.data(), nullptr,        mid[0], mid[1], mid[2], dim, dim, dim,
-                       spacing,        1.0f / spacing, nullptr};
-  if (grid.GetFloatsSet()) vi_int_btw_grids(lattice::view(grid, grid.GetFloats().GetValues()), map, 2);
-  return VXWriteDelphiMap(out, samples.data(), 1.0f / spacing, mid);
+  const GridStruct map{nullptr, nullptr, mid[0],  mid[1],         mid[2], dim,
+                       dim,     dim,     spacing, 1.0f / spacing, nullptr};
+  return write_map(out, 1.0f / spacing, mid, [&] {
+    vi_int_btw_grids_by_plane(lattice::view(grid, grid.GetFloats().GetValues()), map,
+                              [&out](const float* plane) { write_floats(out, plane, dim * dim); });
+  });
 }
 
 }  // namespace VXCore

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <vector>
 
 #include <vxgrid/host/zemomol.h>
@@ -121,9 +122,11 @@ class RowSampler {
 
 // The trilinear kernel goes along x, then y, then z, each a + (b - a) t. Points beside each other share what
 // comes of the earlier axes, so each row of the source is sampled along x once, and each plane along y: the
-// bits are those of one point after the other (BetweenGrids.SameBitsAsPointByPoint).
+// bits are those of one point after the other (BetweenGrids.SameBitsAsPointByPoint). plane_of(z) is asked for
+// each plane of the target in turn.
+template <class PlaneOf>
 void fill_trilinear(const GridStruct& source, const GridStruct& target, const Visits& xs, const Visits& ys,
-                    const Visits& zs) {
+                    const Visits& zs, PlaneOf plane_of) {
   const std::size_t nx = xs.list.size(), ny = ys.list.size();
   if (nx == 0 || ny == 0) return;
   const std::ptrdiff_t row = source.xdim, plane = row * source.ydim;
@@ -145,9 +148,9 @@ void fill_trilinear(const GridStruct& source, const GridStruct& target, const Vi
   };
   for (const auto& z : zs.list) {
     planes.move_to(z.cell, make_plane);
+    float* const target_plane = plane_of(z.target);
     for (std::size_t j = 0; j < ny; ++j) {
-      float* const to = target.floats + target.xdim * (ys.list[j].target +
-                                                       target.ydim * static_cast<std::ptrdiff_t>(z.target));
+      float* const to = target_plane + static_cast<std::ptrdiff_t>(target.xdim) * ys.list[j].target;
       planes.sample(z.t, j * nx, nx, x_is_one_run ? to + first : scattered.data());
       for (std::size_t i = 0; i < scattered.size(); ++i) to[xs.list[i].target] = scattered[i];
     }
@@ -183,16 +186,24 @@ void fill_quadratic(const GridStruct& source, const GridStruct& target, const Vi
     }
 }
 
+Visits all_visits(const Axis& axis) { return Visits(axis, axis.start, 1); }
+
 void fill(const GridStruct& source, const GridStruct& target, const Axis* axis, Region region,
           bool is_quadratic) {
-  const auto all = [axis](int a) { return Visits(axis[a], axis[a].start, 1); };
+  const auto all = [axis](int a) { return all_visits(axis[a]); };
   // The two outer planes of an axis; the low one is outside the source when the start has been clipped.
   const auto faces = [axis](int a) {
     const int last = axis[a].target_dim - 1;
     return Visits(axis[a], axis[a].start == 0 ? 0 : last, last);
   };
+  const auto plane_of = [&target](int z) {
+    return target.floats + static_cast<std::ptrdiff_t>(target.xdim) * target.ydim * z;
+  };
   const auto pass = [&](const Visits& xs, const Visits& ys, const Visits& zs) {
-    (is_quadratic ? fill_quadratic : fill_trilinear)(source, target, xs, ys, zs);
+    if (is_quadratic)
+      fill_quadratic(source, target, xs, ys, zs);
+    else
+      fill_trilinear(source, target, xs, ys, zs, plane_of);
   };
   if (region != kFaces) return pass(all(0), all(1), all(2));
   pass(all(0), all(1), faces(2));
@@ -200,13 +211,9 @@ void fill(const GridStruct& source, const GridStruct& target, const Axis* axis, 
   pass(faces(0), all(1), all(2));
 }
 
-}  // namespace
-
-void vi_int_btw_grids(GridStruct source, GridStruct target, int mode) {
-  const bool is_quadratic = mode > 2;
-  const int region = is_quadratic ? mode - 3 : mode;
-  if (region < kFaces || region > kAll) return;
-  if (lattice::element_count(source) == 0 || lattice::element_count(target) == 0) return;
+// Both lattices along each axis. False when there is nothing to fill.
+bool make_axes(const GridStruct& source, const GridStruct& target, Region region, std::vector<Axis>& axes) {
+  if (lattice::element_count(source) == 0 || lattice::element_count(target) == 0) return false;
 
   const float source_mid[3] = {source.xmid, source.ymid, source.zmid};
   const float target_mid[3] = {target.xmid, target.ymid, target.zmid};
@@ -225,13 +232,54 @@ void vi_int_btw_grids(GridStruct source, GridStruct target, int mode) {
                   vi_IsZero(target_span(a, step).low - source_span(a).low);
   if (region != kInterior && shares_face) step = target.spacing * 0.99999f;
 
-  std::vector<Axis> axes;
   for (int a = 0; a < 3; ++a) {
     axes.push_back(
         {source_dim[a], target_dim[a], source.spacing, source_span(a), target_span(a, step), step, 0, 0});
-    if (!axes.back().clip(static_cast<Region>(region))) return;
+    if (!axes.back().clip(region)) return false;
   }
-  fill(source, target, axes.data(), static_cast<Region>(region), is_quadratic);
+  return true;
+}
+
+// Hands the planes of a target on as they are filled, 0 where nothing was.
+class PassingPlanes {
+ public:
+  PassingPlanes(const GridStruct& target, const std::function<void(const float*)>& take)
+      : plane_(static_cast<std::size_t>(target.xdim) * target.ydim), zdim_(target.zdim), take_(take) {}
+
+  float* operator()(int z) {
+    for (; at_ < z; ++at_) {
+      take_(plane_.data());
+      std::fill(plane_.begin(), plane_.end(), 0.0f);
+    }
+    return plane_.data();
+  }
+  void finish() { (*this)(zdim_); }
+
+ private:
+  std::vector<float> plane_;
+  int at_ = 0, zdim_;
+  const std::function<void(const float*)>& take_;
+};
+
+}  // namespace
+
+void vi_int_btw_grids(GridStruct source, GridStruct target, int mode) {
+  const bool is_quadratic = mode > 2;
+  const int region = is_quadratic ? mode - 3 : mode;
+  if (region < kFaces || region > kAll) return;
+  std::vector<Axis> axes;
+  if (make_axes(source, target, static_cast<Region>(region), axes))
+    fill(source, target, axes.data(), static_cast<Region>(region), is_quadratic);
+}
+
+void vi_int_btw_grids_by_plane(GridStruct source, GridStruct target,
+                               const std::function<void(const float*)>& take) {
+  std::vector<Axis> axes;
+  PassingPlanes planes(target, take);
+  if (make_axes(source, target, kAll, axes))
+    fill_trilinear(source, target, all_visits(axes[0]), all_visits(axes[1]), all_visits(axes[2]),
+                   [&planes](int z) { return planes(z); });
+  planes.finish();
 }
 
 }  // namespace VXCore

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include <vxgrid/processing/grid_struct.h>
 
 namespace VXCore {
@@ -15,5 +17,10 @@ namespace VXCore {
 /// writes 0 where its 27 neighbours would leave the block, judged by the linear index alone: a sample in a
 /// first or last row takes neighbours from the adjacent row.
 VXGRID_API void vi_int_btw_grids(GridStruct source, GridStruct target, int mode);
+
+/// Mode 2 into a target that nobody keeps: `take` gets its planes, xdim * ydim floats each, one z after the
+/// other, with 0 at the points outside the source. target.floats is not looked at.
+void vi_int_btw_grids_by_plane(GridStruct source, GridStruct target,
+                               const std::function<void(const float*)>& take);
 
 }  // namespace VXCore
