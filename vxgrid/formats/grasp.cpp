@@ -149,8 +149,9 @@ bool VXWriteGraspGrid(vxostream& out, const VXZemoGrid& grid) {
   constexpr int dim = kGraspDim;
   const GridStruct map{nullptr, nullptr, mid[0],  mid[1],         mid[2], dim,
                        dim,     dim,     spacing, 1.0f / spacing, nullptr};
+  const float* const samples = grid.GetFloatsSet() ? grid.GetFloats().GetValues() : nullptr;
   return write_map(out, 1.0f / spacing, mid, [&] {
-    vi_int_btw_grids_by_plane(lattice::view(grid, grid.GetFloats().GetValues()), map,
+    vi_int_btw_grids_by_plane(samples ? lattice::view(grid, samples) : GridStruct{}, map,
                               [&out](const float* plane) { write_floats(out, plane, dim * dim); });
   });
 }
