@@ -39,8 +39,10 @@ def import_package() -> ModuleType:
 
 
 def text_of(what: object) -> str:
-    """A docstring without the signatures that pybind11 puts into it."""
+    """A docstring without the signatures that pybind11 puts into it, and without what NamedTuple says of fields."""
     text = inspect.getdoc(what) or ""
+    if text.startswith("Alias for field number"):
+        return ""
     name = getattr(what, "__name__", "")
     if "Overloaded function." in text:
         parts = re.split(rf"^\d+\. {re.escape(name)}\(.*\n*", text, flags=re.M)[1:]

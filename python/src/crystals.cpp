@@ -200,7 +200,9 @@ void bind_group(py::module_& module) {
             const SGRecord& record = *self.cast<const SpaceGroup&>().record;
             return columns(record.ops[0], {static_cast<py::ssize_t>(record.op_count), 4, 4}, self);
           },
-          "The operators on fractions (x, y, z, 1), float32 matrices (n, 4, 4); the first is the identity.")
+          "The operators, float32 matrices (n, 4, 4) for operator @ (x, y, z, 1) on fractions; the first is "
+          "the "
+          "identity.")
       .def(
           "__eq__", [](const SpaceGroup& g, const SpaceGroup& o) { return g.record == o.record; },
           py::is_operator())
@@ -248,13 +250,11 @@ void bind_symmetry(py::module_& module) {
           py::arg("points"), py::kw_only(), py::arg("operator") = 0, py::arg("wrap") = false,
           "Fractions of Cartesian positions (..., 3) in Å, moved by one operator; with wrap brought into "
           "[0, 1).")
-      .def(
-          "image", &image, py::arg("operator"), py::arg("shift") = py::make_tuple(0, 0, 0), py::kw_only(),
-          py::arg("center") = py::none(),
-          "The (4, 4) matrix that makes an image of the crystal of Cartesian (x, y, z, 1): an operator, then "
-          "shift\n"
-          "cells along a, b and c. With a center (x, y, z) in Å the image of the center lies in the home "
-          "cell first.")
+      .def("image", &image, py::arg("operator"), py::arg("shift") = py::make_tuple(0, 0, 0), py::kw_only(),
+           py::arg("center") = py::none(),
+           "The (4, 4) matrix of an image of the crystal: matrix @ (x, y, z, 1) moves a place in Å by an "
+           "operator, then by shift\ncells along a, b and c. With a center (x, y, z) in Å the image of the "
+           "center lies in the home cell first.")
       .def(
           "__eq__",
           [](const VXSymmetry& s, const VXSymmetry& o) {

@@ -9,6 +9,7 @@
 #include <vxgrid/host/molecule.h>
 #include <vxgrid/host/residue.h>
 #include <vxgrid/realspace/density.h>
+#include <vxgrid/realspace/map_region.h>
 #include <vxgrid/reflection/reflection.h>
 
 #include "bindings.h"
@@ -68,6 +69,23 @@ MoleculePtr crystal_atoms(const VXGraphMol& model, const VXSkewGrid& grid) {
   return all;
 }
 
+std::shared_ptr<VXSkewGrid> crystal_map(const VXGraphMol& model, const VXSkewGrid& grid, float margin) {
+  const VXXtal::VXSymmetry symmetry = VXGetMapSymmetry(grid);
+  unsigned int x = 0, y = 0, z = 0;
+  grid.GetImpl().GetUnitSpacing(x, y, z);
+  if (!symmetry || x == 0 || y == 0 || z == 0)
+    throw py::value_error("grid: a map with a space group that fits its cell was wanted");
+  if (!(std::isfinite(margin) && margin >= 0))
+    throw py::value_error("margin: a number of Å of 0 or more was wanted, " + std::to_string(margin) +
+                          " came");
+  std::shared_ptr<VXSkewGrid> box;
+  run("the atoms lie too far from each other or at no place, or the map has one sample", [&] {
+    box = std::make_shared<VXSkewGrid>(grid);
+    return VXCutModelBox(*box, symmetry, model, margin).has_value();
+  });
+  return box;
+}
+
 }  // namespace
 
 void bind_density(py::module_& module) {
@@ -105,6 +123,12 @@ void bind_density(py::module_& module) {
              "symmetry is that of the model's CRYST1 record, else the one that the map was made with. The "
              "identity is one\n"
              "of the images, so atoms of the model that lie on the grid come twice.");
+  module.def(
+      "crystal_map", &crystal_map, py::arg("model"), py::arg("grid"), py::kw_only(), py::arg("margin") = 4.0f,
+      "The box around a model and a margin in Å, out of the crystal that a map describes: a SkewGrid with "
+      "the "
+      "map's lattice.\n\nEach sample is the one of the map that symmetry makes equal to it, so a map of an "
+      "asymmetric unit or of any other\npart of the crystal serves; 0 where the map has none.");
   module.def(
       "is_difference_map", py::overload_cast<const VXSkewGrid&>(&VXGridIsDifferenceMap), py::arg("grid"),
       "Whether a map is a difference map: by its type, or, where it has none, by being as deep as it is "

@@ -211,8 +211,8 @@ void merge(VXScalarGrid& grid, const VXScalarGrid& other) {
 // --- moves ---
 
 template <class G>
-void translate(G& grid, const py::object& shift) {
-  const std::array<float, 3> by = xyz_of(shift, "shift");
+void translate(G& grid, const py::object& vector) {
+  const std::array<float, 3> by = xyz_of(vector, "vector");
   VXTranslate(grid, by.data());
 }
 
@@ -486,7 +486,7 @@ void bind_subgrid(Class& grid) {
 
 template <class G, class Class>
 void bind_moves(Class& grid) {
-  grid.def("translate", &translate<G>, py::arg("shift"),
+  grid.def("translate", &translate<G>, py::arg("vector"),
            "Moves the grid by (x, y, z) in Å, in place; the space group is forgotten.")
       .def("rotate", &rotate<G>, py::arg("matrix"),
            "Turns the grid about the origin by a (3, 3) matrix, in place; the space group is forgotten.")

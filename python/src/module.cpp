@@ -1,3 +1,6 @@
+#include <cstdlib>
+#include <string>
+
 #include <pybind11/pybind11.h>
 
 #include <vxgrid/host/version.h>
@@ -19,10 +22,24 @@ void refuse_unfinished_objects(const py::module_& module) {
         };
 }
 
+/// The arrays of NumPy 2 are laid out otherwise, and pybind11 before 2.12 would misread them.
+void refuse_newer_numpy() {
+#if PYBIND11_VERSION_HEX < 0x020C0000
+  const auto version = py::module_::import("numpy").attr("__version__").cast<std::string>();
+  if (std::atoi(version.c_str()) >= 2)
+    throw py::import_error(
+        "vxgrid: NumPy 1 was wanted, as the package was built with a pybind11 before 2.12; " + version +
+        " came");
+#endif
+}
+
 }  // namespace
 
 PYBIND11_MODULE(_core, module) {
   module.doc() = "The compiled part of vxgrid. Import vxgrid, not this.";
+
+  refuse_newer_numpy();
+  module.attr("__version__") = VXCore::VXGridGetVersion();
 
   static PyObject* const error = PyErr_NewExceptionWithDoc(
       "vxgrid.Error", "Work of the library that failed, with the library's own messages.", PyExc_RuntimeError,

@@ -50,20 +50,19 @@ VXScalarGrid lattice_of(const VXScalarGrid& grid) {
                       grid.GetSpacing(), std::string(), nullptr);
 }
 
-ScalarGridPtr gaussian_grid(const VXGraphMol& mol, float spacing, const VXScalarGrid* lattice, bool product) {
-  if (!lattice) require_lattice(mol, 4, spacing);
-  if (lattice && lattice->GetSize() < 2)
-    throw py::value_error("lattice: a grid of two samples or more was wanted");
+ScalarGridPtr gaussian_grid(const VXGraphMol& mol, float spacing, const VXScalarGrid* like, bool product) {
+  if (!like) require_lattice(mol, 4, spacing);
+  if (like && like->GetSize() < 2) throw py::value_error("like: a grid of two samples or more was wanted");
   auto grid = std::make_shared<VXScalarGrid>();
   run("the molecule has no atoms", [&] {
-    if (lattice) *grid = lattice_of(*lattice);
-    const float step = lattice ? lattice->GetSpacing() : spacing;
+    if (like) *grid = lattice_of(*like);
+    const float step = like ? like->GetSpacing() : spacing;
     if (!product)
-      return (lattice ? VXMakeMolecularGaussianGrid(*grid, mol)
-                      : VXMakeMolecularGaussianGrid(*grid, mol, step)) &&
+      return (like ? VXMakeMolecularGaussianGrid(*grid, mol)
+                   : VXMakeMolecularGaussianGrid(*grid, mol, step)) &&
              grid->GetSize() > 1;
     VXZemoGrid work;
-    if (lattice) work = VXZemoGrid(*grid);
+    if (like) work = VXZemoGrid(*grid);
     const bool made = vx_make_molecular_product_gaussian_grid(mol, step, work) != 0;
     work.MoveFloats(*grid);
     return made && grid->GetSize() > 1;
@@ -141,17 +140,17 @@ struct Lattice : GridStruct {
 };
 
 ScalarGridPtr sphere_grid(const py::object& centers, const py::object& radii, float probe, float spacing,
-                          float border) {
+                          float margin) {
   std::vector<float> spheres = spheres_of(centers, radii, "centers", "radii");
   if (spheres.empty()) throw py::value_error("centers: one sphere at least was wanted");
   require_spacing(spacing);
   finite(probe, "probe");
-  finite(border, "border");
+  finite(margin, "margin");
   auto grid = std::make_shared<VXScalarGrid>();
   run("no grid can hold the lattice around the spheres", [&] {
     Lattice lattice;
     vi_sph_to_grid(0, spheres.data(), nullptr, static_cast<int>(spheres.size() / 4), probe, &lattice, spacing,
-                   border, 4);
+                   margin, 4);
     if (!lattice.integers || vx_grid_struct_overflow(lattice) || lattice.size() < 1) return false;
     *grid = VXScalarGrid(lattice.xdim, lattice.ydim, lattice.zdim, lattice.xmid, lattice.ymid, lattice.zmid,
                          spacing, std::string(), nullptr);
@@ -183,7 +182,7 @@ struct Proximity {
 };
 
 std::unique_ptr<Proximity> new_proximity(const py::object& points, const py::object& radii, float probe,
-                                         float spacing, float margin, const VXScalarGrid* lattice,
+                                         float spacing, float margin, const VXScalarGrid* like,
                                          const py::object& mask_points, const py::object& mask_radii,
                                          float mask_probe) {
   std::vector<float> spheres = spheres_of(points, radii, "points", "radii");
@@ -191,7 +190,7 @@ std::unique_ptr<Proximity> new_proximity(const py::object& points, const py::obj
   require_spacing(spacing);
   finite(margin, "margin");
   const auto n = static_cast<int>(spheres.size() / 4);
-  if (!mask_points.is_none() && !lattice) throw py::value_error("mask_points: a lattice is wanted with them");
+  if (!mask_points.is_none() && !like) throw py::value_error("mask_points: like= is wanted with them");
   std::vector<float> mask;
   if (!mask_points.is_none()) mask = spheres_of(mask_points, mask_radii, "mask_points", "mask_radii");
   finite(mask_probe, "mask_probe");
@@ -207,11 +206,11 @@ std::unique_ptr<Proximity> new_proximity(const py::object& points, const py::obj
   compute([&] {
     const VXMessageCapture messages;
     int found = 0;
-    if (lattice) {
+    if (like) {
       std::vector<float> xyz, r, mask_xyz, mask_r;
       split(spheres, xyz, r);
       split(mask, mask_xyz, mask_r);
-      made->lattice.take(*lattice);
+      made->lattice.take(*like);
       found = vx_make_masked_and_boxed_proximity_grid(xyz.data(), r.data(), n, probe, mask_xyz.data(),
                                                       mask_r.data(), static_cast<int>(mask_r.size()),
                                                       mask_probe, &made->lattice, made->runs);
@@ -233,10 +232,10 @@ py::array_t<int> locked(py::array_t<int> view) {
 }
 
 /// The points near places: for each place a run of indices, and where the runs start.
-py::tuple near(const Proximity& proximity, const py::object& places) {
-  Floats xyz = numbers<Floats>(places, "places", {-1, 3});
+py::tuple near(const Proximity& proximity, const py::object& points) {
+  Floats xyz = numbers<Floats>(points, "points", {-1, 3});
   const auto n = static_cast<std::size_t>(xyz.shape(0));
-  if (xyz.shape(0) > kMost) throw py::value_error("places: too many");
+  if (xyz.shape(0) > kMost) throw py::value_error("points: too many");
   std::vector<float> at(xyz.data(), xyz.data() + xyz.size());
   std::vector<int> indices, starts{0};
   compute([&] {
@@ -261,12 +260,12 @@ void bind_proximity(py::module_& module) {
       .def(
           py::init(&new_proximity), py::arg("points"), py::arg("radii") = py::none(), py::kw_only(),
           py::arg("probe") = 0.0f, py::arg("spacing") = 1.0f, py::arg("margin") = 2.0f,
-          py::arg("lattice") = py::none(), py::arg("mask_points") = py::none(),
+          py::arg("like") = py::none(), py::arg("mask_points") = py::none(),
           py::arg("mask_radii") = py::none(), py::arg("mask_probe") = 0.0f,
           "Lists, for each cell, the points (n, 3) that are nearer to it than their radius and the probe, in "
-          "Å.\n\nThe lattice is made around the spheres with a margin in Å, or is that of a ScalarGrid. "
-          "There "
-          "cells inside the spheres\nof mask_points stay empty.")
+          "Å.\n\nThe lattice is made around the spheres with a margin in Å, or is that of `like`, a "
+          "ScalarGrid, "
+          "where cells inside\nthe spheres of mask_points stay empty.")
       .def_property_readonly(
           "cells",
           [](const py::object& self) {
@@ -289,11 +288,10 @@ void bind_proximity(py::module_& module) {
           [](const Proximity& p) { return py::make_tuple(p.lattice.xmid, p.lattice.ymid, p.lattice.zmid); },
           "The middle of the lattice, (x, y, z) in Å.")
       .def(
-          "near", &near, py::arg("places"),
-          "The points near the cells in which places (m, 3) lie.\n\nTwo int32 arrays: indices of points, and "
-          "m + 1 starts. Those of place i are indices[starts[i]:starts[i + 1]], in\ndescending order; a "
-          "place "
-          "outside the lattice has none.")
+          "near", &near, py::arg("points"),
+          "Which of its own points are near the cells in which other points (m, 3) lie.\n\nTwo int32 arrays: "
+          "indices, and m + 1 starts. Those near point i are indices[starts[i]:starts[i + 1]], in\n"
+          "descending order; a point outside the lattice has none.")
       .def("__len__", [](const Proximity& p) { return p.points; })
       .def("__repr__", [](const Proximity& p) {
         return "ProximityGrid(" + std::to_string(p.points) + " points, " + std::to_string(p.lattice.zdim) +
@@ -305,15 +303,16 @@ void bind_proximity(py::module_& module) {
 
 void bind_molecular_grids(py::module_& module) {
   const py::none none;
-  module.def("gaussian_grid", &gaussian_grid, py::arg("molecule"), py::kw_only(), py::arg("spacing") = 0.5f,
-             py::arg("lattice") = none, py::arg("product") = false,
-             "The atoms as Gaussians of height 2.7 with the volumes of their spheres, on a "
-             "ScalarGrid.\n\nThe lattice "
-             "is that of a ScalarGrid, or is made around the atoms, 4 Å wider on each side. A molecule "
-             "without radii "
-             "has\nthose of assign_radii(\"gaussian\"). The values are sums or, with product, 1 - prod(1 - "
-             "g), a soft "
-             "union.");
+  module.def(
+      "gaussian_grid", &gaussian_grid, py::arg("molecule"), py::kw_only(), py::arg("spacing") = 0.5f,
+      py::arg("like") = none, py::arg("product") = false,
+      "The atoms as Gaussians of height 2.7 with the volumes of their spheres, on a "
+      "ScalarGrid.\n\nThe lattice "
+      "is that of `like`, a ScalarGrid, or is made around the atoms, 4 Å wider on each side. A molecule "
+      "without radii "
+      "has\nthose of assign_radii(\"gaussian\"). The values are sums or, with product, 1 - prod(1 - "
+      "g), a soft "
+      "union.");
   module.def(
       "contact_grid", &contact_grid, py::arg("molecule"), py::arg("other") = none, py::kw_only(),
       py::arg("spacing") = 0.5f, py::arg("hydrogens") = true, py::arg("method") = "gaussian",
@@ -324,9 +323,9 @@ void bind_molecular_grids(py::module_& module) {
       "Bondi's.");
   module.def(
       "sphere_grid", &sphere_grid, py::arg("centers"), py::arg("radii"), py::kw_only(),
-      py::arg("probe") = 0.0f, py::arg("spacing") = 1.0f, py::arg("border") = 0.0f,
+      py::arg("probe") = 0.0f, py::arg("spacing") = 1.0f, py::arg("margin") = 0.0f,
       "A ScalarGrid around spheres, 1 inside and 0 outside.\n\ncenters are of shape (n, 3); the probe, in "
-      "Å, is added to the radii. The lattice is wider than the spheres by border +\nprobe on each side.");
+      "Å, is added to the radii. The lattice is wider than the spheres by margin +\nprobe on each side.");
   auto scalar = py::reinterpret_borrow<py::class_<VXScalarGrid, ScalarGridPtr>>(module.attr("ScalarGrid"));
   scalar.def(
       "mark_spheres", &mark_spheres, py::arg("centers"), py::arg("radii"), py::kw_only(),

@@ -400,11 +400,15 @@ void assign_radii(VXGraphMol& mol, const std::string& kind) {
     AssignZemoMolRadii(mol);
 }
 
+py::value_error no_places(const char* what) {
+  return py::value_error(std::string(what) + ": the molecule has no atoms with coordinates");
+}
+
 /// Three numbers (x, y, z) about a molecule.
 template <class Get>
 py::tuple three(const char* what, const Get& get) {
   float xyz[3];
-  if (!get(xyz)) throw py::value_error(std::string(what) + ": the molecule has no atoms with coordinates");
+  if (!get(xyz)) throw no_places(what);
   return py::make_tuple(xyz[0], xyz[1], xyz[2]);
 }
 
@@ -582,10 +586,15 @@ void bind_molecules(py::module_& module) {
       .def_property_readonly(
           "extents",
           [](const VXGraphMol& mol) {
-            float center[3];
-            return three("extents", [&](float* xyz) { return VXGetCenterAndExtents(mol, center, xyz); });
+            float center[3], edges[3];
+            if (!VXGetCenterAndExtents(mol, center, edges)) throw no_places("extents");
+            const auto corner = [&](double side) {
+              return py::make_tuple(center[0] + side * edges[0], center[1] + side * edges[1],
+                                    center[2] + side * edges[2]);
+            };
+            return py::make_tuple(corner(-0.5), corner(0.5));
           },
-          "The edges of the box around the atoms' places, (x, y, z) in Å.")
+          "The box around the atoms' places: its lower and its upper corner, ((x, y, z), (x, y, z)) in Å.")
       .def(
           "center_of_mass",
           [](const VXGraphMol& mol, bool weighted) {

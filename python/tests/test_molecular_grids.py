@@ -43,7 +43,7 @@ def test_gaussian_grid() -> None:
 
     lattice = vxgrid.ScalarGrid(np.ones((4, 5, 6)), spacing=0.7, center=(1, 0, 0))
     for product in [False, True]:
-        grid = vxgrid.gaussian_grid(mol, lattice=lattice, product=product)
+        grid = vxgrid.gaussian_grid(mol, like=lattice, product=product)
         assert (grid.shape, grid.spacing, grid.center) == (lattice.shape, lattice.spacing, lattice.center)
         each = gaussians(mol, lattice)
         np.testing.assert_allclose(grid.values, 1 - (1 - each).prod(0) if product else each.sum(0), atol=0.01)
@@ -73,7 +73,7 @@ def test_contact_grid() -> None:
 
 def test_spheres() -> None:
     centers, radii = np.array([[0.0, 0, 0], [3, 1, 0.5]]), np.array([1.5, 0.8])
-    grid = vxgrid.sphere_grid(centers, radii, probe=0.3, spacing=0.25, border=1)
+    grid = vxgrid.sphere_grid(centers, radii, probe=0.3, spacing=0.25, margin=1)
     distances = np.linalg.norm(places(grid)[..., None, :] - centers, axis=-1) - (radii + 0.3)
     sure = np.abs(distances).min(-1) > 1e-4
     np.testing.assert_array_equal(grid.values[sure], (distances < 0).any(-1)[sure])
@@ -107,7 +107,7 @@ def test_proximity() -> None:
         near.cells[0, 0, 0] = 1
 
     lattice = vxgrid.ScalarGrid(np.zeros((9, 10, 11)))
-    masked = vxgrid.ProximityGrid(points, 1.5, lattice=lattice, mask_points=[[0, 0, 0]], mask_radii=3)
+    masked = vxgrid.ProximityGrid(points, 1.5, like=lattice, mask_points=[[0, 0, 0]], mask_radii=3)
     assert masked.cells.shape == lattice.shape and masked.cells.any()
     assert not masked.cells[np.linalg.norm(places(lattice), axis=-1) < 2.99].any()
 
@@ -127,8 +127,8 @@ def test_proximity() -> None:
         (lambda: vxgrid.sphere_grid([[0, 0, np.nan]], 1), ValueError, "centers: finite numbers"),
         (lambda: vxgrid.sphere_grid(np.diag([1e9, 0, 0]), 1), vxgrid.Error, "no grid can hold"),
         (lambda: vxgrid.ProximityGrid(np.diag([1e9, 0, 0]), 1), vxgrid.Error, "no room for a lattice"),
-        (lambda: vxgrid.ProximityGrid([[0, 0, 0]], mask_points=[[0, 0, 0]]), ValueError, "a lattice is wanted"),
-        (lambda: vxgrid.ProximityGrid([[0, 0, 0]], 1).near([0, 0, 0]), ValueError, "places: an array of shape (n, 3)"),
+        (lambda: vxgrid.ProximityGrid([[0, 0, 0]], mask_points=[[0, 0, 0]]), ValueError, "like= is wanted"),
+        (lambda: vxgrid.ProximityGrid([[0, 0, 0]], 1).near([0, 0, 0]), ValueError, "points: an array of shape (n, 3)"),
     ],
 )
 def test_refuses_and_says_why(make: Callable[[], object], error: type[Exception], says: str) -> None:

@@ -129,6 +129,17 @@ def test_resolutions(model: vxgrid.Molecule) -> None:
     assert not vxgrid.is_difference_map(grid) and vxgrid.is_difference_map(vxgrid.read_mtz(MTZ, "Fdelwt"))
 
 
+def test_map_of_a_crystal_around_a_model(model: vxgrid.Molecule) -> None:
+    whole = vxgrid.read_mtz(MTZ)
+    part = vxgrid.SkewGrid(  # an asymmetric unit, and more
+        whole.values[:50], cell=whole.cell, intervals=whole.intervals, space_group=whole.space_group
+    )
+    box = vxgrid.crystal_map(model, part, margin=3)
+    lower, upper = box.extents
+    assert (model.coordinates.min(0) - 3 >= lower).all() and (model.coordinates.max(0) + 3 <= upper).all()
+    np.testing.assert_allclose(box.values, whole.interpolate(box.positions()), atol=0.01)
+
+
 def test_what_is_assumed_is_logged(caplog: pytest.LogCaptureFixture, model: vxgrid.Molecule) -> None:
     some = model.copy()
     b_factors = some.b_factors.copy()
@@ -160,6 +171,8 @@ def test_refuses_and_says_why(model: vxgrid.Molecule) -> None:
         (lambda: vxgrid.rscc(model, grid, calculated=plain), TypeError, "kind of observed"),
         (lambda: vxgrid.rscc(lone, plain, radius=1e-3), vxgrid.Error, ""),
         (lambda: vxgrid.rsr(model, plain, radius=float("nan")), ValueError, "nan came"),
+        (lambda: vxgrid.crystal_map(model, vxgrid.SkewGrid(np.ones((3, 3, 3)))), ValueError, "space group"),
+        (lambda: vxgrid.crystal_map(torn, grid), vxgrid.Error, "too far"),
         (lambda: vxgrid.model_density(model, spacing=0), ValueError, "above 0"),
         (lambda: vxgrid.model_density(model, np.ones(3)), TypeError, "ndarray came"),  # type: ignore[call-overload]
         (lambda: vxgrid.model_density(vxgrid.Molecule([[0, 0, 0]], [6])), vxgrid.Error, "residues"),

@@ -4,7 +4,14 @@ Lengths are in Å, angles in degrees, densities in electrons/Å³ or in units of
 shape (nz, ny, nx), arrays of points (n, 3).
 """
 
-from . import _display  # noqa: F401  (gives Grid its pictures)
+try:
+    from . import _display  # noqa: F401  (gives Grid its pictures)
+except ModuleNotFoundError as error:
+    if error.name == "vxgrid._core":
+        import sys
+
+        error.msg += f": what is compiled in {__path__[0]} is not for Python {sys.version.split()[0]}, or not built"
+    raise
 from ._adapters import from_gemmi, from_rdkit
 from ._core import (
     Attributes,
@@ -30,6 +37,7 @@ from ._core import (
     bondi_radius,
     contact_grid,
     crystal_atoms,
+    crystal_map,
     fft_backend,
     gaussian_expansion,
     gaussian_grid,
@@ -62,6 +70,7 @@ from ._core import (
     write_grid,
     write_reflections,
 )
+from ._core import __version__ as __version__
 from ._rows import GridFormat, ModelFit, Residue, ResidueFit, RsccMaps, ShapeMoments, SymmetryImage
 
 __all__ = [
@@ -95,6 +104,7 @@ __all__ = [
     "bondi_radius",
     "contact_grid",
     "crystal_atoms",
+    "crystal_map",
     "fft_backend",
     "from_gemmi",
     "from_rdkit",

@@ -10,12 +10,15 @@ if TYPE_CHECKING:
 
 
 class GridFormat(NamedTuple):
-    """A format of grid files: its name for format=, its title, extensions of files, and whether it is written."""
+    """A format of grid files."""
 
     name: str
+    """For format= of read_grid and write_grid."""
     title: str
     extensions: list[str]
+    """Of its files, without the dot; each may have .gz behind it."""
     is_written: bool
+    """Whether write_grid writes it, too."""
 
 
 class Residue(NamedTuple):
@@ -28,11 +31,14 @@ class Residue(NamedTuple):
 
 
 class SymmetryImage(NamedTuple):
-    """A symmetry image of a molecule: Cartesian (x, y, z, 1) in Å times a matrix of shape (4, 4)."""
+    """A symmetry image of a molecule."""
 
     operator: int
+    """The index of the operator in the group's."""
     is_identity: bool
+    """Whether the image lies on the molecule itself."""
     matrix: NDArray[np.float32]
+    """Shape (4, 4): matrix @ (x, y, z, 1) is the image of a place in Å."""
 
 
 class ShapeMoments(NamedTuple):
