@@ -8,11 +8,38 @@ import subprocess
 import sys
 import sysconfig
 import tempfile
-import tomllib
 import zipfile
 from pathlib import Path
 
+if sys.version_info < (3, 11):
+    sys.exit(f"vxgrid needs Python 3.11 or later; {sys.executable} is {sys.version.split()[0]}")
+import tomllib
+
 SOURCE = Path(__file__).resolve().parents[2]
+PROJECT = tomllib.loads((SOURCE / "pyproject.toml").read_text(encoding="utf-8"))["project"]
+VERSION = re.search(r"^project\(vxgrid VERSION (\S+)", (SOURCE / "CMakeLists.txt").read_text(encoding="utf-8"), re.M)[1]
+INFO = f"vxgrid-{VERSION}.dist-info"
+PYTHON = f"cp{sys.version_info.major}{sys.version_info.minor}"
+TAG = f"{PYTHON}-{PYTHON}-{re.sub('[-.]', '_', sysconfig.get_platform())}"
+METADATA = [
+    "Metadata-Version: 2.1",
+    f"Name: {PROJECT['name']}",
+    f"Version: {VERSION}",
+    f"Summary: {PROJECT['description']}",
+    f"Requires-Python: {PROJECT['requires-python']}",
+    *(f"Requires-Dist: {each}" for each in PROJECT["dependencies"]),
+]
+WHEEL = ["Wheel-Version: 1.0", "Generator: vxgrid", "Root-Is-Purelib: false", f"Tag: {TAG}"]
+HELP = "scripts/setup.sh build python installs what is missing on Debian"
+
+
+def prepare_metadata_for_build_wheel(metadata_directory, config_settings=None):
+    """Without this hook pip compiles everything to learn the name."""
+    info = Path(metadata_directory) / INFO
+    info.mkdir()
+    (info / "METADATA").write_bytes(lines(METADATA))
+    (info / "WHEEL").write_bytes(lines(WHEEL))
+    return INFO
 
 
 def build_wheel(wheel_directory, config_settings=None, metadata_directory=None):
@@ -27,35 +54,25 @@ def build_wheel(wheel_directory, config_settings=None, metadata_directory=None):
 
 def run(*command):
     if not shutil.which(command[0]):
-        sys.exit(f"vxgrid needs {command[0]} to build; scripts/setup.sh build python installs what is missing")
-    subprocess.run(command, check=True)
+        sys.exit(f"vxgrid needs {command[0]} to build; {HELP}")
+    if subprocess.run(command).returncode:
+        sys.exit(f"vxgrid cannot be built: {command[0]} failed and says above why; {HELP}")
 
 
 def write_wheel(directory, stage):
-    project = tomllib.loads((SOURCE / "pyproject.toml").read_text())["project"]
-    version = re.search(r"^project\(vxgrid VERSION (\S+)", (SOURCE / "CMakeLists.txt").read_text(), re.M)[1]
-    info = f"vxgrid-{version}.dist-info"
-    python = f"cp{sys.version_info.major}{sys.version_info.minor}"
-    tag = f"{python}-{python}-{re.sub('[-.]', '_', sysconfig.get_platform())}"
-    metadata = [
-        "Metadata-Version: 2.1",
-        f"Name: {project['name']}",
-        f"Version: {version}",
-        f"Summary: {project['description']}",
-        f"Requires-Python: {project['requires-python']}",
-        *(f"Requires-Dist: {each}" for each in project["dependencies"]),
-    ]
-    wheel = ["Wheel-Version: 1.0", "Generator: vxgrid", "Root-Is-Purelib: false", f"Tag: {tag}"]
-
-    name = f"vxgrid-{version}-{tag}.whl"
+    name = f"vxgrid-{VERSION}-{TAG}.whl"
     record = []
     with zipfile.ZipFile(directory / name, "w", zipfile.ZIP_DEFLATED) as out:
         for path, arcname in staged_files(stage):
             add(out, record, arcname, path.read_bytes())
-        add(out, record, f"{info}/METADATA", "\n".join(metadata).encode() + b"\n")
-        add(out, record, f"{info}/WHEEL", "\n".join(wheel).encode() + b"\n")
-        out.writestr(f"{info}/RECORD", "\n".join([*record, f"{info}/RECORD,,"]) + "\n")
+        add(out, record, f"{INFO}/METADATA", lines(METADATA))
+        add(out, record, f"{INFO}/WHEEL", lines(WHEEL))
+        out.writestr(f"{INFO}/RECORD", lines([*record, f"{INFO}/RECORD,,"]))
     return name
+
+
+def lines(texts):
+    return "".join(f"{text}\n" for text in texts).encode()
 
 
 def staged_files(stage):
@@ -72,8 +89,7 @@ def add(out, record, arcname, content):
 
 
 def build_sdist(sdist_directory, config_settings=None):
-    version = re.search(r"^project\(vxgrid VERSION (\S+)", (SOURCE / "CMakeLists.txt").read_text(), re.M)[1]
-    name = f"vxgrid-{version}"
+    name = f"vxgrid-{VERSION}"
     archive = Path(sdist_directory) / f"{name}.tar.gz"
     run("git", "-C", SOURCE, "archive", f"--prefix={name}/", "-o", archive, "HEAD")
     return archive.name
