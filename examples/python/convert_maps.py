@@ -12,7 +12,7 @@ from pathlib import Path
 
 import vxgrid
 
-MAPS = {".map", ".ccp4", ".mrc", ".xplor", ".phi", ".vxb", ".grd", ".agd", ".json"}
+READ = {f".{extension}" for each in vxgrid.grid_formats() for extension in each.extensions}
 
 
 def convert(source: Path, target: Path) -> str:
@@ -30,13 +30,18 @@ def convert(source: Path, target: Path) -> str:
 
 
 def main(folder: str, out: str, extension: str = "map") -> None:
-    sources = sorted(path for path in Path(folder).iterdir() if MAPS & set(path.suffixes))
+    names = {path: Path(path.name.removesuffix(".gz")) for path in sorted(Path(folder).iterdir())}
+    sources = [path for path, name in names.items() if name.suffix.lower() in READ]
+    targets = [Path(out) / f"{names[path].stem}.{extension}" for path in sources]
+    if twice := {target.name for target in targets if targets.count(target) > 1}:
+        sys.exit(f"more than one map would become {', '.join(sorted(twice))}")
     Path(out).mkdir(parents=True, exist_ok=True)
-    targets = [Path(out) / f"{path.name.split('.')[0]}.{extension}" for path in sources]
     with ThreadPoolExecutor() as threads:  # reading and writing release the GIL
         for told in threads.map(convert, sources, targets):
             print(told)
 
 
 if __name__ == "__main__":
+    if len(sys.argv) not in (3, 4):
+        sys.exit(__doc__)
     main(*sys.argv[1:])

@@ -22,4 +22,6 @@ def main(model_path: str, data_path: str, count: str = "10") -> None:
 
 
 if __name__ == "__main__":
+    if len(sys.argv) not in (3, 4):
+        sys.exit(__doc__)
     main(*sys.argv[1:])

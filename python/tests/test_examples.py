@@ -54,12 +54,18 @@ def test_convert_maps(tmp_path: Path) -> None:
     values = np.random.default_rng(3).normal(size=(7, 6, 5)).astype(np.float32)
     vxgrid.write_grid(source / "plain.vxb", vxgrid.ScalarGrid(values, spacing=0.5))
     oblique = vxgrid.SkewGrid(values, cell=(3, 4, 5, 90, 110, 90), space_group=1)
-    vxgrid.write_grid(source / "oblique.vxb.gz", oblique)
+    vxgrid.write_grid(source / "run.1.vxb.gz", oblique)
     (source / "damaged.map").write_bytes(b"no map")
+    (source / "run.1.map.old").write_bytes(b"no map, and not one by its name")
     told = run("convert_maps.py", source, tmp_path / "out", "agd").splitlines()
-    assert ["damaged.map failed" in told[0], "resampled" in told[1], "resampled" in told[2]] == [True, True, False]
+    assert ["damaged.map failed" in told[0], "resampled" in told[1], "resampled" in told[2]] == [True, False, True]
     assert vxgrid.read_grid(tmp_path / "out" / "plain.agd").values == pytest.approx(values, rel=1e-5)
-    assert sorted(path.name for path in (tmp_path / "out").iterdir()) == ["oblique.agd", "plain.agd"]
+    assert sorted(path.name for path in (tmp_path / "out").iterdir()) == ["plain.agd", "run.1.agd"]
+
+    vxgrid.write_grid(source / "plain.agd", vxgrid.read_grid(source / "plain.vxb"))
+    with pytest.raises(subprocess.CalledProcessError) as failure:
+        run("convert_maps.py", source, tmp_path / "other")
+    assert failure.value.stderr == "more than one map would become plain.map\n" and not (tmp_path / "other").exists()
 
 
 def test_page(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
