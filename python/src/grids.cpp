@@ -471,8 +471,8 @@ std::string repr(const py::object& self) {
       const VXZemoGrid& zemo = inner(g);
       const VXUnitCell cell = cell_of(zemo);
       if (zemo.HasUnitCell())
-        text += shown(", cell {:.5g} {:.5g} {:.5g}", cell.a, cell.b, cell.c) +
-                shown(" {:.5g} {:.5g} {:.5g}", cell.alpha, cell.beta, cell.gamma);
+        text += shown(", cell {:.7g} {:.7g} {:.7g}", cell.a, cell.b, cell.c) +
+                shown(" {:.7g} {:.7g} {:.7g}", cell.alpha, cell.beta, cell.gamma);
       if (const py::object group = group_object(zemo.GetSpaceGroup()); !group.is_none())
         text += std::string(", ") + group.cast<SpaceGroup>().record->long_name;
       if (std::is_same_v<G, VXZemoGrid>)

@@ -2,6 +2,7 @@
 
 import re
 import struct
+import warnings
 import zlib
 from base64 import b64decode
 from collections.abc import Callable
@@ -227,7 +228,11 @@ def test_sections_are_drawn_true_to_scale() -> None:
     width = 13 + 15 * abs(np.cos(np.radians(CELL[5])))  # steps of 1 Å; gamma between the two axes
     assert np.ptp(axes.get_xlim()) == pytest.approx(width, rel=1e-4)
     axes.figure.canvas.draw()
-    with pytest.raises(IndexError, match="below 7"):
+    grid.contours = [(1e6, "#0000ff")]  # a level that the section does not reach
+    with warnings.catch_warnings():
+        warnings.simplefilter("error")
+        grid.plot_section(norm=matplotlib.colors.CenteredNorm(), ax=plt.figure().gca())
+    with pytest.raises(IndexError, match="-7 to 6 was wanted, 7 came"):
         grid.plot_section("x", 7)
 
 

@@ -2,6 +2,7 @@
 
 import base64
 import html
+import operator
 import struct
 import zlib
 from typing import TYPE_CHECKING, Any, Literal
@@ -114,12 +115,14 @@ def plot_section(
     values = self.values
     along = AXES.index(axis)
     count = values.shape[along]
-    index = count // 2 if index is None else index
+    index = count // 2 if index is None else operator.index(index)
     if not -count <= index < count:
-        raise IndexError(f"index: below {count} was wanted, {index} came")
+        raise IndexError(f"index: {-count} to {count - 1} was wanted, {index} came")
     section = section_of(values, along, index)
     low, high = limits(section)
-    options = {"vmin": low, "vmax": high, "cmap": "RdBu_r" if low < 0 < high else "gray", **options}
+    options = {"cmap": "RdBu_r" if low < 0 < high else "gray", **options}
+    if "norm" not in options:
+        options = {"vmin": low, "vmax": high, **options}
 
     # The steps of the two axes of the section, in the plane that they span; the first lies along the picture's x.
     start = np.zeros(3)
@@ -141,10 +144,10 @@ def plot_section(
     image = ax.imshow(section, origin="lower", extent=edges, transform=to_plane + ax.transData, **options)
     corners = to_plane.transform([(x, y) for x in edges[:2] for y in edges[2:]])
     ax.set(xlim=(corners[:, 0].min(), corners[:, 0].max()), ylim=(corners[:, 1].min(), corners[:, 1].max()), aspect="equal")
-    if self.contours and min(section.shape) > 1:
+    lines = [line for line in sorted(dict(self.contours).items()) if (section < line[0]).any() and (section > line[0]).any()]
+    if lines and min(section.shape) > 1:
         grid_x, grid_y = np.meshgrid(np.arange(columns), np.arange(rows))
         places = to_plane.transform(np.stack([grid_x.ravel(), grid_y.ravel()], axis=-1))
-        lines = sorted(dict(self.contours).items())
         ax.contour(
             *places.T.reshape(2, rows, columns),
             section,
