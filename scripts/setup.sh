@@ -6,9 +6,9 @@ set -euo pipefail
 # The one list of packages. CONTRIBUTING.md names what further work (fuzzing, benchmarks) wants beside it.
 build=(g++ cmake ninja-build pkg-config zlib1g-dev fftw2 fftw-dev gemmi-dev tao-pegtl-dev libcli11-dev
   rapidjson-dev)
-python=(pybind11-dev python3-dev python3-numpy)
+python=(pybind11-dev python3-dev python3-numpy python3-venv)
 test=(libgtest-dev libgmock-dev libfftw3-dev clang-format mypy python3-gemmi python3-matplotlib python3-pip
-  python3-pytest python3-rdkit python3-scipy python3-venv)
+  python3-pytest python3-rdkit python3-scipy)
 
 wanted=("${build[@]}")
 for what in "$@"; do
