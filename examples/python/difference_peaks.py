@@ -50,8 +50,7 @@ def main(model_path: str, data_path: str, sigmas: str = "4") -> None:
     listed = np.empty((0, 3))
     print("height       x       y       z  distance  residue")
     for height, index in zip(heights[highest_first], indices[highest_first]):
-        place = difference.to_positions(index)
-        distance, place, atom = nearest_to_model(place, model.coordinates, symmetry)
+        distance, place, atom = nearest_to_model(difference.to_positions(index), model.coordinates, symmetry)
         if (np.linalg.norm(listed - place, axis=-1) < 1.0).any():
             continue  # a mate of one that is listed, or its shoulder
         listed = np.vstack([listed, place])
