@@ -36,7 +36,7 @@ def test_wheel(tmp_path: Path) -> None:
     libraries = {name for name in names if ".so" in name}
     assert names - libraries == ours | {"py.typed"} and len(libraries) == 4
 
-    venv.create(home, system_site_packages=True, with_pip=True)
+    venv.create(home, system_site_packages=True)  # with the pip of the system
     clean = {name: value for name, value in os.environ.items() if name != "PYTHONPATH"}
 
     def run(*arguments: str) -> str:
