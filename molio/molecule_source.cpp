@@ -48,6 +48,7 @@ void fill(VXGraphMol& mol, const ParsedMolecule& parsed) {
   atoms.reserve(parsed.atoms.size());
   for (const ParsedAtom& from : parsed.atoms) {
     VXAtomBase* atom = mol.AddAtom(from.element);
+    atom->SetName(from.name);
     atom->SetFormalCharge(from.charge);
     mol.SetCoords(atom, from.xyz);
     if (parsed.has_residues) VXAtomSetResidue(atom, from.residue);

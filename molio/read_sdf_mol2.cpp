@@ -219,6 +219,7 @@ ParsedMolecule parse_mol2(const Record& record) {
     } else if (part == "ATOM" && !word.empty()) {
       if (word.size() < 6) throw ParseFault("the line of an atom is too short", in.number());
       parsed.atoms.push_back(sdf_atom({}, &word[2], in.number()));
+      parsed.atoms.back().name = word[1];
       parsed.atoms.back().element = mol2_element(word[5]);
     } else if (part == "BOND" && !word.empty()) {
       if (word.size() < 4) throw ParseFault("the line of a bond is too short", in.number());

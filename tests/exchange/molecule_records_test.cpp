@@ -18,12 +18,13 @@ struct MoleculeRecords : testing::Test {
 // An oxygen with residue data and a carbon without, double bond, one PDB record.
 RecordBytes content(bool big, unsigned int bond_end = 1) {
   RecordBytes data(big);
-  data.orders().byte(1 | 2).numbers({3u}).tag("title");
+  data.orders().byte(1 | 2 | 16).numbers({3u}).tag("title");
   data.numbers({2u}).numbers({8u, 6u}).numbers({-1, 0}).numbers({1.5, 0.0});
   data.numbers({1.0f, 2.0f, 3.0f, -1.0f, -2.0f, -3.0f});
   data.byte(1).byte(0).numbers({-7, 0}).numbers({70000, 0}).numbers({2, 0});
   data.numbers({20.5f, 0.0f}).numbers({0.75f, 0.0f}).byte('A').byte(' ').byte(' ').byte('B');
   data.tag("HOH").tag("chain").tag("").tag("");
+  data.tag("a name of some length").tag("");
   data.numbers({1u}).numbers({0u, bond_end, 2u});
   data.numbers({1u}).tag("REMARK").tag(" one");
   return data.numbers({0u}).numbers({0u});
@@ -48,6 +49,7 @@ TEST_F(MoleculeRecords, BothByteOrders) {
     EXPECT_EQ(residue.GetImage(), 2);
     EXPECT_EQ(residue.GetBFactor(), 20.5f);
     EXPECT_EQ(residue.GetOccupancy(), 0.75f);
+    EXPECT_EQ(atom->GetName(), "a name of some length");
     EXPECT_EQ(atom->GetFormalCharge(), -1);
     EXPECT_EQ(atom->GetRadius(), 1.5);
     ++atom;

@@ -213,6 +213,7 @@ TEST(ReadMolecule, SdfAndMol2) {
     // MOL2 knows atom types, not formal charges.
     EXPECT_EQ(shown(mol), text == kMol2 ? with(expected, "-1 -1.1", "+0 -1.1") : expected);
     EXPECT_STREQ(mol.GetTitle(), "formate");
+    EXPECT_EQ(VXIter<VXAtomBase>(mol.GetAtoms())->GetName(), text == kMol2 ? "C1" : "");
     EXPECT_FALSE(VXHasResidues(mol));
     VXGraphMol zipped;
     read_text(std::string(name) + ".gz", gz(text), zipped);

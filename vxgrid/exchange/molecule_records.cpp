@@ -1,5 +1,6 @@
 #include <vxgrid/exchange/molecule_records.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <string>
@@ -16,7 +17,7 @@ namespace {
 constexpr char kTag[] = "VXGraphMol";
 
 // What a record holds beside atoms and bonds, as bits of its flags.
-constexpr unsigned char kCoords = 1, kResidues = 2, kCell = 4, kReferencePoint = 8;
+constexpr unsigned char kCoords = 1, kResidues = 2, kCell = 4, kReferencePoint = 8, kNames = 16;
 
 // Bytes that an atom and a bond take at least: what a record must pay for the numbers that it claims.
 constexpr unsigned long long kAtomBytes = 16, kBondBytes = 12;
@@ -176,6 +177,8 @@ std::vector<VXAtomBase*> read_atoms(Input& in, std::uint32_t n, int flags, VXGra
     if (in.status == VXBDone) mol.SetCoords(coords.data());
   }
   if (in.status == VXBDone && flags & kResidues) read_residues(in, atoms);
+  if (flags & kNames)
+    for (std::size_t i = 0; i < n && in.status == VXBDone; ++i) atoms[i]->SetName(in.text());
   return atoms;
 }
 
@@ -226,6 +229,8 @@ bool VXMoleculeWriteFxn::operator()(vxostream& out, const VXGraphMol& mol,
   std::vector<std::array<float, 3>> coords(mol.GetMaxAtomIdx());
   const bool has_coords = !coords.empty() && mol.GetCoords(coords[0].data());
   const bool has_residues = VXHasResidues(mol);
+  const bool has_names = std::any_of(atoms.begin(), atoms.end(),
+                                     [](const VXAtomBase* atom) { return !atom->GetName().empty(); });
   const auto* const cell = find<std::array<float, 6>>(mol, VXXtal::VXSymmCellTag());
   const auto* const point = find<std::array<float, 3>>(mol, VXXtal::VXSymmComTag());
 
@@ -233,7 +238,8 @@ bool VXMoleculeWriteFxn::operator()(vxostream& out, const VXGraphMol& mol,
   VXBWriteData(data, VXBIntEndian());
   VXBWriteData(data, VXBFloatEndian());
   VXBWriteData(data, static_cast<unsigned char>((has_coords ? kCoords : 0) | (has_residues ? kResidues : 0) |
-                                                (cell ? kCell : 0) | (point ? kReferencePoint : 0)));
+                                                (cell ? kCell : 0) | (point ? kReferencePoint : 0) |
+                                                (has_names ? kNames : 0)));
   VXBWriteData(data, static_cast<std::uint32_t>(mol.GetDimension()));
   VXBWriteTag(data, mol.GetTitle());
   if (cell) write_numbers(data, *cell);
@@ -246,6 +252,8 @@ bool VXMoleculeWriteFxn::operator()(vxostream& out, const VXGraphMol& mol,
   if (has_coords)
     for (const VXAtomBase* const atom : atoms) write_numbers(data, coords[atom->GetIdx()]);
   if (has_residues) write_residues(data, atoms);
+  if (has_names)
+    for (const VXAtomBase* const atom : atoms) VXBWriteTag(data, atom->GetName());
 
   VXBWriteData(data, static_cast<std::uint32_t>(bonds.size()));
   for (const VXBondBase* const bond : bonds) {

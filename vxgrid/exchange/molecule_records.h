@@ -5,8 +5,9 @@
 
 namespace VXCore {
 
-// Molecules as native records: atoms with coordinates, charges, radii and residue data, bonds, PDB data,
-// title, the crystal (cell and reference point), and the attributes of the molecule, its atoms and its bonds.
+// Molecules as native records: atoms with names, coordinates, charges, radii and residue data, bonds, PDB
+// data, title, the crystal (cell and reference point), and the attributes of the molecule, its atoms and its
+// bonds.
 
 /// Writes the record "VXGraphMol". Gaps of atom indices are closed.
 class VXGRID_API VXMoleculeWriteFxn : public VXWriteFxn<VXGraphMol> {

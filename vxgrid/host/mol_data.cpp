@@ -45,6 +45,7 @@ MolData::MolData(const MolData& other, bool conformers)
 void MolData::copy_atom(VXAtomBase& to, const VXAtomBase& from) {
   if (from.GetBaseImpl()) VXCopyBaseData(to, from);
   to.owner_ = this;
+  to.name_ = from.name_;
   to.radius_ = from.radius_;
   to.atomic_num_ = from.atomic_num_;
   to.formal_charge_ = from.formal_charge_;

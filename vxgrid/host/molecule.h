@@ -5,6 +5,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include <vxgrid/host/base.h>
 #include <vxgrid/host/export.h>
@@ -91,6 +92,9 @@ class VXGRID_API VXAtomBase : public VXBase {
   void SetAtomicNum(unsigned int number) { atomic_num_ = number; }
   int GetFormalCharge() const { return formal_charge_; }
   void SetFormalCharge(int charge) { formal_charge_ = charge; }
+  /// As its file names it ("CA"); empty until set.
+  const std::string& GetName() const { return name_; }
+  void SetName(std::string_view name) { name_ = name; }
   /// In Å; 0 until set.
   double GetRadius() const { return radius_; }
   void SetRadius(double radius) { radius_ = radius; }
@@ -102,6 +106,7 @@ class VXGRID_API VXAtomBase : public VXBase {
   VXAtomBase() = default;
 
   MolData* owner_ = nullptr;
+  std::string name_;
   double radius_ = 0.0;
   unsigned int idx_ = 0;
   unsigned int atomic_num_ = 0;
