@@ -106,3 +106,18 @@ py::str text_of(std::string_view bytes) {
   if (!text) throw py::error_already_set();
   return py::reinterpret_steal<py::str>(text);
 }
+
+std::string bytes_of(const py::handle& text, const char* name) {
+  if (!PyUnicode_Check(text.ptr()))
+    throw py::type_error(std::string(name) + ": str was wanted, " + Py_TYPE(text.ptr())->tp_name + " came");
+  const auto bytes =
+      py::reinterpret_steal<py::bytes>(PyUnicode_AsEncodedString(text.ptr(), "utf-8", "surrogateescape"));
+  if (!bytes) throw py::error_already_set();
+  std::string all = bytes;
+  if (all.find('\0') != all.npos)
+    throw py::value_error(std::string(name) + ": text without zero characters was wanted, " + shown(text) +
+                          " came");
+  return all;
+}
+
+std::string shown(const py::handle& object) { return py::str(py::repr(object)[py::slice(0, 80, 1)]); }

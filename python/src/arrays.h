@@ -39,6 +39,11 @@ Floats finite_points(const py::handle& object, const char* name);
 
 /// Text for Python out of bytes that need not be UTF-8: bytes that are not stay as surrogates.
 py::str text_of(std::string_view bytes);
+/// The first 80 characters of the repr, for messages.
+std::string shown(const py::handle& object);
+/// And back: the bytes behind such text. TypeError for what is no str, ValueError where it has zero
+/// characters.
+std::string bytes_of(const py::handle& text, const char* name);
 
 /// A new array that takes the values of a vector over, without a copy. {n} or the shape given.
 template <class T>

@@ -126,7 +126,8 @@ py::object plain(const py::object& value) {
   return py::hasattr(value, "tolist") ? value.attr("tolist")() : value;
 }
 
-void set(Attributes& attributes, const std::string& name, const py::object& given) {
+void set(Attributes& attributes, const py::str& key, const py::object& given) {
+  const std::string name = bytes_of(key, "attribute");
   const py::object value = plain(given);
   const VXBaseData* const data = find(attributes, name);
   const Type* const known = data ? type_of(*data) : type_for_known(name);
@@ -147,7 +148,7 @@ void set(Attributes& attributes, const std::string& name, const py::object& give
              ? std::string("a value of its type (it is ") + Py_TYPE(type->get(*data).ptr())->tp_name + " now)"
              : std::string(known ? "a number"
                                  : "a bool, an int of 32 bits, a float, a str or a list of one of these")) +
-        " was wanted, " + std::string(py::repr(given)).substr(0, 80) + " came");
+        " was wanted, " + shown(given) + " came");
   }
 }
 
@@ -163,10 +164,15 @@ py::list keys(const Attributes& attributes) {
   return names;
 }
 
-py::object get(const Attributes& attributes, const std::string& name) {
-  const VXBaseData* const data = find(attributes, name);
-  if (!data) throw py::key_error(name);
-  return type_of(*data)->get(*data);
+const VXBaseData& at(const Attributes& attributes, const py::str& name) {
+  if (const VXBaseData* const data = find(attributes, bytes_of(name, "attribute"))) return *data;
+  PyErr_SetObject(PyExc_KeyError, name.ptr());
+  throw py::error_already_set();
+}
+
+py::object get(const Attributes& attributes, const py::str& name) {
+  const VXBaseData& data = at(attributes, name);
+  return type_of(data)->get(data);
 }
 
 }  // namespace
@@ -180,14 +186,15 @@ void bind_attributes(py::module_& module) {
   type.def("__len__", [](const Attributes& a) { return keys(a).size(); })
       .def("__iter__", [](const Attributes& a) { return py::iter(keys(a)); })
       .def("__contains__",
-           [](const Attributes& a, const std::string& name) { return find(a, name) != nullptr; })
-      .def("__contains__", [](const Attributes&, const py::object&) { return false; })
+           [](const Attributes& a, const py::object& name) {
+             return PyUnicode_Check(name.ptr()) && find(a, bytes_of(name, "attribute"));
+           })
       .def("__getitem__", &get)
       .def("__setitem__", &set)
       .def("__delitem__",
-           [](Attributes& a, const std::string& name) {
-             if (!find(a, name)) throw py::key_error(name);
-             for (VXBase* const object : objects(a)) object->DeleteData(name);
+           [](Attributes& a, const py::str& name) {
+             at(a, name);
+             for (VXBase* const object : objects(a)) object->DeleteData(bytes_of(name, "attribute"));
            })
       .def("__repr__", [](const py::object& self) {
         return py::str("Attributes({})").format(py::module_::import("builtins").attr("dict")(self));

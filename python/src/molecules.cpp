@@ -29,8 +29,7 @@ constexpr unsigned int kElements = 118;
 constexpr std::size_t kLongestName = 15;  // of residues and chains
 
 py::value_error wanted(const char* name, const std::string& what, const py::handle& came) {
-  return py::value_error(std::string(name) + ": " + what + " wanted, " +
-                         std::string(py::repr(came)).substr(0, 80) + " came");
+  return py::value_error(std::string(name) + ": " + what + " wanted, " + shown(came) + " came");
 }
 
 VXIter<VXAtomBase> atoms_of(const VXGraphMol& mol) { return mol.GetAtoms(); }
@@ -63,29 +62,26 @@ Array finite_for(const py::handle& object, const char* name, py::ssize_t n, bool
   return values;
 }
 
-/// The bytes behind text_of.
-std::string bytes_of(const py::handle& text, const char* name, std::size_t longest) {
-  if (!PyUnicode_Check(text.ptr()))
-    throw py::type_error(std::string(name) + ": str was wanted, " + Py_TYPE(text.ptr())->tp_name + " came");
-  const auto bytes =
-      py::reinterpret_steal<py::bytes>(PyUnicode_AsEncodedString(text.ptr(), "utf-8", "surrogateescape"));
-  if (!bytes) throw py::error_already_set();
-  std::string all = bytes;
-  if (all.size() > longest || all.find('\0') != all.npos)
-    throw wanted(name, longest == 1 ? "one character or none is" : "at most 15 characters are", text);
-  return all;
+std::string short_text(const py::handle& text, const char* name, std::size_t longest) {
+  std::string bytes = bytes_of(text, name);
+  if (bytes.size() > longest)
+    throw wanted(name, longest == 1 ? "one ASCII character or none is" : "at most 15 bytes of text are",
+                 text);
+  return bytes;
 }
 
 /// One text for each of n atoms: a sequence of n, or one for all.
 std::vector<std::string> texts_for(const py::object& object, const char* name, py::ssize_t n,
-                                   std::size_t longest) {
+                                   std::size_t longest = std::string::npos) {
+  if (py::isinstance<py::array>(object) && py::reinterpret_borrow<py::array>(object).ndim() == 0)
+    return texts_for(object.attr("item")(), name, n, longest);
   if (PyUnicode_Check(object.ptr()))
-    return std::vector<std::string>(static_cast<std::size_t>(n), bytes_of(object, name, longest));
+    return std::vector<std::string>(static_cast<std::size_t>(n), short_text(object, name, longest));
   if (!PySequence_Check(object.ptr()))
     throw py::type_error(std::string(name) + ": str or a sequence of str was wanted, " +
                          Py_TYPE(object.ptr())->tp_name + " came");
   std::vector<std::string> texts;
-  for (const py::handle& text : object) texts.push_back(bytes_of(text, name, longest));
+  for (const py::handle& text : object) texts.push_back(short_text(text, name, longest));
   if (texts.size() != static_cast<std::size_t>(n))
     throw py::value_error(std::string(name) + ": one for each of " + std::to_string(n) +
                           " atoms was wanted, " + std::to_string(texts.size()) + " came");
@@ -98,8 +94,12 @@ std::vector<unsigned int> elements_of(const py::object& object, py::ssize_t n) {
   std::vector<unsigned int> elements;
   const py::array any = py::array::ensure(object);
   if (!any) PyErr_Clear();
-  if (any && any.dtype().kind() == 'U' && any.size() > 0) {
-    for (const std::string& symbol : texts_for(object, kName, n, kLongestName)) {
+  // Tables hold text as objects.
+  const auto is_text = [](const py::array& a) {
+    return PyUnicode_Check(py::object(a.attr("flat")[py::int_(0)]).ptr());
+  };
+  if (any && any.size() > 0 && is_text(any)) {
+    for (const std::string& symbol : texts_for(object, kName, n)) {
       elements.push_back(VXGetAtomicNum(symbol));
       if (elements.back() == 0 && symbol != VXGetAtomicSymbol(0))
         throw wanted(kName, "symbols of elements, or X for what is none, were", text_of(symbol));
@@ -255,7 +255,8 @@ void add_bonds(VXGraphMol& mol, const py::object& object) {
   const Ints rows = numbers<Ints>(object, "bonds");
   if (rows.size() == 0) return;
   if (rows.ndim() != 2 || (rows.shape(1) != 2 && rows.shape(1) != 3))
-    throw py::value_error("bonds: an array of shape (m, 2), or (m, 3) with orders, was wanted");
+    throw py::value_error("bonds: an array of shape (m, 2), or (m, 3) with orders, was wanted, one of " +
+                          std::string(py::str(rows.attr("shape"))) + " came");
   std::vector<VXAtomBase*> atoms;
   for (VXAtomBase& atom : atoms_of(mol)) atoms.push_back(&atom);
   const auto n = static_cast<int>(atoms.size());
@@ -278,6 +279,11 @@ void set_radii(VXGraphMol& mol, const py::object& values) {
   for (VXAtomBase& atom : atoms_of(mol)) atom.SetRadius(radii.at(atom.GetIdx()));
 }
 
+void set_atom_names(VXGraphMol& mol, const py::object& values) {
+  const std::vector<std::string> names = texts_for(values, "atom_names", mol.NumAtoms());
+  for (VXAtomBase& atom : atoms_of(mol)) atom.SetName(names[atom.GetIdx()]);
+}
+
 void set_formal_charges(VXGraphMol& mol, const py::object& values) {
   const Ints charges = numbers_for<Ints>(values, "formal_charges", mol.NumAtoms());
   for (VXAtomBase& atom : atoms_of(mol)) atom.SetFormalCharge(charges.at(atom.GetIdx()));
@@ -294,18 +300,19 @@ py::array_t<float> coordinates(const py::object& self) {
 }
 
 MoleculePtr new_molecule(const py::object& coordinates, const py::object& elements, const py::object& bonds,
-                         const py::object& formal_charges, const py::object& radii,
-                         const py::object& residue_names, const py::object& residue_numbers,
-                         const py::object& chain_ids, const py::object& insert_codes,
-                         const py::object& b_factors, const py::object& occupancies,
-                         const py::object& alternate_locations, const py::object& serial_numbers,
-                         const std::string& title) {
+                         const py::object& atom_names, const py::object& formal_charges,
+                         const py::object& radii, const py::object& residue_names,
+                         const py::object& residue_numbers, const py::object& chain_ids,
+                         const py::object& insert_codes, const py::object& b_factors,
+                         const py::object& occupancies, const py::object& alternate_locations,
+                         const py::object& serial_numbers, const py::object& title) {
   const Floats xyz = finite_points(coordinates, "coordinates");
   auto mol = std::make_shared<VXGraphMol>();
   for (const unsigned int element : elements_of(elements, xyz.shape(0))) mol->AddAtom(element);
   mol->SetCoords(xyz.data());
-  mol->SetTitle(title);
+  mol->SetTitle(bytes_of(title, "title"));
   if (!bonds.is_none()) add_bonds(*mol, bonds);
+  if (!atom_names.is_none()) set_atom_names(*mol, atom_names);
   if (!formal_charges.is_none()) set_formal_charges(*mol, formal_charges);
   if (!radii.is_none()) set_radii(*mol, radii);
   const py::object* const residue_data[] = {&residue_names,       &residue_numbers, &chain_ids,
@@ -328,13 +335,12 @@ std::string repr(const VXGraphMol& mol) {
 
 void set_pdb_records(VXGraphMol& mol, const py::iterable& pairs) {
   std::vector<VXPDBDataPair> records;
-  constexpr std::size_t kAnyLength = ~std::size_t{0};
   for (const py::handle& item : pairs) {
     if (!py::isinstance<py::sequence>(item) || py::len(item) != 2 || py::isinstance<py::str>(item))
       throw wanted("pdb_records", "pairs (tag, value) are", item);
     const auto pair = py::reinterpret_borrow<py::sequence>(item);
-    records.push_back({bytes_of(py::object(pair[0]), "pdb_records", kAnyLength),
-                       bytes_of(py::object(pair[1]), "pdb_records", kAnyLength)});
+    records.push_back(
+        {bytes_of(py::object(pair[0]), "pdb_records"), bytes_of(py::object(pair[1]), "pdb_records")});
   }
   while (!VXGetPDBDataPairs(mol).empty()) VXDeletePDBData(mol, VXGetPDBDataPairs(mol)[0].tag);
   for (const VXPDBDataPair& record : records) VXAddPDBData(mol, record.tag, record.value);
@@ -471,10 +477,11 @@ void bind_molecules(py::module_& module) {
       "it.\nThe atoms of a molecule are fixed; what has others is a new molecule.");
   type.def(
           py::init(&new_molecule), py::arg("coordinates"), py::arg("elements"), py::kw_only(),
-          py::arg("bonds") = none, py::arg("formal_charges") = none, py::arg("radii") = none,
-          py::arg("residue_names") = none, py::arg("residue_numbers") = none, py::arg("chain_ids") = none,
-          py::arg("insert_codes") = none, py::arg("b_factors") = none, py::arg("occupancies") = none,
-          py::arg("alternate_locations") = none, py::arg("serial_numbers") = none, py::arg("title") = "",
+          py::arg("bonds") = none, py::arg("atom_names") = none, py::arg("formal_charges") = none,
+          py::arg("radii") = none, py::arg("residue_names") = none, py::arg("residue_numbers") = none,
+          py::arg("chain_ids") = none, py::arg("insert_codes") = none, py::arg("b_factors") = none,
+          py::arg("occupancies") = none, py::arg("alternate_locations") = none,
+          py::arg("serial_numbers") = none, py::arg("title") = "",
           "A molecule out of arrays.\n\ncoordinates is of shape (n, 3), in Å. elements are atomic numbers (0 "
           "for what is no element) or symbols; bonds an\narray of shape (m, 2) of atom indices, or (m, 3) "
           "with "
@@ -485,11 +492,14 @@ void bind_molecules(py::module_& module) {
       .def("__repr__", &repr)
       .def_property(
           "title", [](const VXGraphMol& mol) { return text_of(mol.GetTitle()); },
-          [](VXGraphMol& mol, const std::string& title) { mol.SetTitle(title); }, "Text.")
+          [](VXGraphMol& mol, const py::object& title) { mol.SetTitle(bytes_of(title, "title")); },
+          "What the file calls the molecule.")
       .def_property(
           "coordinates", &coordinates,
           [](const py::object& self, const py::object& values) {
-            coordinates(self)[py::ellipsis()] = finite_points(values, "coordinates");
+            const py::array_t<float> all = coordinates(self);
+            all[py::ellipsis()] =
+                numbers<Floats>(finite_points(values, "coordinates"), "coordinates", {all.shape(0), 3});
           },
           "x, y, z of the atoms in Å, a float32 array of shape (n, 3) that looks at the molecule's own "
           "memory: "
@@ -515,6 +525,14 @@ void bind_molecules(py::module_& module) {
                                     [](const VXAtomBase& a) { return VXGetAtomicWeight(a.GetAtomicNum()); });
           },
           "Standard atomic weights in unified atomic mass units, float64 of shape (n,).")
+      .def_property(
+          "atom_names",
+          [](const VXGraphMol& mol) {
+            return text_per_atom(mol, [](const VXAtomBase& a) -> const std::string& { return a.GetName(); });
+          },
+          &set_atom_names,
+          "Names of the atoms (\"CA\"), as PDB, mmCIF and MOL2 files give them: str of shape (n,), empty "
+          "until set.")
       .def_property(
           "formal_charges",
           [](const VXGraphMol& mol) {

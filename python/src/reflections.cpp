@@ -265,8 +265,8 @@ std::unique_ptr<Reflections> rows_of_set(const Reflections& r, const py::object&
   const py::object chosen = all[places];
   const auto rows = py::array_t<std::int64_t, py::array::c_style>::ensure(chosen);
   if (!rows || rows.ndim() != 1)
-    throw py::type_error("reflections: a slice, a mask or a list of places was wanted, " +
-                         std::string(py::repr(which)).substr(0, 80) + " came");
+    throw py::type_error("reflections: a slice, a mask or a list of places was wanted, " + shown(which) +
+                         " came");
   const std::int64_t* const data = rows.data();
   const auto count = static_cast<std::size_t>(rows.size());
   if (count >= std::numeric_limits<unsigned int>::max())

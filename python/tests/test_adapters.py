@@ -9,7 +9,7 @@ import pytest
 import vxgrid
 from conftest import SAMPLES, real_data
 
-ARRAYS = """coordinates atomic_numbers formal_charges residue_names residue_numbers chain_ids insert_codes
+ARRAYS = """coordinates atomic_numbers atom_names formal_charges residue_names residue_numbers chain_ids insert_codes
 alternate_locations serial_numbers b_factors occupancies""".split()
 
 
@@ -86,3 +86,20 @@ def test_gemmi_chooses_alternates_as_files_do(tmp_path: Path) -> None:
     made = vxgrid.from_gemmi(gemmi.read_structure(str(file)))
     assert made.serial_numbers.tolist() == [2, 4, 5, 6, 8]
     assert_alike(made, vxgrid.read_molecule(file))
+
+
+def test_what_is_no_model() -> None:
+    gemmi: Any = pytest.importorskip("gemmi")
+    for wrong in [None, "4hg7.pdb", gemmi.Chain("A")]:
+        with pytest.raises(TypeError, match="an RDKit molecule was wanted, .* came"):
+            vxgrid.from_rdkit(wrong)
+        with pytest.raises(TypeError, match="a gemmi Structure or Model was wanted, .* came"):
+            vxgrid.from_gemmi(wrong)
+    structure = gemmi.Structure()
+    with pytest.raises(IndexError, match="0 came for a structure of 0 models"):
+        vxgrid.from_gemmi(structure)
+    residue, chain, model = gemmi.Residue(), gemmi.Chain("A"), gemmi.Model("1")
+    residue.add_atom(gemmi.Atom())  # without a number, as from mmCIF rows that have none
+    chain.add_residue(residue)
+    model.add_chain(chain)
+    assert vxgrid.from_gemmi(model).residue_numbers.tolist() == [0]

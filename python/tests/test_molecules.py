@@ -17,6 +17,7 @@ import vxgrid
 from conftest import SAMPLES
 
 PER_ATOM: dict[str, Any] = {
+    "atom_names": ["CA", "a long name of \udcff", ""],
     "formal_charges": [0, -1, 0],
     "radii": [1.7, 1.52, 1.2],
     "residue_names": ["ÅÄ", "MOL", "MOL"],
@@ -44,6 +45,10 @@ def test_arrays_in_and_out() -> None:
     # The last two atoms differ in their chain alone.
     assert mol.residues == [("A", -1, "", "ÅÄ"), ("long", 2, "A", "MOL"), ("", 2, "A", "MOL")]
     assert mol.residues[0].insert_code == "" and mol.residue_indices.tolist() == [0, 1, 2]
+
+    # Columns of a table hold objects; text that is no UTF-8 comes out of files.
+    table = vxgrid.Molecule(np.zeros((2, 3)), np.array(["C", "O"], object), chain_ids=np.array("A"), title="\udcff")
+    assert table.atomic_numbers.tolist() == [6, 8] and table.chain_ids.tolist() == ["A", "A"] and table.title == "\udcff"
 
     bare = small()
     assert not bare.has_residues and bare.residues == [] and bare.residue_indices.tolist() == [-1] * 3
@@ -93,11 +98,12 @@ def test_a_molecule_without_atoms() -> None:
         (lambda: small(b_factors=np.inf), ValueError, "b_factors: finite numbers"),
         (lambda: small(chain_ids=["A"]), ValueError, "one for each of 3 atoms was wanted, 1 came"),
         (lambda: small(chain_ids=[1, 2, 3]), TypeError, "chain_ids: str was wanted, int came"),
-        (lambda: small(chain_ids="0123456789abcdef"), ValueError, "at most 15 characters"),
-        (lambda: small(residue_names="a\0b"), ValueError, "at most 15 characters"),
-        (lambda: small(insert_codes="AB"), ValueError, "one character or none"),
+        (lambda: small(chain_ids="\u03bb" * 60), ValueError, "at most 15 bytes"),
+        (lambda: small(residue_names="a\0b"), ValueError, "without zero characters"),
+        (lambda: small(title="a\0b"), ValueError, "title: text without zero characters"),
+        (lambda: small(insert_codes="AB"), ValueError, "one ASCII character or none"),
         (lambda: setattr(small(), "pdb_records", ["ab"]), ValueError, "pairs (tag, value)"),
-        (lambda: setattr(small(), "coordinates", np.zeros((4, 3))), ValueError, "broadcast"),
+        (lambda: setattr(small(), "coordinates", np.zeros((1, 3))), ValueError, "(3, 3) was wanted, (1, 3) came"),
         (lambda: vxgrid.atomic_number("Qq"), ValueError, "'Qq' came"),
         (lambda: vxgrid.atomic_symbol(119), ValueError, "119 came"),
         (lambda: vxgrid.bondi_radius(-1), ValueError, "-1 came"),
@@ -126,6 +132,7 @@ def test_read_pdb(tmp_path: Path) -> None:
         (mol.residue_names, lambda line: line[17:20].strip()),
         (mol.residue_numbers, lambda line: int(line[22:26])),
         (mol.chain_ids, lambda line: line[21]),
+        (mol.atom_names, lambda line: line[12:16].strip()),
         (mol.alternate_locations, lambda line: line[16].strip()),
         (mol.serial_numbers, lambda line: int(line[6:11])),
         (np.char.upper(mol.symbols), lambda line: line[76:78].strip()),
@@ -149,7 +156,7 @@ def same(a: vxgrid.Molecule, b: vxgrid.Molecule) -> bool:
 
 def test_pickle_keeps_everything() -> None:
     mol = small(title="λ", **PER_ATOM)
-    mol.attributes["scores"] = [1.5, -2.0]
+    mol.attributes["scores \udcff"] = [1.5, -2.0]  # names of attributes may come out of files, too
     mol.symmetry = vxgrid.Symmetry("P 21 21 21", (40, 50, 60, 90, 90, 90))
     model = vxgrid.read_molecule(SAMPLES / "4hg7.pdb")
     for one in [mol, model, small(), vxgrid.Molecule(np.zeros((0, 3)), [])]:
@@ -167,7 +174,7 @@ def test_parts_and_sums() -> None:
     for atoms in selections:
         part = mol.subset(atoms)
         assert part.symbols.tolist() == ["C", "O"] and part.bonds.tolist() == [[0, 1, 2]]
-        assert part.residue_numbers.tolist() == [-1, 2]
+        assert part.residue_numbers.tolist() == [-1, 2] and part.atom_names.tolist() == PER_ATOM["atom_names"][:2]
     assert same(mol.without_hydrogens(), part) and len(mol.subset([])) == 0
     both = part + mol
     assert both.bonds.tolist() == [[0, 1, 2], [2, 3, 2], [4, 2, 1]]

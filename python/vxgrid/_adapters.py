@@ -1,5 +1,6 @@
 """Molecules out of the objects of other libraries, by what these can do: none of them is imported."""
 
+import operator
 from typing import Any, Literal
 
 import numpy as np
@@ -13,6 +14,8 @@ def from_rdkit(mol: Any, *, conformer: int = -1) -> Molecule:
     Coordinates are those of a conformer, by its id; -1 is the first. Aromatic bonds have order 1, as from files.
     Residue data come along where atoms have them. Hydrogens are those that the molecule has as atoms.
     """
+    if not hasattr(mol, "GetNumConformers"):  # None, say, which RDKit gives for what it cannot read
+        raise TypeError(f"mol: an RDKit molecule was wanted, {type(mol).__name__} came")
     if mol.GetNumConformers() == 0:
         raise ValueError("mol: a molecule with a conformer was wanted; this one has no coordinates")
     atoms = list(mol.GetAtoms())
@@ -34,10 +37,17 @@ def from_rdkit(mol: Any, *, conformer: int = -1) -> Molecule:
         np.reshape(mol.GetConformer(conformer).GetPositions(), (-1, 3)),
         [atom.GetAtomicNum() for atom in atoms],
         bonds=bonds,
+        atom_names=[_rdkit_name(atom, info) for atom, info in zip(atoms, infos, strict=True)],
         formal_charges=[atom.GetFormalCharge() for atom in atoms],
         title=mol.GetProp("_Name") if mol.HasProp("_Name") else "",
         **residue_data,
     )
+
+
+def _rdkit_name(atom: Any, info: Any) -> str:
+    if info:
+        return str(info.GetName()).strip()
+    return str(atom.GetProp("_TriposAtomName")) if atom.HasProp("_TriposAtomName") else ""
 
 
 def from_gemmi(structure: Any, *, model: int = 0, alternates: Literal["best", "all"] = "best") -> Molecule:
@@ -50,6 +60,10 @@ def from_gemmi(structure: Any, *, model: int = 0, alternates: Literal["best", "a
     if alternates not in ("best", "all"):
         raise ValueError(f'alternates: "best" or "all" was wanted, {alternates!r} came')
     is_structure = hasattr(structure, "connections")
+    if not is_structure and not hasattr(structure, "find_cra"):
+        raise TypeError(f"structure: a gemmi Structure or Model was wanted, {type(structure).__name__} came")
+    if is_structure and not -len(structure) <= operator.index(model) < len(structure):
+        raise IndexError(f"model: {model} came for a structure of {len(structure)} models")
     chains = structure[model] if is_structure else structure
     rows = [(chain, residue, atom) for chain in chains for residue in chain for atom in residue]
     if alternates == "best":
@@ -59,9 +73,10 @@ def from_gemmi(structure: Any, *, model: int = 0, alternates: Literal["best", "a
         np.reshape([atom.pos.tolist() for atom in atoms], (-1, 3)),
         [atom.element.atomic_number for atom in atoms],
         bonds=_connections(structure, rows) if is_structure else None,
+        atom_names=[atom.name for atom in atoms],
         formal_charges=[atom.charge for atom in atoms],
         residue_names=[residue.name for _, residue, _ in rows],
-        residue_numbers=[residue.seqid.num for _, residue, _ in rows],
+        residue_numbers=[residue.seqid.num or 0 for _, residue, _ in rows],
         chain_ids=[chain.name for chain, _, _ in rows],
         insert_codes=[residue.seqid.icode.strip() for _, residue, _ in rows],
         b_factors=[atom.b_iso for atom in atoms],
