@@ -1,7 +1,5 @@
 #include "file_format.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,6 +15,7 @@
 #include <vxgrid/exchange/grid_files.h>
 #include <vxgrid/grid/grid_format.h>
 #include <vxgrid/host/binary_records.h>
+#include <vxgrid/host/replace_file.h>
 #include <vxgrid/host/text.h>
 
 #include "report.h"
@@ -192,54 +191,6 @@ void require_readable(const std::string& file) {
     throw Failure(file, "the file is empty");
 }
 
-/// The place where a file is written: beside it, so that what stood there is lost only to a whole file. What
-/// is no plain file is written where it stands, as are files whose owner or folder does not allow it. What
-/// was not kept is taken away.
-class NewFile {
- public:
-  explicit NewFile(const std::string& file) : file_(file) {
-    std::error_code error;
-    const fs::path target = fs::canonical(file_, error);
-    is_new_ = !fs::exists(fs::symlink_status(file_, error));
-    if (!target.empty()) file_ = target;  // a link stays one
-    if (is_new_ || (fs::is_regular_file(file_, error) && access(file_.c_str(), W_OK) == 0)) open_beside();
-    if (!name_.empty()) return;
-    name_ = file_;
-    if (fs::is_fifo(file_, error)) return;  // whose reader would take it for the end
-    std::FILE* const out = std::fopen(file.c_str(), "ab");
-    if (!out) throw Failure(file, std::string("cannot be written: ") + std::strerror(errno));
-    std::fclose(out);
-  }
-  NewFile(const NewFile&) = delete;
-  NewFile& operator=(const NewFile&) = delete;
-  ~NewFile() {
-    std::error_code error;
-    if (!kept_ && (is_new_ || name_ != file_)) fs::remove(name_, error);
-  }
-
-  std::string name() const { return name_; }
-  bool keep() { return kept_ = name_ == file_ || std::rename(name_.c_str(), file_.c_str()) == 0; }
-
- private:
-  /// With the extension, which tells that the content is compressed, the owner and the permissions.
-  void open_beside() {
-    const fs::path beside =
-        file_.parent_path() / (".vxgrid-" + std::to_string(getpid()) + file_.extension().string());
-    const int descriptor = open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0666);
-    if (descriptor < 0) return;
-    struct stat old;
-    if (is_new_ || (stat(file_.c_str(), &old) == 0 && fchown(descriptor, old.st_uid, old.st_gid) == 0 &&
-                    fchmod(descriptor, old.st_mode & 07777) == 0))
-      name_ = beside;
-    else
-      unlink(beside.c_str());
-    close(descriptor);
-  }
-
-  fs::path file_, name_;
-  bool is_new_ = false, kept_ = false;
-};
-
 }  // namespace
 
 std::int32_t word(std::string_view bytes, size_t index, bool swap) {
@@ -319,11 +270,5 @@ void write_file(const std::string& file, const std::function<bool(VXHost::vxostr
                     errno ? std::strerror(errno) : log.reason(file, "could not be written"));
     return;
   }
-  NewFile place(file);
-  errno = 0;
-  VXHost::vxofstream out(place.name());
-  const bool written = write(out);
-  if (out.close() && written && place.keep()) return;
-  const std::string why = errno ? std::strerror(errno) : "the disc may be full";
-  throw Failure(file, log.reason(file, ("could not be written whole: " + why).c_str()));
+  if (!VXReplaceFile(file, write)) throw Failure(file, log.reason(file, "could not be written whole"));
 }

@@ -111,17 +111,12 @@ void fit_to_format(const std::string& file, const std::string& source, VXSkewGri
     if (grid.HasData(ARMS)) renew_statistics(grid);
     note(settings, source + ": brought onto a regular grid, which is all that " + target + " holds");
   }
-  if (format.id == Format::CCP4 && grid.GetSpaceGroup() == 0) {
-    if (has_crystal_cell(grid) && grid.SetSpaceGroup(1))
-      note(settings, source + ": has no space group; written as P 1");
-    else
-      note(settings, source + ": interpolated onto the lattice that plain grids have in CCP4 maps");
-  }
+  if (const std::string change = VXChangeInFile(format.code, grid.GetImpl().GetImpl()); !change.empty())
+    note(settings, source + ": " + change);
+  if (format.id == Format::CCP4 && grid.GetSpaceGroup() == 0 && has_crystal_cell(grid)) grid.SetSpaceGroup(1);
   // Without statistics the header of a crystal's map would tell a mean of 0 and an r.m.s. of 1.
   if (format.id == Format::CCP4 && grid.GetSpaceGroup() != 0 && !grid.GetImpl().GetImpl().HasData(ARMS))
     renew_statistics(grid);
-  if (format.id == Format::Grasp)
-    note(settings, source + ": interpolated onto the 65 x 65 x 65 points of " + target);
 }
 
 std::vector<std::string> attributes_of(const VXSkewGrid& grid) {

@@ -39,7 +39,7 @@ void skeleton(const SkeletonOptions& options, const Settings& settings) {
   unsigned before = 0;
   if (options.spacing > 0 || (format.id == Format::CCP4 && !has_crystal_cell(grid))) {
     if (options.spacing == 0)
-      note(settings, options.map + ": interpolated onto the lattice that plain grids have in CCP4 maps");
+      note(settings, options.map + ": " + VXChangeInFile(format.code, grid.GetImpl().GetImpl()));
     VXScalarGrid regular = regular_map(options.map, grid, options.spacing);
     before = count_from(regular.GetValues(), regular.GetSize(), level);
     rounds = VXSkeletonizeGrid(regular, level);

@@ -19,6 +19,7 @@
 #include <vxgrid/host/platform.h>
 #include <vxgrid/host/radii.h>
 #include <vxgrid/host/record.h>
+#include <vxgrid/host/replace_file.h>
 #include <vxgrid/host/residue.h>
 #include <vxgrid/host/stream.h>
 #include <vxgrid/host/text.h>

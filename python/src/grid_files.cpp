@@ -7,6 +7,7 @@
 
 #include <vxgrid/exchange/grid_files.h>
 #include <vxgrid/exchange/grid_json.h>
+#include <vxgrid/host/replace_file.h>
 #include <vxgrid/host/stream.h>
 
 #include "arrays.h"
@@ -39,7 +40,7 @@ std::string names_of_formats() {
 
 const VXGridFileFormat& format_of(const fs::path& path, const py::object& named) {
   const VXGridFileFormat* const format =
-      named.is_none() ? VXGetGridFileFormat(path.string()) : VXFindGridFileFormat(named.cast<std::string>());
+      named.is_none() ? VXGetGridFileFormat(path.string()) : VXFindGridFileFormat(bytes_of(named, "format"));
   if (format) return *format;
   throw py::value_error(
       named.is_none() ? path.string() + ": no format of grids has this extension; format= names one of " +
@@ -48,21 +49,18 @@ const VXGridFileFormat& format_of(const fs::path& path, const py::object& named)
                             std::string(py::repr(named)) + " came");
 }
 
-/// Says why a file cannot be opened; false.
-bool no_file(const fs::path& path, const char* what) {
-  std::error_code error;
-  if (fs::is_directory(path, error))
-    VXThrow.Warning("%s: it is a directory", what);
-  else
-    VXThrow.Warning("%s: %s", what, errno ? std::strerror(errno) : "it is no file");
-  return false;
-}
-
+/// False, having said why, where a file does not open or is empty.
 bool open_to_read(VXHost::vxifstream& in, const fs::path& path) {
   errno = 0;
-  if (!in.open(path.string())) return no_file(path, "cannot be opened");
-  if (in) return true;
-  VXThrow.Warning("the file is empty");
+  std::error_code error;
+  const bool is_open = in.open(path.string());
+  if (is_open && in) return true;
+  if (is_open)
+    VXThrow.Warning("the file is empty");
+  else if (fs::is_directory(path, error))
+    VXThrow.Warning("cannot be opened: it is a directory");
+  else
+    VXThrow.Warning("cannot be opened: %s", errno ? std::strerror(errno) : "it is no file");
   return false;
 }
 
@@ -104,19 +102,22 @@ void write_grid(const fs::path& path, VXGridAbstractBase& grid, const py::object
   const unsigned int code = wanted.code;
   const auto write = [&](const auto& g) {
     run_on(path, [&] {
-      if constexpr (!std::is_same_v<decltype(g), const VXScalarGrid&>)
+      std::string change;
+      if constexpr (std::is_same_v<decltype(g), const VXScalarGrid&>) {
+        change = VXChangeInFile(code, VXZemoGrid());
+      } else {
         if (!VXHoldsLattice(code, inner(g))) {
           VXThrow.Warning(
               "the format does not hold the lattice of the grid; regular() makes one that it holds");
           return false;
         }
-      errno = 0;
-      VXHost::vxofstream out;
-      if (!out.open(path.string())) return no_file(path, "cannot be written");
-      const bool written = VXWriteGridFile(out, g, code);
-      if (out.close() && written) return true;
-      if (written) no_file(path, "cannot be written whole");
-      return false;
+        change = VXChangeInFile(code, inner(g));
+      }
+      if (!VXReplaceFile(path.string(),
+                         [&](VXHost::vxostream& out) { return VXWriteGridFile(out, g, code); }))
+        return false;
+      if (!change.empty()) VXThrow.Info(path.string() + ": " + change);
+      return true;
     });
   };
   const bool has_fields = code == VXGridFormatGRD || code == VXGridFormatNative;
@@ -149,7 +150,8 @@ py::str to_json(const Grid& grid) {
 }
 
 template <class Grid>
-std::shared_ptr<Grid> from_json(const std::string& text) {
+std::shared_ptr<Grid> from_json(const py::str& json) {
+  const std::string text = bytes_of(json, "text");
   auto grid = std::make_shared<Grid>();
   run("the text cannot be read", [&] {
     if constexpr (std::is_same_v<Grid, VXSkewGrid>)
@@ -212,7 +214,8 @@ void bind_grid_files(py::module_& module) {
       "Writes a grid to a file in the format of its extension; compressed for a name in .gz.\n\n"
       "format  a name out of grid_formats(), in place of the extension\n\n"
       "A lattice that the format does not hold is an Error: regular() makes one that every format holds.\n"
-      "Formats of one field get the current one. Only the format vxb keeps everything.");
+      "Formats of one field get the current one. Only the format vxb keeps everything; that values are\n"
+      "interpolated goes to the logger. A write that fails leaves the file that was there.");
   module.def("grid_formats", &grid_formats, "The formats of grid files, a GridFormat each; all are read.");
   def_bytes<VXScalarGrid>();
   def_bytes<VXSkewGrid>();

@@ -4,6 +4,7 @@ import copy
 import json
 import logging
 import pickle
+import resource
 from collections.abc import Callable
 from pathlib import Path
 
@@ -152,6 +153,7 @@ def written(path: Path, grid: vxgrid.Grid) -> bytes:
         (lambda d: vxgrid.read_grid(d, format="ccp4"), vxgrid.Error, "directory"),
         (lambda d: vxgrid.read_grid(d / "a.xyz"), ValueError, "ccp4, xplor, phi, grd, agd, json, vxb"),
         (lambda d: vxgrid.read_grid(d / "a.map", format="mtz"), ValueError, "'mtz' came"),
+        (lambda d: vxgrid.read_grid(d / "a.map", format=3), TypeError, "format: str was wanted, int came"),  # type: ignore[call-overload]
         (lambda d: vxgrid.read_grid(d / "a.map", int), TypeError, "kind: "),  # type: ignore[type-var]
         (lambda d: vxgrid.read_grid(3), TypeError, ""),  # type: ignore[call-overload]
         (lambda d: vxgrid.read_grid(d / "empty.map"), vxgrid.Error, "the file is empty"),
@@ -188,7 +190,25 @@ def test_refuses_and_says_why(
 def test_what_the_library_remarks_is_logged(tmp_path: Path, caplog: pytest.LogCaptureFixture) -> None:
     with caplog.at_level(logging.INFO, "vxgrid"):
         vxgrid.write_grid(tmp_path / "a.map", crystal(space_group=None))
-    assert "P 1" in caplog.text
+        vxgrid.write_grid(tmp_path / "b.map", plain())
+        vxgrid.write_grid(tmp_path / "c.phi", vxgrid.SkewGrid(plain()))
+        vxgrid.write_grid(tmp_path / "d.grd", plain())
+    for says in ("a.map: has no space group; written as P 1", "b.map: interpolated onto", "c.phi: interpolated onto"):
+        assert says in caplog.text
+    assert len(caplog.records) == 3
+
+
+def test_a_failed_write_leaves_the_old_file(tmp_path: Path) -> None:
+    target = tmp_path / "a.agd"
+    target.write_bytes(b"old")
+    limits = resource.getrlimit(resource.RLIMIT_FSIZE)
+    resource.setrlimit(resource.RLIMIT_FSIZE, (1024, limits[1]))
+    try:
+        with pytest.raises(vxgrid.Error, match="a.agd: could not be written whole: File too large"):
+            vxgrid.write_grid(target, plain())
+    finally:
+        resource.setrlimit(resource.RLIMIT_FSIZE, limits)
+    assert [path.read_bytes() for path in tmp_path.iterdir()] == [b"old"]
 
 
 def test_formats_are_listed() -> None:

@@ -3,10 +3,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <thread>
 
 #include <vxgrid/host/error_handler.h>
 #include <vxgrid/host/platform.h>
+#include <vxgrid/host/replace_file.h>
 
 #include "support/support.h"
 
@@ -182,6 +184,26 @@ TEST(Stream, AFullDiscIsReported) {
   vxofstream never;
   never << "x";
   EXPECT_TRUE(never.fail());
+}
+
+TEST(ReplaceFile, TheOldFileStaysUntilTheNewOneIsWhole) {
+  const std::filesystem::path folder = scratch_file("replaced");
+  std::filesystem::create_directory(folder);
+  const std::string old = folder / "old.gz", absent = folder / "absent";
+  write_bytes(old, "old");
+  for (const std::string& file : {old, absent})
+    EXPECT_FALSE(VXCore::VXReplaceFile(file, [](vxostream& out) { return (out << "new").fail(); }));
+  EXPECT_THROW(VXCore::VXReplaceFile(old, [](vxostream&) -> bool { throw 1; }), int);
+  EXPECT_EQ(read_bytes(old), "old");
+  // Two at a time in one folder, the one compressed.
+  EXPECT_TRUE(VXCore::VXReplaceFile(absent, [&](vxostream& out) {
+    return VXCore::VXReplaceFile(old, [](vxostream& inner) { return !(inner << "new").fail(); }) &&
+           !(out << "newer").fail();
+  }));
+  EXPECT_EQ(read_bytes(absent), "newer");
+  EXPECT_EQ(read_bytes(old), gz("new"));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 2)
+      << "nothing else is left behind";
 }
 
 // The first static object of this program reports while it is being made.

@@ -244,10 +244,7 @@ bool fit_to_format(VXZemoGrid& changed, const VXZemoGrid& grid, unsigned int cod
     changed.SetFloatsMultiple(floats);
     changed.SetIntegersMultiple(integers);
   }
-  if (lacks_group) {
-    changed.SetSpaceGroup(1);
-    VXThrow.Info("It has no space group and is written as P 1");
-  }
+  if (lacks_group) changed.SetSpaceGroup(1);
   if (lacks_statistics) set_statistics(changed);
   return true;
 }
@@ -358,6 +355,17 @@ bool VXHoldsLattice(unsigned int code, const VXZemoGrid& grid) {
     default:
       return is_regular(grid);
   }
+}
+
+std::string VXChangeInFile(unsigned int code, const VXZemoGrid& grid) {
+  if (code == VXGridFormatGrasp) {
+    const std::string n = std::to_string(kGraspDim);
+    return "interpolated onto the " + n + " x " + n + " x " + n + " points of GRASP maps";
+  }
+  if (code != VXGridFormatCCP4 || (grid.HasSpaceGroup() && grid.GetOrientationSet())) return {};
+  return VXHasCrystalCell(grid) && !grid.HasSpaceGroup()
+             ? "has no space group; written as P 1"
+             : "interpolated onto the lattice that plain grids have in CCP4 maps";
 }
 
 bool VXWriteGridFile(vxostream& out, const VXZemoGrid& grid, unsigned int code) {

@@ -62,9 +62,13 @@ VXGRID_API bool VXDocumentHoldsCell(const VXZemoGrid& grid);
 /// grids, which have a lattice of their own, count as such.
 VXGRID_API bool VXHoldsLattice(unsigned int code, const VXZemoGrid& grid);
 
+/// What a file of a format makes of a grid that it does not hold as it is, in words that follow its name:
+/// "interpolated onto ..." for GRASP maps and for CCP4 maps of plain grids, "has no space group; written as
+/// P 1" for a CCP4 map of a crystal without a group. Empty for all others.
+VXGRID_API std::string VXChangeInFile(unsigned int code, const VXZemoGrid& grid);
+
 /// Writes a grid, all its fields where the format has fields, as VXWriteGrid does it. False, with a message,
-/// for a lattice that the format does not hold. A crystal without a group goes into a CCP4 map as P 1, with
-/// an Info message.
+/// for a lattice that the format does not hold.
 VXGRID_API bool VXWriteGridFile(VXHost::vxostream& out, const VXZemoGrid& grid, unsigned int code);
 VXGRID_API bool VXWriteGridFile(VXHost::vxostream& out, const VXSkewGrid& grid, unsigned int code);
 VXGRID_API bool VXWriteGridFile(VXHost::vxostream& out, const VXScalarGrid& grid, unsigned int code);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <vxgrid/host/replace_file.h>
 #include <vxgrid/host/stream.h>
 #include <vxgrid/reflection/mtz.h>
 #include <vxgrid/reflection/reflection.h>
@@ -72,10 +73,8 @@ bool VXIsWritableReflection(const std::string& filename, VXReflection& set) {
 
 bool VXWriteReflection(const std::string& filename, VXReflection& set) {
   if (!VXIsWritableReflection(filename, set)) return false;
-  VXHost::vxofstream out;
-  if (!out.open(filename)) return false;
-  const bool written = format_of(filename)->write(out, set);
-  return out.close() && written;
+  return VXReplaceFile(filename,
+                       [&](VXHost::vxostream& out) { return format_of(filename)->write(out, set); });
 }
 
 }  // namespace VXCore

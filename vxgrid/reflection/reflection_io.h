@@ -31,8 +31,8 @@ VXGRID_API bool VXReadReflection(const std::string& filename, VXReflection& set)
 /// The same from a stream, compressed or not; the extension is that of the name.
 VXGRID_API bool VXReadReflection(VXHost::vxistream& in, const std::string& filename, VXReflection& set);
 
-/// Writes a file. False, with no file made, when VXIsWritableReflection is; false when the file does not open
-/// or the disc is full.
+/// Writes a file by VXReplaceFile. False, with no file made, when VXIsWritableReflection is; false, with a
+/// Warning, when the file does not open or the disc is full.
 VXGRID_API bool VXWriteReflection(const std::string& filename, VXReflection& set);
 
 /// Whether the set can be written under that name: it has reflections with indices and, for "phs", fobs,
