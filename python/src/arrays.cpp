@@ -121,3 +121,12 @@ std::string bytes_of(const py::handle& text, const char* name) {
 }
 
 std::string shown(const py::handle& object) { return py::str(py::repr(object)[py::slice(0, 80, 1)]); }
+
+std::vector<std::string> bytes_of_all(const py::handle& texts, const char* name) {
+  if (PyUnicode_Check(texts.ptr()) || !py::isinstance<py::iterable>(texts))
+    throw py::type_error(std::string(name) + ": several str were wanted, " + Py_TYPE(texts.ptr())->tp_name +
+                         " came");
+  std::vector<std::string> all;
+  for (const py::handle text : texts) all.push_back(bytes_of(text, name));
+  return all;
+}

@@ -44,6 +44,8 @@ std::string shown(const py::handle& object);
 /// And back: the bytes behind such text. TypeError for what is no str, ValueError where it has zero
 /// characters.
 std::string bytes_of(const py::handle& text, const char* name);
+/// Those of each of several texts.
+std::vector<std::string> bytes_of_all(const py::handle& texts, const char* name);
 
 /// A new array that takes the values of a vector over, without a copy. {n} or the shape given.
 template <class T>

@@ -27,6 +27,19 @@ py::object to_python(const std::vector<std::string>& texts) {
   return list;
 }
 
+template <class T>
+T from_python(const py::handle& value) {
+  return value.cast<T>();
+}
+template <>
+std::string from_python(const py::handle& value) {
+  return bytes_of(value, "attribute");
+}
+template <>
+std::vector<std::string> from_python(const py::handle& value) {
+  return bytes_of_all(value, "attribute");
+}
+
 // What an attribute can be.
 struct Type {
   const void* id;
@@ -39,7 +52,7 @@ Type type_row() {
   return {VXGetDataType<T>(),
           [](const VXBaseData& data) { return to_python(static_cast<const VXBaseDataT<T>&>(data).value); },
           [](VXBase& object, const char* name, const py::handle& value) {
-            object.SetData<T>(name, value.cast<T>());
+            object.SetData<T>(name, from_python<T>(value));
           }};
 }
 
@@ -81,7 +94,7 @@ const VXBaseData* find(const Attributes& attributes, const std::string& name) {
   return nullptr;
 }
 
-// The type in which a value is stored first, by what it is, or, of a list, by what its first item is.
+// The type in which a value is stored first, by what it is, or, of a list, by what its items are.
 template <class T>
 const Type* row_of() {
   for (const Type& type : types())
@@ -111,7 +124,12 @@ const Type* type_for_new(const py::handle& value) {
   if (const Type* const type = type_for<One>(value)) return type;
   if (!py::isinstance<py::sequence>(value)) return nullptr;
   const auto list = py::reinterpret_borrow<py::sequence>(value);
-  return list.size() == 0 ? row_of<std::vector<double>>() : type_for<Many>(py::object(list[0]));
+  if (list.size() == 0) return row_of<std::vector<double>>();
+  const py::object first = list[0];
+  if (PyLong_Check(first.ptr()) && !PyBool_Check(first.ptr()))  // [1, 2.5] has numbers of one kind, too
+    for (const py::handle each : list)
+      if (PyFloat_Check(each.ptr())) return row_of<std::vector<double>>();
+  return type_for<Many>(first);
 }
 
 // Those that the library looks at in single precision.
@@ -133,7 +151,7 @@ void set(Attributes& attributes, const py::str& key, const py::object& given) {
   const Type* const known = data ? type_of(*data) : type_for_known(name);
   const Type* const type = known ? known : type_for_new(value);
   try {
-    if (!type) throw py::cast_error();
+    if (!type) throw py::type_error("");
     type->set(*attributes.object, name.c_str(), value);
     if (VXBase* const second = attributes.second) {
       const VXBaseData* const twin =
@@ -141,15 +159,16 @@ void set(Attributes& attributes, const py::str& key, const py::object& given) {
       if (twin && type_of(*twin) != type) second->DeleteData(name);
       type->set(*second, name.c_str(), value);
     }
+    return;
   } catch (const py::cast_error&) {
-    throw py::type_error(
-        "attribute \"" + name + "\": " +
-        (data
-             ? std::string("a value of its type (it is ") + Py_TYPE(type->get(*data).ptr())->tp_name + " now)"
-             : std::string(known ? "a number"
-                                 : "a bool, an int of 32 bits, a float, a str or a list of one of these")) +
-        " was wanted, " + shown(given) + " came");
+  } catch (const py::type_error&) {
   }
+  throw py::type_error(
+      "attribute " + shown(key) + ": " +
+      (data ? std::string("a value of its type (it is ") + Py_TYPE(type->get(*data).ptr())->tp_name + " now)"
+            : std::string(known ? "a number"
+                                : "a bool, an int of 32 bits, a float, a str or a list of one of these")) +
+      " was wanted, " + shown(given) + " came");
 }
 
 py::list keys(const Attributes& attributes) {
@@ -205,8 +224,8 @@ void bind_attributes(py::module_& module) {
 
 void make_mutable_mapping(const py::object& type) {
   const py::object base = py::module_::import("collections.abc").attr("MutableMapping");
-  for (const char* name :
-       {"get", "keys", "items", "values", "pop", "popitem", "clear", "update", "setdefault", "__eq__"})
+  for (const char* name : {"get", "keys", "items", "values", "pop", "_MutableMapping__marker", "popitem",
+                           "clear", "update", "setdefault", "__eq__"})
     type.attr(name) = base.attr(name);
   type.attr("__hash__") = py::none();
   base.attr("register")(type);

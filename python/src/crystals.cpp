@@ -296,7 +296,7 @@ SpaceGroup group_of(const py::handle& object, const char* name) {
   const VXMessageCapture quiet;
   int row = -1;
   if (PyUnicode_Check(object.ptr())) {
-    row = FindSpaceGroup(object.cast<std::string>());
+    row = FindSpaceGroup(bytes_of(object, name));
   } else if (PyIndex_Check(object.ptr()) && !PyBool_Check(object.ptr())) {
     const long long number = py::int_(py::reinterpret_borrow<py::object>(object));
     if (number > 0 && number < 10000) row = FindSpaceGroup(static_cast<unsigned int>(number));

@@ -218,10 +218,7 @@ void translate(G& grid, const py::object& vector) {
 
 template <class G>
 void rotate(G& grid, const py::object& matrix) {
-  const Floats m = numbers<Floats>(matrix, "matrix", {3, 3});
-  if (!std::all_of(m.data(), m.data() + 9, [](float each) { return std::isfinite(each); }))
-    throw py::value_error("matrix: nine finite numbers were wanted");
-  VXRotate(grid, m.data());
+  VXRotate(grid, matrix_of(matrix, "matrix").data());
 }
 
 template <class G>
@@ -379,7 +376,9 @@ void bind_all_kinds(py::class_<Grid, std::shared_ptr<Grid>>& grid) {
           "\"nearest\". A\n"
           "grid holds the points between its first and its last samples, for \"quadratic\" those half a step "
           "inside, and a\n"
-          "periodic grid every finite point; all others get outside.")
+          "periodic grid every point to some 10^8 Å away; all others get outside, as do all of a grid with "
+          "one\n"
+          "sample on an axis. Positions are taken in single precision.")
       .def(
           "interpolate_with_gradients", &interpolate_with_gradients, py::arg("points"),
           py::arg("method") = "quadratic", py::kw_only(), py::arg("outside") = nan,

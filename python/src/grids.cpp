@@ -95,8 +95,14 @@ void set_cell(VXZemoGrid& grid, const py::object& cell, const py::object& interv
     return;
   }
   const VXUnitCell c = cell_of(cell, "cell");
+  const auto filling = [](unsigned int dim, bool wraps) {
+    if (wraps && dim == 1) throw py::value_error("periodic: an axis that wraps has two samples or more");
+    return wraps ? dim - 1 : dim;
+  };
   const std::array<unsigned int, 3> n =
-      intervals.is_none() ? std::array<unsigned int, 3>{grid.GetXDim(), grid.GetYDim(), grid.GetZDim()}
+      intervals.is_none() ? std::array<unsigned int, 3>{filling(grid.GetXDim(), grid.GetXReentrant()),
+                                                        filling(grid.GetYDim(), grid.GetYReentrant()),
+                                                        filling(grid.GetZDim(), grid.GetZReentrant())}
                           : intervals_of(intervals);
   grid.SetUnitCell(c.a, c.b, c.c, c.alpha, c.beta, c.gamma, n[0], n[1], n[2]);
 }
@@ -156,17 +162,17 @@ template <class G>
 void set_lattice(G& grid, const Shape& shape, const Options& options) {
   const std::array<unsigned int, 3> dim = dimensions(shape);
   run("the grid cannot be made", [&] { return grid.SetDim(dim[0], dim[1], dim[2]); });
-  if (!options.title.is_none()) grid.SetTitle(options.title.cast<std::string>());
+  if (!options.title.is_none()) grid.SetTitle(bytes_of(options.title, "title"));
   if (!options.spacing.is_none()) {
     if (!options.cell.is_none()) throw py::value_error("spacing: it follows from the cell and its intervals");
-    grid.SetSpacing(spacing_of(options.spacing.cast<float>()));
+    grid.SetSpacing(spacing_of(numbers<Floats>(options.spacing, "spacing", {}).data()[0]));
   } else {
     grid.SetSpacing(1.0f);
   }
   if constexpr (!std::is_same_v<G, VXScalarGrid>) {
+    if (!options.periodic.is_none()) set_periodic(inner(grid), options.periodic);
     set_cell(inner(grid), options.cell, options.intervals);
     set_group(inner(grid), options.space_group);
-    if (!options.periodic.is_none()) set_periodic(inner(grid), options.periodic);
   }
   set_center(grid, {0, 0, 0});
   if (!options.center.is_none()) {
@@ -247,12 +253,32 @@ MultiGridPtr to_multi(Grid& grid) {
   return multi;
 }
 
+/// ValueError unless, on the axes that wrap, the last plane of values that fill a cell is the first again.
+void require_closed(VXZemoGrid& grid, const Options& options) {
+  if (options.cell.is_none() || !options.intervals.is_none()) return;
+  const std::size_t n[3] = {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()}, step[3] = {1, n[0], n[0] * n[1]};
+  const bool wraps[3] = {grid.GetXReentrant(), grid.GetYReentrant(), grid.GetZReentrant()};
+  const float* const values = grid.GetFloats().GetValues();
+  for (int axis = 0; axis < 3; ++axis) {
+    const int b = (axis + 1) % 3, c = (axis + 2) % 3;
+    for (std::size_t i = 0; wraps[axis] && i < n[b] * n[c]; ++i) {
+      const float* const first = values + i % n[b] * step[b] + i / n[b] * step[c];
+      const float last = first[(n[axis] - 1) * step[axis]];
+      if (last != *first && !(std::isnan(last) && std::isnan(*first)))
+        throw py::value_error(std::string("periodic: along ") + "xyz"[axis] +
+                              " values whose last plane is the first one again were wanted; "
+                              "numpy.pad(values, (0, 1), \"wrap\") adds the planes that close a cell");
+    }
+  }
+}
+
 template <class G>
 std::shared_ptr<G> with_values(const py::object& given, const Options& options) {
   const Floats values = numbers<Floats>(given, "values", {-1, -1, -1});
   auto grid = std::make_shared<G>();
   set_lattice(*grid, Shape(values.shape(), values.shape() + 3), options);
   copy_into(values_of(*grid), values);
+  if constexpr (!std::is_same_v<G, VXScalarGrid>) require_closed(inner(*grid), options);
   return grid;
 }
 
@@ -297,6 +323,7 @@ MultiGridPtr new_multi(const py::object& fields, const py::object& integers, con
     copy_into(grid->GetIntegers().GetValues(), whole);
   }
   copy_into(grid->GetFloats().GetValues(), values);
+  require_closed(*grid, options);
   return grid;
 }
 
@@ -325,8 +352,7 @@ MultiGridPtr zero_multi(const Shape& shape, py::ssize_t fields, py::ssize_t inte
   return grid;
 }
 
-ScalarGridPtr around(const py::object& lower, const py::object& upper, float spacing,
-                     const std::string& title) {
+ScalarGridPtr around(const py::object& lower, const py::object& upper, float spacing, const py::str& title) {
   const std::array<float, 3> low = xyz_of(lower, "lower"), high = xyz_of(upper, "upper");
   spacing_of(spacing);
   float center[3], widths[3];
@@ -339,17 +365,20 @@ ScalarGridPtr around(const py::object& lower, const py::object& upper, float spa
     samples *= width / spacing + 1;
   }
   if (samples > 2147483647.0) throw py::value_error("spacing: a grid holds at most 2147483647 samples");
+  const std::string text = bytes_of(title, "title");
   auto grid = std::make_shared<VXScalarGrid>();
-  run("the grid cannot be made", [&] {
-    return VXMakeGridFromCenterAndExtents(*grid, center, widths, spacing) && grid->SetTitle(title);
-  });
+  run("the grid cannot be made",
+      [&] { return VXMakeGridFromCenterAndExtents(*grid, center, widths, spacing) && grid->SetTitle(text); });
   return grid;
 }
 
 // --- looking at grids ---
 
-/// Gives new values to a view: whatever broadcasts to its shape.
-void assign(const py::object& view, const py::object& values) { view[py::ellipsis()] = values; }
+/// Gives new values to a view: numbers that broadcast to its shape.
+template <class T>
+void assign(const py::array_t<T>& view, const py::object& values, const char* name) {
+  view[py::ellipsis()] = numbers<py::array_t<T, py::array::c_style | py::array::forcecast>>(values, name);
+}
 
 py::array_t<float> values_view(const py::object& self) {
   Grid& grid = self.cast<Grid&>();
@@ -507,18 +536,6 @@ Attributes attributes_of(const py::object& self) {
   return {&grid, self, skew ? &inner(*skew) : nullptr};
 }
 
-void set_orientation(VXZemoGrid& grid, const py::object& given) {
-  const Floats matrix = numbers<Floats>(given, "orientation", {3, 3});
-  const float* const m = matrix.data();
-  const double determinant = m[0] * (double{m[4]} * m[8] - double{m[5]} * m[7]) -
-                             m[1] * (double{m[3]} * m[8] - double{m[5]} * m[6]) +
-                             m[2] * (double{m[3]} * m[7] - double{m[4]} * m[6]);
-  if (!std::isfinite(determinant) || determinant == 0)
-    throw py::value_error("orientation: a matrix of three axes that span space was wanted, " +
-                          std::string(py::repr(given)) + " came");
-  grid.SetOrientation(m);
-}
-
 template <class Class>
 void def_crystal(Class& type) {
   using G = typename Class::type;
@@ -541,8 +558,9 @@ void def_crystal(Class& type) {
           py::arg("cell"), py::arg("intervals") = py::none(),
           "Gives the grid a cell, of which it divides the edges in (x, y, z) intervals.\n\n"
           "Axes and spacing follow from it: a lies along x, b in the xy plane, and the spacing is the\n"
-          "shortest step. By default the samples fill the cell, the plane that closes it left out. None\n"
-          "takes the cell away, and the axes are x, y and z again.")
+          "shortest step. By default the samples fill the cell; the plane that closes it is left out, but\n"
+          "stands at the end of an axis that wraps. None takes the cell away, and the axes are x, y and z\n"
+          "again.")
       .def_property(
           "space_group", [](const G& g) { return group_object(inner(g).GetSpaceGroup()); },
           [](G& g, const py::object& group) { set_group(inner(g), group); },
@@ -566,7 +584,9 @@ void def_crystal(Class& type) {
             inner(g).GetOrientation(m.data());
             return array_of(std::move(m), {3, 3});
           },
-          [](G& g, const py::object& matrix) { set_orientation(inner(g), matrix); },
+          [](G& g, const py::object& matrix) {
+            inner(g).SetOrientation(matrix_of(matrix, "orientation").data());
+          },
           "The axes of the lattice in units of the spacing, the columns of a float32 (3, 3) matrix.\n\n"
           "Sample p of a grid along x, y and z stands at orientation @ (p - center) + center.");
 }
@@ -629,6 +649,17 @@ std::array<float, 3> xyz_of(const py::handle& object, const char* name) {
   return {three.at(0), three.at(1), three.at(2)};
 }
 
+Floats matrix_of(const py::object& given, const char* name) {
+  Floats matrix = numbers<Floats>(given, name, {3, 3});
+  const float* const m = matrix.data();
+  const double determinant = m[0] * (double{m[4]} * m[8] - double{m[5]} * m[7]) -
+                             m[1] * (double{m[3]} * m[8] - double{m[5]} * m[6]) +
+                             m[2] * (double{m[3]} * m[7] - double{m[4]} * m[6]);
+  if (std::isfinite(determinant) && determinant != 0) return matrix;
+  throw py::value_error(std::string(name) + ": a matrix of three axes that span space was wanted, " +
+                        std::string(py::repr(given)) + " came");
+}
+
 float spacing_of(float spacing) {
   if (std::isfinite(spacing) && spacing > 0) return spacing;
   throw py::value_error("spacing: a number of Å above 0 was wanted, " + std::to_string(spacing) + " came");
@@ -647,15 +678,22 @@ void bind_grids(py::module_& module) {
           "Samples along z, y and x: (nz, ny, nx), the shape of an array of values.")
       .def_property(
           "values", &values_view,
-          [](const py::object& self, const py::object& values) { assign(values_view(self), values); },
+          [](const py::object& self, const py::object& values) {
+            assign(values_view(self), values, "values");
+          },
           "The samples, a float32 array of shape (nz, ny, nx) that looks at the grid's own memory.\n\n"
           "To write to it is to change the grid. Of a MultiGrid it is the current field.")
       .def(
           "__array__",
           [](const py::object& self, const py::object& dtype, const py::object& copy) -> py::object {
             const py::object view = values_view(self);
-            if (!dtype.is_none()) return view.attr("astype")(dtype);
-            return copy.is(py::bool_(true)) ? view.attr("copy")() : view;
+            if (copy.is(py::bool_(true)))
+              return dtype.is_none() ? view.attr("copy")() : view.attr("astype")(dtype);
+            const py::object same =
+                dtype.is_none() ? view : view.attr("astype")(dtype, py::arg("copy") = false);
+            if (copy.is(py::bool_(false)) && !same.is(view))
+              throw py::value_error("copy: values of another type than float32 are a copy");
+            return same;
           },
           py::arg("dtype") = py::none(), py::arg("copy") = py::none())
       .def_property(
@@ -682,7 +720,7 @@ void bind_grids(py::module_& module) {
            "outside.")
       .def_property(
           "title", [](const Grid& g) { return text_of(g.GetTitle()); },
-          [](Grid& g, const std::string& title) { g.SetTitle(title); }, "Text.")
+          [](Grid& g, const py::str& title) { g.SetTitle(bytes_of(title, "title")); }, "Text.")
       .def_property(
           "type", &type_of,
           [](Grid& grid, unsigned int type) { visit(grid, [&](auto& g) { g.SetType(type); }); },
@@ -730,7 +768,8 @@ void bind_grids(py::module_& module) {
            "A grid gives everything that a skew grid can hold.\n"
            "cell, intervals  as set_cell() takes them; without a cell the axes are x, y and z\n"
            "space_group      SpaceGroup, number or name\n"
-           "periodic         whether the lattice wraps, one bool or three for x, y and z\n"
+           "periodic         whether the lattice wraps, one bool or three for x, y and z: the last plane is\n"
+           "                 the first again, or ValueError when values fill the cell\n"
            "spacing          in Å, of a grid without a cell; by default 1\n"
            "center           the middle of the lattice, (x, y, z) in Å; by default the origin, or, with a\n"
            "                 cell, where it brings the first sample to the origin")
@@ -759,7 +798,7 @@ void bind_grids(py::module_& module) {
           "fields",
           [](const py::object& self) { return fields_view(self.cast<VXZemoGrid&>().GetFloats(), self); },
           [](const py::object& self, const py::object& values) {
-            assign(fields_view(self.cast<VXZemoGrid&>().GetFloats(), self), values);
+            assign(fields_view(self.cast<VXZemoGrid&>().GetFloats(), self), values, "fields");
           },
           "All float fields, a float32 array of shape (number, nz, ny, nx) that looks at the grid's own "
           "memory.")
@@ -767,7 +806,7 @@ void bind_grids(py::module_& module) {
           "integers",
           [](const py::object& self) { return fields_view(self.cast<VXZemoGrid&>().GetIntegers(), self); },
           [](const py::object& self, const py::object& values) {
-            assign(fields_view(self.cast<VXZemoGrid&>().GetIntegers(), self), values);
+            assign(fields_view(self.cast<VXZemoGrid&>().GetIntegers(), self), values, "integers");
           },
           "All integer fields, an int32 array of shape (number, nz, ny, nx) that looks at the grid's own "
           "memory.")
@@ -791,7 +830,8 @@ void bind_grids(py::module_& module) {
           "The index of the integer field that functions take which work on one.")
       .def_property(
           "field_titles", [](VXZemoGrid& g) { return titles(g.GetFloats()); },
-          [](VXZemoGrid& g, const std::vector<std::string>& texts) {
+          [](VXZemoGrid& g, const py::object& given) {
+            const std::vector<std::string> texts = bytes_of_all(given, "field_titles");
             auto& part = g.GetFloats();
             if (texts.size() != part.GetNumGrids())
               throw py::value_error("field_titles: " + std::to_string(part.GetNumGrids()) +

@@ -11,6 +11,8 @@
 #include <vxgrid/grid/skewgrid.h>
 #include <vxgrid/grid/zemogrid.h>
 
+#include "arrays.h"
+
 namespace py = pybind11;
 
 // The grid classes of Python are these three of the library, held by shared_ptr. Their values stay where they
@@ -44,6 +46,9 @@ SkewGridPtr current_fields(const VXCore::VXZemoGrid& grid);
 
 /// Three numbers (x, y, z) out of any sequence of Python; `name` is that of the argument.
 std::array<float, 3> xyz_of(const py::handle& object, const char* name);
+
+/// A (3, 3) matrix of three axes that span space.
+Floats matrix_of(const py::object& given, const char* name);
 
 /// A number of Å above 0.
 float spacing_of(float spacing);

@@ -61,6 +61,8 @@ def test_periodic_maps_repeat() -> None:
     for method in methods:
         assert np.allclose(grid.interpolate(moved, method), grid.interpolate(points, method), atol=2e-3)
     assert np.isnan(grid.interpolate([np.nan, 0, 0]))
+    closed = np.pad(grid.values[:-1, :-1, :-1], (0, 1), "wrap")
+    assert vxgrid.SkewGrid(closed, cell=CELL, periodic=True).intervals == grid.intervals
 
 
 def test_points_of_any_shape_and_type() -> None:
@@ -258,7 +260,7 @@ def test_sections_are_drawn_true_to_scale() -> None:
         (lambda g: g.contour_levels(1), ValueError, "2 to 1000000"),
         (lambda g: setattr(g, "contours", [(1, "blue")]), ValueError, "color"),
         (lambda g: vxgrid.ScalarGrid.zeros((1, 5, 5)).subgrid((0, 0, 0), (1, 1, 1)), vxgrid.Error, "two samples"),
-        (lambda g: oblique().rotate(np.full((3, 3), np.nan)), ValueError, "finite"),
+        (lambda g: oblique().rotate(np.zeros((3, 3))), ValueError, "span space"),
     ],
 )
 def test_refuses_and_says_why(call: Callable[[vxgrid.ScalarGrid], object], error: type[Exception], says: str) -> None:

@@ -152,6 +152,9 @@ def zeros(shape: tuple[int, ...]) -> NDArray[np.float32]:
         (lambda: vxgrid.SkewGrid(zeros((2, 2, 2)), intervals=(1, 2, 3)), ValueError, "none came"),
         (lambda: vxgrid.SkewGrid(zeros((2, 2, 2)), cell=CELL, intervals=(1, 0, 3)), ValueError, "above 0"),
         (lambda: vxgrid.SkewGrid(zeros((2, 2, 2)), periodic="xyz"), TypeError, "periodic"),  # type: ignore[arg-type]
+        (lambda: vxgrid.SkewGrid(np.eye(3)[None].repeat(2, 0), cell=CELL, periodic=True), ValueError, "along x"),
+        (lambda: vxgrid.ScalarGrid(zeros((2, 2, 2)), title=3), TypeError, "title: str was wanted, int came"),  # type: ignore[arg-type]
+        (lambda: setattr(oblique(), "values", None), TypeError, "values: an array of numbers"),
         (lambda: vxgrid.SkewGrid(zeros((2, 2, 2)), space_group=999), ValueError, "space group"),
         (lambda: vxgrid.ScalarGrid.around((0, 0, 0), (1, -1, 1), 0.5), ValueError, "below lower"),
         (lambda: vxgrid.ScalarGrid.around((-3e38, 0, 0), (3e38, 1, 1), 0.5), ValueError, "2147483647"),
@@ -180,3 +183,11 @@ def test_attributes_are_a_mapping_that_keeps_types() -> None:
         attributes["new"] = object()
     del attributes["b"]
     assert attributes.get("b") is None and "b" not in attributes and attributes["count"] == 3
+    assert attributes.pop("count") == 3 and attributes.pop("count", 7) == 7
+    with pytest.raises(KeyError, match="count"):
+        attributes.pop("count")
+    attributes["mixed"] = [1, 2.5]
+    attributes["\udce9"] = "\udce8"  # bytes of a file that are no UTF-8
+    assert dict(attributes)["\udce9"] == "\udce8" and attributes["mixed"] == [1, 2.5]
+    with pytest.raises(ValueError, match="zero characters"):
+        attributes["a\0b"] = 1

@@ -11,6 +11,7 @@ from ._core import Molecule
 def from_rdkit(mol: Any, *, conformer: int = -1) -> Molecule:
     """A molecule out of an RDKit molecule.
 
+    Names of atoms are those of residue data or of a MOL2 file.
     Coordinates are those of a conformer, by its id; -1 is the first. Aromatic bonds have order 1, as from files.
     Residue data come along where atoms have them. Hydrogens are those that the molecule has as atoms.
     """
@@ -53,6 +54,7 @@ def _rdkit_name(atom: Any, info: Any) -> str:
 def from_gemmi(structure: Any, *, model: int = 0, alternates: Literal["best", "all"] = "best") -> Molecule:
     """A molecule out of a gemmi Structure, of which one model is taken, or out of a gemmi Model.
 
+    model is its place in the Structure, from 0; IndexError where there is none.
     Of alternate conformations "best" keeps the one with the highest occupancy, "all" every atom, as in read_molecule.
     Covalent, disulphide and metal connections of a Structure within the asymmetric unit become bonds; its cell and
     group become a CRYST1 record, its remarks REMARK records.

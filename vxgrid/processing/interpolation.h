@@ -23,7 +23,8 @@ enum class VXInterpolation { Nearest, Linear, Quadratic };
 /// A grid holds the points from its first to its last sample on each axis, faces included (a thousandth of a
 /// step beyond counts as on the face); for the quadratic kind those half a step inside. A grid of zemo or
 /// skew kind that is re-entrant on an axis repeats itself on all three with a period of dim - 1 samples, as
-/// in VXMakeRegularGrid, and holds every finite point. A grid with an axis of one sample holds none.
+/// in VXMakeRegularGrid, and holds every point that a period still moves in single precision, to some 10^8 Å
+/// away. A grid with an axis of one sample holds none.
 ///
 /// Where they have values, those are the ones of vi_map_to_atoms_from_grid and, of a zemo or skew grid (its
 /// current float field, seen through its orientation), of VXMakeRegularSubGrid, bit for bit. The linear kind
