@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 
@@ -11,15 +12,32 @@
 
 namespace {
 
-/// An object whose __init__ never ran, as Class.__new__(Class) makes one, has nothing beneath. Taken as an
-/// argument it is a TypeError, where pybind11 would go on with memory at random.
-void refuse_unfinished_objects(const py::module_& module) {
-  for (const auto& [name, object] : py::dict(module.attr("__dict__")))
-    if (PyType_Check(object.ptr()))
-      if (auto* const info = py::detail::get_type_info(reinterpret_cast<PyTypeObject*>(object.ptr())))
-        info->operator_new = [](size_t) -> void* {
-          throw py::type_error("the object was never initialised: its __init__ has not run");
-        };
+/// The class from which those of pybind11 stem has no instances: making one, as object.__reduce__ does, would
+/// end the process.
+PyObject* new_instance(PyTypeObject* type, PyObject*, PyObject*) {
+  if (!py::detail::all_type_info(type).empty()) return py::detail::make_new_instance(type);
+  PyErr_Format(PyExc_TypeError, "%s has no instances", type->tp_name);
+  return nullptr;
+}
+
+/// What pickles of an object hold. Protocols 0 and 1, which take no state of it, do as 2 does.
+py::object reduce(const py::object& self, int protocol) {
+  return py::module_::import("builtins").attr("object").attr("__reduce_ex__")(self, std::max(protocol, 2));
+}
+
+void finish_classes(const py::module_& module) {
+  for (const auto& [name, object] : py::dict(module.attr("__dict__"))) {
+    if (!PyType_Check(object.ptr())) continue;
+    auto* const info = py::detail::get_type_info(reinterpret_cast<PyTypeObject*>(object.ptr()));
+    if (!info) continue;
+    object.attr("__reduce_ex__") =
+        py::cpp_function(&reduce, py::is_method(object), py::name("__reduce_ex__"), py::arg("protocol"));
+    // An object whose __init__ never ran, as Class.__new__(Class) makes one, has nothing beneath. Taken as an
+    // argument it is a TypeError, where pybind11 would go on with memory at random.
+    info->operator_new = [](size_t) -> void* {
+      throw py::type_error("the object was never initialised: its __init__ has not run");
+    };
+  }
 }
 
 /// The arrays of NumPy 2 are laid out otherwise, and pybind11 before 2.12 would misread them.
@@ -40,6 +58,7 @@ PYBIND11_MODULE(_core, module) {
 
   refuse_newer_numpy();
   module.attr("__version__") = VXCore::VXGridGetVersion();
+  reinterpret_cast<PyTypeObject*>(py::detail::get_internals().instance_base)->tp_new = &new_instance;
 
   static PyObject* const error = PyErr_NewExceptionWithDoc(
       "vxgrid.Error", "Work of the library that failed, with the library's own messages.", PyExc_RuntimeError,
@@ -67,5 +86,5 @@ PYBIND11_MODULE(_core, module) {
   bind_mtz(module);
   bind_density(module);
   bind_scoring(module);
-  refuse_unfinished_objects(module);
+  finish_classes(module);
 }

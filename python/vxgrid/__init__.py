@@ -5,7 +5,7 @@ shape (nz, ny, nx), arrays of points (n, 3).
 """
 
 try:
-    from . import _display  # noqa: F401  (gives Grid its pictures)
+    from . import _display, _pickles  # noqa: F401  (give Grid its pictures, functions their pickles)
 except ModuleNotFoundError as error:
     if error.name == "vxgrid._core":
         import sys
