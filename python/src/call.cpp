@@ -33,9 +33,17 @@ void log_messages(const VXMessageCapture& messages) {
     log(kLoggingLevel[static_cast<int>(message.level)], "%s", text_of(message.text));
 }
 
+PythonProgress::PythonProgress(py::object callable) : callable_(std::move(callable)) {
+  if (!callable_.is_none() && !PyCallable_Check(callable_.ptr()))
+    throw py::type_error(std::string("progress: a callable that takes (done, total), or None, was wanted, ") +
+                         Py_TYPE(callable_.ptr())->tp_name + " came");
+}
+
 bool PythonProgress::Progress(unsigned int current, unsigned int total) {
   const py::gil_scoped_acquire acquire;
   if (raised_) return false;
+  done_ = current;
+  total_ = total;
   try {
     if (!callable_.is_none()) callable_(current, total);
     if (PyErr_CheckSignals() != 0) throw py::error_already_set();  // Ctrl-C
@@ -45,6 +53,12 @@ bool PythonProgress::Progress(unsigned int current, unsigned int total) {
   return !raised_;
 }
 
-void PythonProgress::finish() {
+void PythonProgress::rethrow() {
   if (raised_) std::rethrow_exception(raised_);
+}
+
+void PythonProgress::finish() {
+  rethrow();
+  if (done_ < total_) Progress(total_, total_);
+  rethrow();
 }

@@ -60,15 +60,20 @@ void run_short(const char* otherwise, Work&& work) {
 }
 
 /// Calls progress(done, total) of Python from work without the GIL. None is no progress. When the call
-/// raises, the work is asked to stop, and finish() raises the exception again.
+/// raises, the work is asked to stop, and rethrow() and finish() raise the exception again.
 class PythonProgress : public VXCore::VXTracerBase {
  public:
-  explicit PythonProgress(py::object callable) : callable_(std::move(callable)) {}
+  /// TypeError for what cannot be called.
+  explicit PythonProgress(py::object callable);
   bool Progress(unsigned int current, unsigned int total) override;
-  /// Call it with the GIL, after the work and before its result is looked at.
+  /// Call it with the GIL after work that failed: what it was stopped by goes first.
+  void rethrow();
+  /// Call it with the GIL after work that is done and before its result is looked at: (total, total) is told
+  /// last.
   void finish();
 
  private:
   py::object callable_;
   std::exception_ptr raised_;
+  unsigned int done_ = 0, total_ = 0;
 };
