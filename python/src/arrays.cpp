@@ -88,11 +88,15 @@ template Doubles points_of(const py::handle&, const char*);
 
 Floats finite_points(const py::handle& object, const char* name) {
   Floats points = numbers<Floats>(object, name, {-1, 3});
-  for (py::ssize_t i = 0; i < points.size(); ++i)
-    if (!std::isfinite(points.data()[i]))
-      throw py::value_error(std::string(name) + ": finite numbers were wanted, row " + std::to_string(i / 3) +
-                            " has " + std::to_string(points.data()[i]));
-  return points;
+  const float* const all = points.data();
+  const float* const end = all + points.size();
+  const float* const other = [&] {
+    const py::gil_scoped_release release;
+    return std::find_if_not(all, end, [](float x) { return std::isfinite(x); });
+  }();
+  if (other == end) return points;
+  throw py::value_error(std::string(name) + ": finite numbers were wanted, row " +
+                        std::to_string((other - all) / 3) + " has " + std::to_string(*other));
 }
 
 py::array read_only(py::array array) {

@@ -62,8 +62,9 @@ py::object matrix(const py::object& self) {
 template <class Work>
 py::array_t<float> moved(const py::handle& object, const char* name, Work&& work) {
   const Floats points = points_of<Floats>(object, name);
-  std::vector<float> xyz(points.data(), points.data() + points.size());
-  compute([&] {
+  std::vector<float> xyz;
+  compute([&, from = points.data(), size = points.size()] {
+    xyz.assign(from, from + size);
     work(xyz.data(), static_cast<unsigned int>(xyz.size() / 3));
     return true;
   });

@@ -1,6 +1,7 @@
 #include <cmath>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include <pybind11/stl.h>
 
@@ -58,6 +59,11 @@ py::object resolution_of(const Source& source) {
   return py::float_(resolution);
 }
 
+template <class Grid>
+bool is_difference_map(const Grid& grid) {
+  return compute([&] { return VXGridIsDifferenceMap(grid); });
+}
+
 MoleculePtr crystal_atoms(const VXGraphMol& model, const VXSkewGrid& grid) {
   std::shared_ptr<VXGraphMol> all;
   run("there is no symmetry, neither of the model nor of the grid", [&] {
@@ -103,6 +109,10 @@ void bind_density(py::module_& module) {
   module.def(
       "set_scatter_defaults",
       [](VXGraphMol& model, double b_factor, double occupancy, bool overwrite) {
+        for (const auto& [name, value] : {std::pair("b_factor", b_factor), {"occupancy", occupancy}})
+          if (!(std::isfinite(value) && value >= 0))
+            throw py::value_error(std::string(name) + ": a finite number of 0 or more was wanted, " +
+                                  std::to_string(value) + " came");
         compute([&] {
           VXSetScatterDefaults(model, b_factor, occupancy, overwrite ? 0 : 12);
           return true;
@@ -112,7 +122,13 @@ void bind_density(py::module_& module) {
       py::arg("overwrite") = false,
       "Gives atoms whose B factor (Å²) or occupancy is 0 another one, in place; with overwrite all atoms.");
   module.def(
-      "mask_radius", &VXGetEDSRadius, py::arg("resolution"),
+      "mask_radius",
+      [](double resolution) {
+        if (std::isfinite(resolution) && resolution > 0) return VXGetEDSRadius(resolution);
+        throw py::value_error("resolution: a number of Å above 0 was wanted, " + std::to_string(resolution) +
+                              " came");
+      },
+      py::arg("resolution"),
       "The usual mask radius in Å of scores against a map of that resolution in Å, about a third of it.");
   module.def("resolution_of", &resolution_of<VXSkewGrid>, py::arg("source"),
              "The resolution in Å of a map (attribute \"resolution\") or of a molecule (its record REMARK   "
@@ -130,9 +146,8 @@ void bind_density(py::module_& module) {
       "map's lattice.\n\nEach sample is the one of the map that symmetry makes equal to it, so a map of an "
       "asymmetric unit or of any other\npart of the crystal serves; 0 where the map has none.");
   module.def(
-      "is_difference_map", py::overload_cast<const VXSkewGrid&>(&VXGridIsDifferenceMap), py::arg("grid"),
+      "is_difference_map", &is_difference_map<VXSkewGrid>, py::arg("grid"),
       "Whether a map is a difference map: by its type, or, where it has none, by being as deep as it is "
       "high.");
-  module.def("is_difference_map", py::overload_cast<const VXScalarGrid&>(&VXGridIsDifferenceMap),
-             py::arg("grid"));
+  module.def("is_difference_map", &is_difference_map<VXScalarGrid>, py::arg("grid"));
 }

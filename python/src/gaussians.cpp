@@ -163,9 +163,11 @@ GaussiansPtr new_gaussians(const py::object& points, const py::object& prefactor
   else {
     const Doubles r = checked_for<Doubles>(radii, "radii", n, above_0, "numbers of Å above 0");
     a = Floats(n);
-    for (py::ssize_t i = 0; i < n; ++i)
-      a.mutable_data()[i] =
-          static_cast<float>(VXGetWidth(VXGetKappa(static_cast<double>(heights.data()[i])), r.data()[i]));
+    compute([&, p = heights.data(), radius = r.data(), to = a.mutable_data()] {
+      for (py::ssize_t i = 0; i < n; ++i)
+        to[i] = static_cast<float>(VXGetWidth(VXGetKappa(static_cast<double>(p[i])), radius[i]));
+      return true;
+    });
     a = checked_for<Floats>(a, "radii", n, above_0, "radii and prefactors that give widths above 0");
   }
   const py::array_t<unsigned int> tags = colors_for(colors, n);
@@ -188,7 +190,10 @@ template <class T, class Get>
 py::array column(const VXGaussianContainer& gaussians, py::ssize_t width, const Get& get) {
   const auto n = static_cast<py::ssize_t>(gaussians.NumGaussians());
   std::vector<T> values(static_cast<std::size_t>(n * width));
-  get(values);
+  compute([&] {
+    get(values);
+    return true;
+  });
   return read_only(array_of(std::move(values),
                             width == 1 ? std::vector<py::ssize_t>{n} : std::vector<py::ssize_t>{n, width}));
 }
@@ -196,8 +201,11 @@ py::array column(const VXGaussianContainer& gaussians, py::ssize_t width, const 
 /// change(gaussian, i) for all.
 template <class Change>
 void change_all(VXGaussianContainer& gaussians, const Change& change) {
-  py::ssize_t i = 0;
-  for (VXGaussianBase& gaussian : all(gaussians)) change(gaussian, i++);
+  compute([&] {
+    py::ssize_t i = 0;
+    for (VXGaussianBase& gaussian : all(gaussians)) change(gaussian, i++);
+    return true;
+  });
 }
 
 py::ssize_t count(const VXGaussianContainer& gaussians) {
@@ -265,18 +273,21 @@ void bind_columns(py::class_<VXGaussianContainer, GaussiansPtr>& type) {
 GaussiansPtr subset(const VXGaussianContainer& gaussians, const py::object& index) {
   const py::object number = py::module_::import("numpy").attr("arange")(count(gaussians));
   const Ints chosen(number[index].attr("reshape")(-1));
-  std::vector<const VXGaussianBase*> from;
-  for (const VXGaussianBase& gaussian : all(gaussians)) from.push_back(&gaussian);
-  auto result = std::make_shared<VXGaussianContainer>();
-  for (py::ssize_t i = 0; i < chosen.size(); ++i)
-    result->AddGaussian(*from[static_cast<std::size_t>(chosen.at(i))]);
-  return result;
+  return compute([&, at = chosen.data(), size = chosen.size()] {
+    std::vector<const VXGaussianBase*> from;
+    for (const VXGaussianBase& gaussian : all(gaussians)) from.push_back(&gaussian);
+    auto result = std::make_shared<VXGaussianContainer>();
+    for (py::ssize_t i = 0; i < size; ++i) result->AddGaussian(*from[static_cast<std::size_t>(at[i])]);
+    return result;
+  });
 }
 
 GaussiansPtr joined(const VXGaussianContainer& first, const VXGaussianContainer& second) {
-  auto result = copy(first);
-  for (const VXGaussianBase& gaussian : all(second)) result->AddGaussian(gaussian);
-  return result;
+  return compute([&] {
+    auto result = std::make_shared<VXGaussianContainer>(first);
+    for (const VXGaussianBase& gaussian : all(second)) result->AddGaussian(gaussian);
+    return result;
+  });
 }
 
 std::string repr(const VXGaussianContainer& gaussians) {
@@ -683,13 +694,20 @@ void bind_gaussians(py::module_& module) {
       .def(
           "rotate",
           [](VXGaussianContainer& g, const py::object& matrix) {
-            VXRotate(g, numbers<Floats>(matrix, "matrix", {3, 3}).data());
+            const Floats rows = numbers<Floats>(matrix, "matrix", {3, 3});
+            compute([&, m = rows.data()] {
+              VXRotate(g, m);
+              return true;
+            });
           },
           py::arg("matrix"), "Moves each centre c to matrix @ c. matrix is of shape (3, 3).")
       .def(
           "translate",
           [](VXGaussianContainer& g, const py::object& vector) {
-            VXTranslate(g, xyz_of(vector, "vector").data());
+            compute([&, xyz = xyz_of(vector, "vector")] {
+              VXTranslate(g, xyz.data());
+              return true;
+            });
           },
           py::arg("vector"), "Moves each centre by vector, in Å.")
       .def("overlap", &overlap, py::arg("other"),

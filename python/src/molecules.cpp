@@ -38,14 +38,34 @@ VXIter<VXAtomBase> atoms_of(const VXGraphMol& mol) { return mol.GetAtoms(); }
 
 template <class T, class Get>
 py::array per_atom(const VXGraphMol& mol, const Get& get) {
-  std::vector<T> values;
-  values.reserve(mol.NumAtoms());
-  for (const VXAtomBase& atom : atoms_of(mol)) values.push_back(static_cast<T>(get(atom)));
-  return read_only(array_of(std::move(values)));
+  return read_only(array_of(compute([&] {
+    std::vector<T> values;
+    values.reserve(mol.NumAtoms());
+    for (const VXAtomBase& atom : atoms_of(mol)) values.push_back(static_cast<T>(get(atom)));
+    return values;
+  })));
 }
 
 template <class Get>
 py::array text_per_atom(const VXGraphMol& mol, const Get& get) {
+  std::vector<char32_t> letters;  // as NumPy holds them, `width` a text
+  std::size_t width = 1;
+  const bool is_ascii = compute([&] {
+    for (const VXAtomBase& atom : atoms_of(mol)) width = std::max(width, std::string_view(get(atom)).size());
+    letters.resize(width * mol.NumAtoms());
+    auto to = letters.begin();
+    for (const VXAtomBase& atom : atoms_of(mol)) {
+      const auto& held = get(atom);
+      const std::string_view text = held;
+      if (std::any_of(text.begin(), text.end(), [](char c) { return c < 0; })) return false;
+      std::copy(text.begin(), text.end(), to);
+      to += static_cast<std::ptrdiff_t>(width);
+    }
+    return true;
+  });
+  if (is_ascii)
+    return read_only(py::array(py::dtype("U" + std::to_string(width)),
+                               {static_cast<py::ssize_t>(mol.NumAtoms())}, letters.data()));
   py::list texts;
   for (const VXAtomBase& atom : atoms_of(mol)) texts.append(text_of(get(atom)));
   return read_only(py::module_::import("numpy").attr("array")(texts, "U"));
@@ -122,12 +142,15 @@ std::vector<unsigned int> elements_of(const py::object& object, py::ssize_t n) {
 /// Applies a change to the residue data of each atom. Atoms that had none get them, with occupancy 1.
 template <class Change>
 void change_residues(VXGraphMol& mol, const Change& change) {
-  for (VXAtomBase& atom : atoms_of(mol)) {
-    VXResidue residue = VXAtomGetResidue(&atom);
-    if (!VXHasResidue(&atom)) residue.SetOccupancy(1);
-    change(residue, static_cast<py::ssize_t>(atom.GetIdx()));
-    VXAtomSetResidue(&atom, residue);
-  }
+  compute([&] {
+    for (VXAtomBase& atom : atoms_of(mol)) {
+      VXResidue residue = VXAtomGetResidue(&atom);
+      if (!VXHasResidue(&atom)) residue.SetOccupancy(1);
+      change(residue, static_cast<py::ssize_t>(atom.GetIdx()));
+      VXAtomSetResidue(&atom, residue);
+    }
+    return true;
+  });
 }
 
 std::string char_text(char c) { return c == ' ' ? std::string() : std::string(1, c); }
@@ -244,10 +267,13 @@ py::array residue_indices(const VXGraphMol& mol) {
 
 py::array bonds(const VXGraphMol& mol) {
   std::vector<int> rows;
-  rows.reserve(std::size_t{3} * mol.NumBonds());
-  for (const VXBondBase& bond : VXIter<VXBondBase>(mol.GetBonds()))
-    for (const unsigned int n : {bond.GetBgn()->GetIdx(), bond.GetEnd()->GetIdx(), bond.GetOrder()})
-      rows.push_back(static_cast<int>(n));
+  compute([&] {
+    rows.reserve(std::size_t{3} * mol.NumBonds());
+    for (const VXBondBase& bond : VXIter<VXBondBase>(mol.GetBonds()))
+      for (const unsigned int n : {bond.GetBgn()->GetIdx(), bond.GetEnd()->GetIdx(), bond.GetOrder()})
+        rows.push_back(static_cast<int>(n));
+    return true;
+  });
   return read_only(array_of(std::move(rows), {static_cast<py::ssize_t>(mol.NumBonds()), 3}));
 }
 
@@ -260,6 +286,7 @@ void add_bonds(VXGraphMol& mol, const py::object& object) {
   std::vector<VXAtomBase*> atoms;
   for (VXAtomBase& atom : atoms_of(mol)) atoms.push_back(&atom);
   const auto n = static_cast<int>(atoms.size());
+  const py::gil_scoped_release release;
   for (py::ssize_t i = 0; i < rows.shape(0); ++i) {
     const int begin = rows.at(i, 0), end = rows.at(i, 1), order = rows.shape(1) == 3 ? rows.at(i, 2) : 1;
     if (begin < 0 || end < 0 || begin >= n || end >= n || begin == end || order < 0)
@@ -274,9 +301,18 @@ void add_bonds(VXGraphMol& mol, const py::object& object) {
 
 // --- the molecule ---
 
+/// change(atom) for all, with the GIL released.
+template <class Change>
+void change_atoms(VXGraphMol& mol, const Change& change) {
+  compute([&] {
+    for (VXAtomBase& atom : atoms_of(mol)) change(atom);
+    return true;
+  });
+}
+
 void set_radii(VXGraphMol& mol, const py::object& values) {
   const Doubles radii = finite_for<Doubles>(values, "radii", mol.NumAtoms(), false);
-  for (VXAtomBase& atom : atoms_of(mol)) atom.SetRadius(radii.at(atom.GetIdx()));
+  change_atoms(mol, [&](VXAtomBase& atom) { atom.SetRadius(radii.at(atom.GetIdx())); });
 }
 
 void set_atom_names(VXGraphMol& mol, const py::object& values) {
@@ -286,12 +322,12 @@ void set_atom_names(VXGraphMol& mol, const py::object& values) {
 
 void set_formal_charges(VXGraphMol& mol, const py::object& values) {
   const Ints charges = numbers_for<Ints>(values, "formal_charges", mol.NumAtoms());
-  for (VXAtomBase& atom : atoms_of(mol)) atom.SetFormalCharge(charges.at(atom.GetIdx()));
+  change_atoms(mol, [&](VXAtomBase& atom) { atom.SetFormalCharge(charges.at(atom.GetIdx())); });
 }
 
 void set_elements(VXGraphMol& mol, const py::object& values) {
   const std::vector<unsigned int> elements = elements_of(values, mol.NumAtoms());
-  for (VXAtomBase& atom : atoms_of(mol)) atom.SetAtomicNum(elements[atom.GetIdx()]);
+  change_atoms(mol, [&](VXAtomBase& atom) { atom.SetAtomicNum(elements[atom.GetIdx()]); });
 }
 
 py::array_t<float> coordinates(const py::object& self) {
@@ -308,8 +344,11 @@ MoleculePtr new_molecule(const py::object& coordinates, const py::object& elemen
                          const py::object& serial_numbers, const py::object& title) {
   const Floats xyz = finite_points(coordinates, "coordinates");
   auto mol = std::make_shared<VXGraphMol>();
-  for (const unsigned int element : elements_of(elements, xyz.shape(0))) mol->AddAtom(element);
-  mol->SetCoords(xyz.data());
+  compute([&, all = elements_of(elements, xyz.shape(0)), from = xyz.data()] {
+    for (const unsigned int element : all) mol->AddAtom(element);
+    mol->SetCoords(from);
+    return true;
+  });
   mol->SetTitle(bytes_of(title, "title"));
   if (!bonds.is_none()) add_bonds(*mol, bonds);
   if (!atom_names.is_none()) set_atom_names(*mol, atom_names);
@@ -328,7 +367,10 @@ std::string repr(const VXGraphMol& mol) {
     return ", " + std::to_string(n) + " " + what + (n == 1 ? "" : "s");
   };
   std::size_t residues = 0;
-  for (VXIter<VXResidue> residue = VXGetResidues(mol); residue; ++residue) ++residues;
+  compute([&] {
+    for (VXIter<VXResidue> residue = VXGetResidues(mol); residue; ++residue) ++residues;
+    return true;
+  });
   return "Molecule(" + std::string(py::repr(text_of(mol.GetTitle()))) + counted(mol.NumAtoms(), "atom") +
          counted(mol.NumBonds(), "bond") + (residues ? counted(residues, "residue") : "") + ")";
 }
@@ -400,10 +442,13 @@ MoleculePtr joined(const VXGraphMol& mol, const VXGraphMol& other) {
 void assign_radii(VXGraphMol& mol, const std::string& kind) {
   if (kind != "bondi" && kind != "gaussian")
     throw wanted("kind", "\"bondi\" or \"gaussian\" was", py::str(kind));
-  if (kind == "bondi")
-    VXAssignBondiVdWRadii(mol);
-  else
-    AssignZemoMolRadii(mol);
+  compute([&] {
+    if (kind == "bondi")
+      VXAssignBondiVdWRadii(mol);
+    else
+      AssignZemoMolRadii(mol);
+    return true;
+  });
 }
 
 py::value_error no_places(const char* what) {
@@ -414,17 +459,23 @@ py::value_error no_places(const char* what) {
 template <class Get>
 py::tuple three(const char* what, const Get& get) {
   float xyz[3];
-  if (!get(xyz)) throw no_places(what);
+  if (!compute([&] { return get(xyz); })) throw no_places(what);
   return py::make_tuple(xyz[0], xyz[1], xyz[2]);
 }
 
 void rotate(VXGraphMol& mol, const py::object& matrix) {
   const Doubles rows = numbers<Doubles>(matrix, "matrix", {3, 3});
-  VXRotate(mol, rows.data());
+  compute([&, matrix_rows = rows.data()] {
+    VXRotate(mol, matrix_rows);
+    return true;
+  });
 }
 
 void translate(VXGraphMol& mol, const py::object& vector) {
-  VXTranslate(mol, xyz_of(vector, "vector").data());
+  compute([&, xyz = xyz_of(vector, "vector")] {
+    VXTranslate(mol, xyz.data());
+    return true;
+  });
 }
 
 MoleculePtr from_record(const py::bytes& bytes) {
@@ -605,7 +656,8 @@ void bind_molecules(py::module_& module) {
           "extents",
           [](const VXGraphMol& mol) {
             float center[3], edges[3];
-            if (!VXGetCenterAndExtents(mol, center, edges)) throw no_places("extents");
+            if (!compute([&] { return VXGetCenterAndExtents(mol, center, edges); }))
+              throw no_places("extents");
             const auto corner = [&](double side) {
               return py::make_tuple(center[0] + side * edges[0], center[1] + side * edges[1],
                                     center[2] + side * edges[2]);

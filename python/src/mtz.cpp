@@ -36,7 +36,7 @@ struct MtzFile {
 };
 
 void open(VXHost::vxistream& in, const std::string& file) {
-  if (!in.open(file)) throw LibraryError(file + ": the file cannot be opened");
+  if (!compute([&] { return in.open(file); })) throw LibraryError(file + ": the file cannot be opened");
 }
 
 MtzFile open_mtz(const std::filesystem::path& path) {
@@ -78,7 +78,7 @@ unsigned int file_map_type(const std::string& name) {
 VXMTZColumns usual_columns(const MtzFile& mtz) {
   VXHost::vxifstream in;
   open(in, mtz.file);
-  return VXUsualMTZColumns(VXMTZ(in, mtz.file));
+  return compute([&] { return VXUsualMTZColumns(VXMTZ(in, mtz.file)); });
 }
 
 using Label = std::optional<std::string>;
@@ -181,7 +181,8 @@ constexpr const char* kUnread =
     "its reflections cannot be read: no columns H, K and L, or the file is cut off";
 
 /// The numbers of one column as they stand in the file. Any role but those of amplitudes gives them so.
-py::array_t<float> column(const MtzFile& mtz, const std::string& label) {
+py::array_t<float> column(const MtzFile& mtz, const py::str& text) {
+  const std::string label = bytes_of(text, "label");
   if (std::find(mtz.labels.begin(), mtz.labels.end(), label) == mtz.labels.end()) throw py::key_error(label);
   VXMTZColumnNames names;
   for (unsigned int role = VXMTZColumnNames::Fobs; role < VXMTZColumnNames::RoleCount; ++role)
@@ -217,7 +218,14 @@ constexpr Role kRoles[] = {
 VXMTZColumnNames names_for(const MtzFile& mtz, const py::object& labels) {
   VXMTZColumnNames names = VXUsualMTZColumnNames(mtz.labels);
   if (labels.is_none()) return names;
-  for (const auto& [column, label] : labels.cast<std::map<std::string, std::string>>()) {
+  std::map<std::string, std::string> given;
+  try {
+    given = labels.cast<std::map<std::string, std::string>>();
+  } catch (const py::cast_error&) {
+    throw py::type_error("labels: a dict of columns to labels, both str, was wanted, " + shown(labels) +
+                         " came");
+  }
+  for (const auto& [column, label] : given) {
     const auto* const role =
         std::find_if(std::begin(kRoles), std::end(kRoles),
                      [&, &wanted = column](const Role& each) { return wanted == each.name; });

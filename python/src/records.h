@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
 
 #include <pybind11/pybind11.h>
@@ -20,10 +21,19 @@ void check_record(const py::bytes& bytes, const char* tag);
 /// An object as a native binary record: what to_bytes() gives, and what a pickle holds.
 template <class T>
 py::bytes to_bytes(const T& object) {
-  VXHost::vxosstream out;
-  run("the object cannot be written as bytes",
-      [&] { return VXCore::VXBinaryWrite<T>(out, object, record_handler()) && !out.fail(); });
-  return py::bytes(out.str());
+  std::string text;
+  run("the object cannot be written as bytes", [&] {
+    VXHost::vxosstream out;
+    const bool done = VXCore::VXBinaryWrite<T>(out, object, record_handler()) && !out.fail();
+    if (done) text = out.str();
+    return done;
+  });
+  py::bytes bytes(nullptr, text.size());  // not yet seen by anyone, so it is filled without the GIL
+  char* const to = PyBytes_AS_STRING(bytes.ptr());
+  const py::gil_scoped_release release;
+  std::copy(text.begin(), text.end(), to);
+  std::string().swap(text);
+  return bytes;
 }
 
 /// Reads such a record into an object. ValueError for bytes that are cut short, damaged or of something else.

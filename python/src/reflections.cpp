@@ -5,6 +5,7 @@
 #include <cmath>
 #include <filesystem>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include <pybind11/stl.h>
@@ -122,15 +123,32 @@ void need_memory(bool done) {
 
 py::ssize_t rows_of(const VXReflection& set) { return static_cast<py::ssize_t>(set.GetCount()); }
 
-void set_hkl(VXReflection& set, const Ints& hkl) {
-  const auto count = static_cast<std::size_t>(hkl.shape(0));
-  std::vector<int> index[3];
-  for (std::size_t axis = 0; axis < 3; ++axis) {
-    index[axis].resize(count + 1);
-    for (std::size_t i = 0; i < count; ++i) index[axis][i] = hkl.data()[3 * i + axis];
+/// Columns of a set made apart, without the GIL, change places with those of a set that others may look at.
+template <class... Field>
+void take_columns(Reflections& r, VXReflection& from, Field... field) {
+  Set& to = *r.own().GetImpl();
+  (std::swap(to.*field, from.GetImpl()->*field), ...);
+}
+
+/// The columns of an array (n, width).
+template <class T, std::size_t width>
+std::array<std::vector<T>, width> columns_of(const T* rows, std::size_t count) {
+  std::array<std::vector<T>, width> columns;
+  for (std::size_t c = 0; c < width; ++c) {
+    columns[c].resize(count + 1);
+    for (std::size_t i = 0; i < count; ++i) columns[c][i] = rows[width * i + c];
   }
-  need_memory(
-      set.SetHKL(index[0].data(), index[1].data(), index[2].data(), static_cast<unsigned int>(count)));
+  return columns;
+}
+
+void set_hkl(Reflections& r, const Ints& hkl) {
+  VXReflection made;
+  need_memory(compute([&, rows = hkl.data(), count = static_cast<unsigned int>(hkl.shape(0))] {
+    const auto index = columns_of<int, 3>(rows, count);
+    made.SetCount(count);
+    return made.SetHKL(index[0].data(), index[1].data(), index[2].data(), count);
+  }));
+  take_columns(r, made, &Set::h, &Set::k, &Set::l);
 }
 
 py::array get_hkl(const Reflections& r) {
@@ -156,17 +174,23 @@ py::object get_column(const SetPtr& set, const Column& column) {
   return read_only(data.*column.ints, data.nref, set);
 }
 
+template <class Array, class Field>
+void put_column(Reflections& r, const Column& column, Field field, const py::handle& given) {
+  const Array array = numbers<Array>(given, column.name, {rows_of(*r.set())});
+  VXReflection made;
+  need_memory(compute([&, values = array.data(), count = static_cast<unsigned int>(array.size())] {
+    made.SetCount(count);
+    return made.SetColumn(column.code, values, count);
+  }));
+  take_columns(r, made, field);
+}
+
 void set_column(Reflections& r, const std::string& name, const py::handle& values) {
   const Column& column = column_of(name);
-  const py::ssize_t rows = rows_of(*r.set());
-  const auto count = static_cast<unsigned int>(rows);
-  if (column.reals) {
-    const Floats array = numbers<Floats>(values, column.name, {rows});
-    need_memory(r.own().SetColumn(column.code, array.data(), count));
-  } else {
-    const Ints array = numbers<Ints>(values, column.name, {rows});
-    need_memory(r.own().SetColumn(column.code, array.data(), count));
-  }
+  if (column.reals)
+    put_column<Floats>(r, column, column.reals, values);
+  else
+    put_column<Ints>(r, column, column.ints, values);
 }
 
 void delete_column(Reflections& r, const std::string& name) {
@@ -199,26 +223,26 @@ void set_abcd(Reflections& r, const py::object& given) {
     return;
   }
   const Floats all = numbers<Floats>(given, "abcd", {rows, 4});
-  std::vector<float> columns[4];
-  for (std::size_t c = 0; c < 4; ++c) {
-    columns[c].resize(static_cast<std::size_t>(rows) + 1);
-    for (std::size_t i = 0; i < static_cast<std::size_t>(rows); ++i) columns[c][i] = all.data()[4 * i + c];
-  }
-  need_memory(r.own().SetABCD(columns[0].data(), columns[1].data(), columns[2].data(), columns[3].data(),
-                              static_cast<unsigned int>(rows)));
+  VXReflection made;
+  need_memory(compute([&, values = all.data(), count = static_cast<unsigned int>(rows)] {
+    const auto columns = columns_of<float, 4>(values, count);
+    made.SetCount(count);
+    return made.SetABCD(columns[0].data(), columns[1].data(), columns[2].data(), columns[3].data(), count);
+  }));
+  take_columns(r, made, &Set::hla, &Set::hlb, &Set::hlc, &Set::hld);
 }
 
 std::unique_ptr<Reflections> new_reflections(const py::object& given, const py::object& columns,
-                                             const VXSymmetry* symmetry, const std::string& title) {
+                                             const VXSymmetry* symmetry, const py::str& title) {
   const Ints hkl = numbers<Ints>(given, "hkl", {-1, 3});
   if (hkl.shape(0) >= std::numeric_limits<unsigned int>::max())
     throw py::value_error("hkl: a set holds at most 4294967294 reflections");
-  const auto set = std::make_shared<VXReflection>();
+  auto set = std::make_shared<VXReflection>();
   set->SetCount(static_cast<unsigned int>(hkl.shape(0)));
-  set_hkl(*set, hkl);
-  auto made = std::make_unique<Reflections>(set);
+  auto made = std::make_unique<Reflections>(std::move(set));
+  set_hkl(*made, hkl);
   if (symmetry) made->own().SetSymmetry(*symmetry);
-  made->own().SetTitle(title);
+  made->own().SetTitle(bytes_of(title, "title"));
   if (!columns.is_none())
     for (const py::handle item : py::dict(columns).attr("items")()) {
       const auto pair = py::reinterpret_borrow<py::tuple>(item);
@@ -253,6 +277,11 @@ std::shared_ptr<VXReflection> take_rows(const VXReflection& from, const std::int
   return set;
 }
 
+[[noreturn]] void throw_no_rows(const py::object& which) {
+  throw py::type_error("reflections: a slice, a mask or a list of places was wanted, " + shown(which) +
+                       " came");
+}
+
 std::unique_ptr<Reflections> rows_of_set(const Reflections& r, const py::object& which) {
   const SetPtr set = r.set();
   const py::module_ numpy = py::module_::import("numpy");
@@ -260,13 +289,12 @@ std::unique_ptr<Reflections> rows_of_set(const Reflections& r, const py::object&
   py::object places = which;
   if (!py::isinstance<py::slice>(which)) {
     const py::array given = numpy.attr("asarray")(which);
+    if (given.ndim() != 1) throw_no_rows(which);
     places = given.size() == 0 ? given.attr("astype")("int64") : py::object(given);  // [] has no type
   }
   const py::object chosen = all[places];
   const auto rows = py::array_t<std::int64_t, py::array::c_style>::ensure(chosen);
-  if (!rows || rows.ndim() != 1)
-    throw py::type_error("reflections: a slice, a mask or a list of places was wanted, " + shown(which) +
-                         " came");
+  if (!rows || rows.ndim() != 1) throw_no_rows(which);
   const std::int64_t* const data = rows.data();
   const auto count = static_cast<std::size_t>(rows.size());
   if (count >= std::numeric_limits<unsigned int>::max())
@@ -342,7 +370,7 @@ py::array_t<float> calculate_resolution(Reflections& r) {
     }
     return true;
   });
-  r.own().SetColumn(VXReflectionColumn::Stolsq, frame.GetImpl()->stolsq, frame.GetCount());
+  take_columns(r, frame, &Set::stolsq);
   if (!(r.attributes.GetResolution() > 0)) r.attributes.SetRESO(4.0 * low, 4.0 * high);
   return array_of(std::move(d));
 }
@@ -373,8 +401,10 @@ SetPtr set_for(const Reflections& r, const std::string& type) {
 py::tuple map_coefficients(const Reflections& r, const std::string& map_type) {
   const SetPtr set = set_for(r, map_type);
   const int type = static_cast<int>(map_type_of(map_type));
-  std::vector<float> amplitudes(set->GetCount()), phases(amplitudes.size());
+  std::vector<float> amplitudes, phases;
   compute([&] {
+    amplitudes.resize(set->GetCount());
+    phases.resize(set->GetCount());
     for (unsigned int i = 0; i < set->GetCount(); ++i) set->GetAmpPhase(amplitudes[i], phases[i], i, type);
     return true;
   });
@@ -413,15 +443,11 @@ unsigned int calculate_structure_factors(Reflections& r, const VXGraphMol& model
   try {
     run("structure factors take reflections, a space group, a cell and a model with residue data", work);
   } catch (const LibraryError&) {
-    tracer.finish();  // what progress raised stopped it
+    tracer.rethrow();  // what progress raised stopped it
     throw;
   }
   tracer.finish();
-  VXReflection& to = r.own();
-  const Set& from = *frame.GetImpl();
-  to.SetColumn(VXReflectionColumn::Fcalc, from.fcalc, from.nref);
-  to.SetColumn(VXReflectionColumn::PhaseCalc, from.phase_calc, from.nref);
-  to.SetColumn(VXReflectionColumn::Phase, from.phase, from.nref);
+  take_columns(r, frame, &Set::fcalc, &Set::phase_calc, &Set::phase);
   return skipped;
 }
 
@@ -677,8 +703,7 @@ void bind_reflections(py::module_& module) {
       .def_property(
           "hkl", &get_hkl,
           [](Reflections& r, const py::object& hkl) {
-            const Ints all = numbers<Ints>(hkl, "hkl", {rows_of(*r.set()), 3});
-            set_hkl(r.own(), all);
+            set_hkl(r, numbers<Ints>(hkl, "hkl", {rows_of(*r.set()), 3}));
           },
           "Miller indices, a read-only int32 array (n, 3).")
       .def_property_readonly(
@@ -701,7 +726,7 @@ void bind_reflections(py::module_& module) {
           "The space group in its cell, or None.")
       .def_property(
           "title", [](const Reflections& r) { return text_of(r.set()->GetTitle()); },
-          [](Reflections& r, const std::string& title) { r.own().SetTitle(title); }, "Text.")
+          [](Reflections& r, const py::str& title) { r.own().SetTitle(bytes_of(title, "title")); }, "Text.")
       .def_property(
           "resolution_range", &resolution_range, &set_resolution_range,
           "Resolution limits (low, high) in Å, low being the larger number; None where they are not "

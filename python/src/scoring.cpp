@@ -117,11 +117,11 @@ double rsr(const VXGraphMol& model, const py::object& observed, const py::object
 py::object rscc_maps(const VXGraphMol& model, const py::object& observed, const py::object& radius,
                      const py::object& calculated) {
   const Scored scored(model, observed, calculated, radius);
-  VXGraphMol annotated(model);
+  VXGraphMol annotated = compute([&] { return VXGraphMol(model); });
   const double score =
       statistic_of(scored, annotated, [](auto&... given) { return VXAnnotateRSCC(given...); });
   const auto map = [&](const char* name) {
-    return std::make_shared<VXScalarGrid>(annotated.GetData<VXScalarGrid>(name));
+    return compute([&] { return std::make_shared<VXScalarGrid>(annotated.GetData<VXScalarGrid>(name)); });
   };
   return row_type("RsccMaps")(score, map("ed"), map("scatter"), map("mask"));
 }
@@ -171,7 +171,7 @@ py::object score_model(const VXGraphMol& model, const VXSkewGrid& observed, cons
   try {
     run("the model cannot be scored", [&] { return VXFitModel(fit, observed, model, radius, tracer); });
   } catch (const LibraryError&) {
-    tracer.finish();  // what progress raised stopped it
+    tracer.rethrow();  // what progress raised stopped it
     throw;
   }
   tracer.finish();

@@ -59,6 +59,7 @@ def test_views_stay_as_they_are_while_the_set_changes() -> None:
     reflections.hkl = [[4, 5, 6]]
     del reflections.columns["phase"]
     assert view[0] == twin.columns["fobs"][0] == 50 and twin.hkl.tolist() == [[1, -2, 3]] and twin.abcd is None
+    assert reflections.columns.pop("phase", None) is None
     assert set(reflections.columns) == {"fobs", "rfree"} and reflections.columns["rfree"].dtype == np.int32
     del reflections, twin
     gc.collect()
@@ -165,6 +166,8 @@ def test_shown(crystal: vxgrid.Reflections) -> None:
     table = crystal._repr_html_()  # type: ignore[attr-defined]
     assert table.count("<tr>") == 12 and "<th>phiwt</th>" in table and "<td>…</td>" in table
     one = one_reflection()
+    one.title = "\udce9"  # of a file that is not UTF-8
+    assert one.copy().title == "\udce9"
     one.title = "<b>"
     assert "&lt;b&gt;" in one._repr_html_()  # type: ignore[attr-defined]
 
@@ -201,6 +204,7 @@ REFUSED: list[tuple[Callable[[Path], object], type[Exception], str]] = [
     (lambda _: vxgrid.read_mtz(MTZ, phase="FP"), ValueError, "FP holds no phases"),
     (lambda _: vxgrid.read_mtz(MTZ, amplitude="FX"), ValueError, "no column FX; there are .* FP:F"),
     (lambda _: vxgrid.read_reflections(MTZ, labels={"free": "FREE"}), ValueError, "free is no column"),
+    (lambda _: vxgrid.read_reflections(MTZ, labels=["FP"]), TypeError, "labels: a dict .* came"),  # type: ignore[arg-type]
     (lambda d: vxgrid.write_reflections(d / "x.mtz", one_reflection()), ValueError, "phs"),
     (lambda d: vxgrid.write_reflections(d / "x.phs", one_reflection()), vxgrid.Error, "fom"),
     (lambda d: vxgrid.write_reflections(d / "none" / "x.vxx", one_reflection()), vxgrid.Error, "cannot be written"),

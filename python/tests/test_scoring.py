@@ -174,6 +174,8 @@ def test_refuses_and_says_why(model: vxgrid.Molecule) -> None:
         (lambda: vxgrid.crystal_map(model, vxgrid.SkewGrid(np.ones((3, 3, 3)))), ValueError, "space group"),
         (lambda: vxgrid.crystal_map(torn, grid), vxgrid.Error, "too far"),
         (lambda: vxgrid.model_density(model, spacing=0), ValueError, "above 0"),
+        (lambda: vxgrid.mask_radius(-1), ValueError, "above 0 was wanted, -1"),
+        (lambda: vxgrid.set_scatter_defaults(model, b_factor=math.nan), ValueError, "b_factor: .* nan came"),
         (lambda: vxgrid.model_density(model, np.ones(3)), TypeError, "ndarray came"),  # type: ignore[call-overload]
         (lambda: vxgrid.model_density(vxgrid.Molecule([[0, 0, 0]], [6])), vxgrid.Error, "residues"),
         (lambda: vxgrid.model_density(vxgrid.Molecule([[0, 0, 0]], [6]), plain), vxgrid.Error, "residue data"),

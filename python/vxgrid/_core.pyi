@@ -557,7 +557,7 @@ class Reflections:
     abcd: Settable[Floats | None, ArrayLike | None]
     symmetry: Symmetry | None
     title: str
-    resolution_range: tuple[float, float] | None
+    resolution_range: Settable[tuple[float, float] | None, tuple[float, float]]
     @property
     def attributes(self) -> Attributes: ...
     @property
