@@ -54,6 +54,10 @@ std::string listed(const MtzFile& mtz) {
   return all;
 }
 
+bool has_label(const MtzFile& mtz, const std::string& label) {
+  return std::find(mtz.labels.begin(), mtz.labels.end(), label) != mtz.labels.end();
+}
+
 /// The place of a label; ValueError when the file does not have it.
 std::size_t place_of(const MtzFile& mtz, const std::string& label) {
   const auto found = std::find(mtz.labels.begin(), mtz.labels.end(), label);
@@ -127,7 +131,7 @@ SkewGridPtr make_map(const MtzFile& mtz, const std::string& map_type, const Give
   given.Put(columns, type);
   const Labels labels = VXMTZMapLabels(type, columns);
   for (const std::string& label : labels)
-    if (std::find(mtz.labels.begin(), mtz.labels.end(), label) == mtz.labels.end())
+    if (!has_label(mtz, label))
       throw py::value_error(mtz.file + ": no column " + label + " for a map of type " + map_type +
                             "; there are (label:type)" + listed(mtz));
   if (type == VXMTZMapType::Fo) columns.SetPhi(labels[1]);
@@ -183,7 +187,7 @@ constexpr const char* kUnread =
 /// The numbers of one column as they stand in the file. Any role but those of amplitudes gives them so.
 py::array_t<float> column(const MtzFile& mtz, const py::str& text) {
   const std::string label = bytes_of(text, "label");
-  if (std::find(mtz.labels.begin(), mtz.labels.end(), label) == mtz.labels.end()) throw py::key_error(label);
+  if (!has_label(mtz, label)) throw py::key_error(label);
   VXMTZColumnNames names;
   for (unsigned int role = VXMTZColumnNames::Fobs; role < VXMTZColumnNames::RoleCount; ++role)
     names.SetColumnName(role, "");
@@ -253,7 +257,7 @@ void bind_mtz(py::module_& module) {
   py::class_<MtzFile>(module, "MtzFile",
                       "An MTZ file, .mtz or .mtz.gz: its columns, and maps made from them.\n\n"
                       "mtz[label] is a column as it stands in the file, a float32 array with one value a "
-                      "reflection.")
+                      "reflection; iteration\ngives the labels.")
       .def(py::init(&open_mtz), py::arg("path"),
            "Reads the list of columns; the file is read when they are used.")
       .def_property_readonly(
@@ -281,6 +285,17 @@ void bind_mtz(py::module_& module) {
       .def_property_readonly("map_types", &map_types_of,
                              "The map types for which the columns are there under their usual labels.")
       .def("__getitem__", &column, py::arg("label"))
+      .def("__contains__",
+           [](const MtzFile& m, const py::object& label) {
+             return py::isinstance<py::str>(label) && has_label(m, bytes_of(py::str(label), "label"));
+           })
+      .def("__iter__",
+           [](const MtzFile& m) {
+             py::list all;
+             for (const std::string& label : m.labels) all.append(text_of(label));
+             return py::iter(all);
+           })
+      .def("__len__", [](const MtzFile& m) { return m.labels.size(); })
       .def(
           "make_map",
           [](const MtzFile& m, const std::string& type, const Label& amplitude, const Label& phase,

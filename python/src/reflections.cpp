@@ -416,9 +416,17 @@ SkewGridPtr make_map(const Reflections& r, const std::string& map_type, bool exp
   const unsigned int type = map_type_of(map_type);
   auto grid = std::make_shared<VXSkewGrid>();
   run("a map takes reflections, a space group and a cell", [&] {
-    if (!expand) return set->MakeMap(*grid, type);
-    VXReflection whole(*set);
-    return whole.Expand() && std::move(whole).MakeMap(*grid, type);
+    bool made = false;
+    if (expand) {
+      VXReflection whole(*set);
+      made = whole.Expand() && std::move(whole).MakeMap(*grid, type);
+    } else {
+      made = set->MakeMap(*grid, type);
+    }
+    // Every sample is a sum over all reflections: the first shows whether one of them is infinite.
+    if (!made || std::isfinite(*values_of(*grid))) return made;
+    VXThrow.Error("the map has infinite values");
+    return false;
   });
   grid->SetData<double>("resolution", r.attributes.GetResolution());
   return grid;

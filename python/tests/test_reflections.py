@@ -33,6 +33,8 @@ def test_columns_are_those_of_the_file(crystal: vxgrid.Reflections) -> None:
     theirs = gemmi.read_mtz_file(str(MTZ))
     mtz = vxgrid.MtzFile(MTZ)
     assert mtz.column_types == {column.label: column.type for column in theirs.columns}
+    assert list(mtz) == list(mtz.column_types) and len(mtz) == len(theirs.columns)
+    assert "FP" in mtz and "fp" not in mtz and 1 not in mtz
     for column in theirs.columns:
         np.testing.assert_array_equal(mtz[column.label], np.array(column, copy=False))
     columns = crystal.columns
@@ -189,6 +191,8 @@ REFUSED: list[tuple[Callable[[Path], object], type[Exception], str]] = [
     (lambda _: one_reflection().make_map("Fwt"), ValueError, "there are fobs phase"),
     (lambda _: one_reflection().make_map("x"), ValueError, "Fwt, .* came"),  # type: ignore[arg-type]
     (lambda _: one_reflection()[:0].make_map("Fo"), vxgrid.Error, "a map takes reflections"),
+    (lambda _: vxgrid.Reflections([[1, 2, 3]], {"fobs": [np.inf], "phase": [0]},
+                                  symmetry=vxgrid.Symmetry(19, CELL)).make_map("Fo"), vxgrid.Error, "infinite"),
     (lambda _: vxgrid.Reflections([[1, 2, 3]]).expanded(), vxgrid.Error, "space group"),
     (lambda _: vxgrid.Reflections([[2**31 - 1] * 3], {"fobs": [1], "phase": [0]},
                                   symmetry=vxgrid.Symmetry(1, CELL)).make_map("Fo"), vxgrid.Error, "2147483647"),
