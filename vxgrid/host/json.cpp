@@ -51,7 +51,7 @@ int append_digits(std::uint64_t& number, const char* text) {
 }
 
 // Passes what the reader finds on to a document, with two things of its own. Numbers in arrays are read here
-// for as long as they follow each other, in half of the reader's time. And real numbers become the nearest
+// for as long as they follow each other, which takes half as long. And real numbers become the nearest
 // double: the reader's own way to those doubles its time.
 class DocumentBuilder {
  public:
