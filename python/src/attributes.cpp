@@ -184,9 +184,9 @@ py::list keys(const Attributes& attributes) {
 }
 
 const VXBaseData& at(const Attributes& attributes, const py::str& name) {
-  if (const VXBaseData* const data = find(attributes, bytes_of(name, "attribute"))) return *data;
-  PyErr_SetObject(PyExc_KeyError, name.ptr());
-  throw py::error_already_set();
+  const std::string bytes = bytes_of(name, "attribute");
+  if (const VXBaseData* const data = find(attributes, bytes)) return *data;
+  throw py::key_error(bytes);
 }
 
 py::object get(const Attributes& attributes, const py::str& name) {

@@ -3,6 +3,7 @@
 #include <exception>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include <pybind11/pybind11.h>
@@ -39,16 +40,25 @@ void run(const char* otherwise, Work&& work) {
   if (!messages.GetMessages().empty()) log_messages(messages);
 }
 
-/// The same for work that cannot fail, with its result.
+/// The same for work that cannot fail, with its result where it has one.
 template <class Work>
 auto compute(Work&& work) {
   const VXCore::VXMessageCapture messages;
-  auto result = [&] {
+  const auto released = [&] {
     const py::gil_scoped_release release;
     return work();
-  }();
-  if (!messages.GetMessages().empty()) log_messages(messages);
-  return result;
+  };
+  const auto log = [&] {
+    if (!messages.GetMessages().empty()) log_messages(messages);
+  };
+  if constexpr (std::is_void_v<decltype(work())>) {
+    released();
+    log();
+  } else {
+    auto result = released();
+    log();
+    return result;
+  }
 }
 
 /// The same for what takes less than some microseconds: the GIL stays.

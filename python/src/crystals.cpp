@@ -66,7 +66,6 @@ py::array_t<float> moved(const py::handle& object, const char* name, Work&& work
   compute([&, from = points.data(), size = points.size()] {
     xyz.assign(from, from + size);
     work(xyz.data(), static_cast<unsigned int>(xyz.size() / 3));
-    return true;
   });
   return array_of(std::move(xyz), {points.shape(), points.shape() + points.ndim()});
 }
@@ -307,7 +306,7 @@ SpaceGroup group_of(const py::handle& object, const char* name) {
   }
   if (row < 0)
     throw py::value_error(std::string(name) + ": the number or the name of a space group was wanted, " +
-                          std::string(py::repr(object)) + " came");
+                          shown(object) + " came");
   return {sglib + row};
 }
 

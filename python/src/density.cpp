@@ -113,10 +113,7 @@ void bind_density(py::module_& module) {
           if (!(std::isfinite(value) && value >= 0))
             throw py::value_error(std::string(name) + ": a finite number of 0 or more was wanted, " +
                                   std::to_string(value) + " came");
-        compute([&] {
-          VXSetScatterDefaults(model, b_factor, occupancy, overwrite ? 0 : 12);
-          return true;
-        });
+        compute([&] { VXSetScatterDefaults(model, b_factor, occupancy, overwrite ? 0 : 12); });
       },
       py::arg("model"), py::kw_only(), py::arg("b_factor") = 20.0, py::arg("occupancy") = 1.0,
       py::arg("overwrite") = false,

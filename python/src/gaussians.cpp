@@ -52,7 +52,6 @@ py::object elementwise(Function f, const py::object& first, const char* first_na
   double* const to = result.mutable_data();
   compute([&, n = a.size()] {
     for (py::ssize_t i = 0; i < n; ++i) to[i] = f(from_a[i], from_b[i]);
-    return true;
   });
   return a.ndim() == 0 ? py::object(py::float_(*to)) : py::object(result);
 }
@@ -166,7 +165,6 @@ GaussiansPtr new_gaussians(const py::object& points, const py::object& prefactor
     compute([&, p = heights.data(), radius = r.data(), to = a.mutable_data()] {
       for (py::ssize_t i = 0; i < n; ++i)
         to[i] = static_cast<float>(VXGetWidth(VXGetKappa(static_cast<double>(p[i])), radius[i]));
-      return true;
     });
     a = checked_for<Floats>(a, "radii", n, above_0, "radii and prefactors that give widths above 0");
   }
@@ -177,7 +175,6 @@ GaussiansPtr new_gaussians(const py::object& points, const py::object& prefactor
   compute([&] {
     for (py::ssize_t i = 0; i < n; ++i)
       gaussians->AddGaussian(VXGaussian(p[i], w[i], c[3 * i], c[3 * i + 1], c[3 * i + 2], tag[i]));
-    return true;
   });
   return gaussians;
 }
@@ -190,10 +187,7 @@ template <class T, class Get>
 py::array column(const VXGaussianContainer& gaussians, py::ssize_t width, const Get& get) {
   const auto n = static_cast<py::ssize_t>(gaussians.NumGaussians());
   std::vector<T> values(static_cast<std::size_t>(n * width));
-  compute([&] {
-    get(values);
-    return true;
-  });
+  compute([&] { get(values); });
   return read_only(array_of(std::move(values),
                             width == 1 ? std::vector<py::ssize_t>{n} : std::vector<py::ssize_t>{n, width}));
 }
@@ -204,7 +198,6 @@ void change_all(VXGaussianContainer& gaussians, const Change& change) {
   compute([&] {
     py::ssize_t i = 0;
     for (VXGaussianBase& gaussian : all(gaussians)) change(gaussian, i++);
-    return true;
   });
 }
 
@@ -432,7 +425,6 @@ GaussiansPtr fit(const py::object& density, double tolerance, int levels, float 
                                          centers, prefactors, widths, true, sum, tracer);
     for (std::size_t i = 0; i < widths.size(); ++i)
       gaussians->AddGaussian(VXGaussian(prefactors[i], widths[i], &centers[3 * i], 0));
-    return true;
   });
   tracer.finish();
   return gaussians;
@@ -472,7 +464,6 @@ py::array_t<double> overlap_gradient(const VXGaussianContainer& first, const VXG
         vi_vol_deriv_sg_intersect(&volume, gradient, &a[i], &to);
         for (std::size_t axis = 0; axis < 3; ++axis) gradients[3 * i + axis] += gradient[axis];
       }
-    return true;
   });
   return array_of(std::move(gradients), {n, 3});
 }
@@ -695,19 +686,13 @@ void bind_gaussians(py::module_& module) {
           "rotate",
           [](VXGaussianContainer& g, const py::object& matrix) {
             const Floats rows = numbers<Floats>(matrix, "matrix", {3, 3});
-            compute([&, m = rows.data()] {
-              VXRotate(g, m);
-              return true;
-            });
+            compute([&, m = rows.data()] { VXRotate(g, m); });
           },
           py::arg("matrix"), "Moves each centre c to matrix @ c. matrix is of shape (3, 3).")
       .def(
           "translate",
           [](VXGaussianContainer& g, const py::object& vector) {
-            compute([&, xyz = xyz_of(vector, "vector")] {
-              VXTranslate(g, xyz.data());
-              return true;
-            });
+            compute([&, xyz = xyz_of(vector, "vector")] { VXTranslate(g, xyz.data()); });
           },
           py::arg("vector"), "Moves each centre by vector, in Å.")
       .def("overlap", &overlap, py::arg("other"),

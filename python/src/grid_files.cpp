@@ -45,8 +45,7 @@ const VXGridFileFormat& format_of(const fs::path& path, const py::object& named)
   throw py::value_error(
       named.is_none() ? path.string() + ": no format of grids has this extension; format= names one of " +
                             names_of_formats()
-                      : "format: one of " + names_of_formats() + " was wanted, " +
-                            std::string(py::repr(named)) + " came");
+                      : "format: one of " + names_of_formats() + " was wanted, " + shown(named) + " came");
 }
 
 /// False, having said why, where a file does not open or is empty.
@@ -74,8 +73,7 @@ py::object read_grid(const fs::path& path, const py::object& kind, const py::obj
   const unsigned int code = format_of(path, format).code;
   const bool scalar = kind.is(py::type::of<VXScalarGrid>()), multi = kind.is(py::type::of<VXZemoGrid>());
   if (!scalar && !multi && !kind.is(py::type::of<VXSkewGrid>()))
-    throw py::type_error("kind: ScalarGrid, SkewGrid or MultiGrid was wanted, " +
-                         std::string(py::repr(kind)) + " came");
+    throw py::type_error("kind: ScalarGrid, SkewGrid or MultiGrid was wanted, " + shown(kind) + " came");
   const auto read = [&](auto& grid) {
     run_on(path, [&] {
       VXHost::vxifstream in;

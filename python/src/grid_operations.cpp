@@ -199,7 +199,6 @@ void fill_from(VXScalarGrid& grid, const VXScalarGrid& source, const std::string
     if (lattice::is_sized(source))
       vi_int_btw_grids(lattice::view(source, source.GetValues()), lattice::view(grid, grid.GetValues()),
                        mode);
-    return true;
   });
 }
 
@@ -288,8 +287,8 @@ VXColor color_of(const py::handle& object) {
   } catch (const py::error_already_set&) {
   }
   throw py::value_error(
-      "color: \"#rrggbb\", \"#rrggbbaa\" or three or four numbers of 0 to 255 were wanted, " +
-      std::string(py::repr(object)) + " came");
+      "color: \"#rrggbb\", \"#rrggbbaa\" or three or four numbers of 0 to 255 were wanted, " + shown(object) +
+      " came");
 }
 
 py::list contours(const Grid& grid) {
@@ -309,8 +308,7 @@ void set_contours(Grid& grid, const py::iterable& given) {
       const auto [level, color] = each.cast<std::pair<float, py::object>>();
       all.emplace_back(level, color_of(color));
     } catch (const py::cast_error&) {
-      throw py::type_error("contours: pairs of a level and a color were wanted, " +
-                           std::string(py::repr(each)) + " came");
+      throw py::type_error("contours: pairs of a level and a color were wanted, " + shown(each) + " came");
     }
   }
   run_short("", [&] {
@@ -352,8 +350,8 @@ unsigned int element_of(const VXScalarGrid& grid, const py::object& seed) {
   } catch (const py::cast_error&) {
   }
   throw py::index_error("seed: an index (z, y, x) below " + std::string(py::repr(py::cast(shape))) +
-                        ", or one below " + std::to_string(grid.GetSize()) + " was wanted, " +
-                        std::string(py::repr(seed)) + " came");
+                        ", or one below " + std::to_string(grid.GetSize()) + " was wanted, " + shown(seed) +
+                        " came");
 }
 
 ScalarGridPtr blob(const VXScalarGrid& grid, const py::object& seed, std::optional<float> level) {

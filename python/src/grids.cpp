@@ -51,8 +51,7 @@ std::array<unsigned int, 3> intervals_of(const py::handle& object) {
   const Ints three = numbers<Ints>(object, "intervals", {3});
   const int* const n = three.data();
   if (std::any_of(n, n + 3, [](int each) { return each < 1; }))
-    throw py::value_error("intervals: three numbers above 0 were wanted, " + std::string(py::repr(object)) +
-                          " came");
+    throw py::value_error("intervals: three numbers above 0 were wanted, " + shown(object) + " came");
   return {static_cast<unsigned int>(n[0]), static_cast<unsigned int>(n[1]), static_cast<unsigned int>(n[2])};
 }
 
@@ -64,7 +63,7 @@ std::array<bool, 3> flags_of(const py::object& object, const char* name) {
     return object.cast<std::array<bool, 3>>();
   } catch (const py::cast_error&) {
     throw py::type_error(std::string(name) + ": True, False or three of them for x, y and z were wanted, " +
-                         std::string(py::repr(object)) + " came");
+                         shown(object) + " came");
   }
 }
 
@@ -486,22 +485,25 @@ py::object symmetry_of(Grid& grid, const VXZemoGrid& zemo) {
   return symmetry && !symmetry.HasWarnings() ? py::cast(symmetry) : py::object(py::none());
 }
 
-std::string shown(const char* format, float x, float y, float z) { return py::str(format).format(x, y, z); }
+std::string formatted(const char* format, float x, float y, float z) {
+  return py::str(format).format(x, y, z);
+}
 
 std::string repr(const py::object& self) {
   Grid& grid = self.cast<Grid&>();
   std::string text = "<" + std::string(py::str(py::type::of(self).attr("__name__")));
   if (!grid.GetTitle().empty()) text += " " + std::string(py::repr(text_of(grid.GetTitle())));
-  text += ": shape " + text_of_shape(shape_of(grid)) + shown(", spacing {:.5g} Å", grid.GetSpacing(), 0, 0) +
-          shown(", center ({:.5g}, {:.5g}, {:.5g})", grid.GetXMid(), grid.GetYMid(), grid.GetZMid());
+  text += ": shape " + text_of_shape(shape_of(grid)) +
+          formatted(", spacing {:.5g} Å", grid.GetSpacing(), 0, 0) +
+          formatted(", center ({:.5g}, {:.5g}, {:.5g})", grid.GetXMid(), grid.GetYMid(), grid.GetZMid());
   visit(grid, [&](auto& g) {
     using G = std::decay_t<decltype(g)>;
     if constexpr (!std::is_same_v<G, VXScalarGrid>) {
       const VXZemoGrid& zemo = inner(g);
       const VXUnitCell cell = cell_of(zemo);
       if (zemo.HasUnitCell())
-        text += shown(", cell {:.7g} {:.7g} {:.7g}", cell.a, cell.b, cell.c) +
-                shown(" {:.7g} {:.7g} {:.7g}", cell.alpha, cell.beta, cell.gamma);
+        text += formatted(", cell {:.7g} {:.7g} {:.7g}", cell.a, cell.b, cell.c) +
+                formatted(" {:.7g} {:.7g} {:.7g}", cell.alpha, cell.beta, cell.gamma);
       if (const py::object group = group_object(zemo.GetSpaceGroup()); !group.is_none())
         text += std::string(", ") + group.cast<SpaceGroup>().record->long_name;
       if (std::is_same_v<G, VXZemoGrid>)
@@ -644,8 +646,8 @@ std::array<float, 3> xyz_of(const py::handle& object, const char* name) {
   const Floats three = numbers<Floats>(object, name, {3});
   for (py::ssize_t i = 0; i < 3; ++i)
     if (!std::isfinite(three.at(i)))
-      throw py::value_error(std::string(name) + ": three finite numbers were wanted, " +
-                            std::string(py::repr(object)) + " came");
+      throw py::value_error(std::string(name) + ": three finite numbers were wanted, " + shown(object) +
+                            " came");
   return {three.at(0), three.at(1), three.at(2)};
 }
 
@@ -657,7 +659,7 @@ Floats matrix_of(const py::object& given, const char* name) {
                              m[2] * (double{m[3]} * m[7] - double{m[4]} * m[6]);
   if (std::isfinite(determinant) && determinant != 0) return matrix;
   throw py::value_error(std::string(name) + ": a matrix of three axes that span space was wanted, " +
-                        std::string(py::repr(given)) + " came");
+                        shown(given) + " came");
 }
 
 float spacing_of(float spacing) {

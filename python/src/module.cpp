@@ -64,11 +64,21 @@ PYBIND11_MODULE(_core, module) {
       "vxgrid.Error", "Work of the library that failed, with the library's own messages.", PyExc_RuntimeError,
       nullptr);
   module.attr("Error") = py::handle(error);
-  py::register_exception_translator([](std::exception_ptr raised) {
+  // Messages name files and labels, whose bytes need not be UTF-8: pybind11 would lose all of such a message.
+  py::register_local_exception_translator([](std::exception_ptr raised) {
+    const auto set = [](PyObject* type, const std::exception& failure) {
+      PyErr_SetObject(type, text_of(failure.what()).ptr());
+    };
     try {
       if (raised) std::rethrow_exception(raised);
     } catch (const LibraryError& failure) {
-      PyErr_SetObject(error, text_of(failure.what()).ptr());
+      set(error, failure);
+    } catch (const py::value_error& failure) {
+      set(PyExc_ValueError, failure);
+    } catch (const py::type_error& failure) {
+      set(PyExc_TypeError, failure);
+    } catch (const py::key_error& failure) {
+      set(PyExc_KeyError, failure);
     }
   });
 

@@ -220,7 +220,6 @@ std::unique_ptr<Proximity> new_proximity(const py::object& points, const py::obj
     }
     if (!found && (!messages.GetMessages().empty() || !made->lattice.integers))
       throw LibraryError(reason(messages, "no lattice can be made around the points"));
-    return true;
   });
   made->lattice.inverse_spacing = 1.0f / made->lattice.spacing;
   return made;
@@ -247,7 +246,6 @@ py::tuple near(const Proximity& proximity, const py::object& points) {
       if (indices.size() > std::size_t{kMost}) throw LibraryError("too many points are near the places");
       starts.push_back(static_cast<int>(indices.size()));
     }
-    return true;
   });
   return py::make_tuple(array_of(std::move(indices)), array_of(std::move(starts)));
 }

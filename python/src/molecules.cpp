@@ -149,7 +149,6 @@ void change_residues(VXGraphMol& mol, const Change& change) {
       change(residue, static_cast<py::ssize_t>(atom.GetIdx()));
       VXAtomSetResidue(&atom, residue);
     }
-    return true;
   });
 }
 
@@ -272,7 +271,6 @@ py::array bonds(const VXGraphMol& mol) {
     for (const VXBondBase& bond : VXIter<VXBondBase>(mol.GetBonds()))
       for (const unsigned int n : {bond.GetBgn()->GetIdx(), bond.GetEnd()->GetIdx(), bond.GetOrder()})
         rows.push_back(static_cast<int>(n));
-    return true;
   });
   return read_only(array_of(std::move(rows), {static_cast<py::ssize_t>(mol.NumBonds()), 3}));
 }
@@ -306,7 +304,6 @@ template <class Change>
 void change_atoms(VXGraphMol& mol, const Change& change) {
   compute([&] {
     for (VXAtomBase& atom : atoms_of(mol)) change(atom);
-    return true;
   });
 }
 
@@ -317,7 +314,7 @@ void set_radii(VXGraphMol& mol, const py::object& values) {
 
 void set_atom_names(VXGraphMol& mol, const py::object& values) {
   const std::vector<std::string> names = texts_for(values, "atom_names", mol.NumAtoms());
-  for (VXAtomBase& atom : atoms_of(mol)) atom.SetName(names[atom.GetIdx()]);
+  change_atoms(mol, [&](VXAtomBase& atom) { atom.SetName(names[atom.GetIdx()]); });
 }
 
 void set_formal_charges(VXGraphMol& mol, const py::object& values) {
@@ -347,7 +344,6 @@ MoleculePtr new_molecule(const py::object& coordinates, const py::object& elemen
   compute([&, all = elements_of(elements, xyz.shape(0)), from = xyz.data()] {
     for (const unsigned int element : all) mol->AddAtom(element);
     mol->SetCoords(from);
-    return true;
   });
   mol->SetTitle(bytes_of(title, "title"));
   if (!bonds.is_none()) add_bonds(*mol, bonds);
@@ -369,7 +365,6 @@ std::string repr(const VXGraphMol& mol) {
   std::size_t residues = 0;
   compute([&] {
     for (VXIter<VXResidue> residue = VXGetResidues(mol); residue; ++residue) ++residues;
-    return true;
   });
   return "Molecule(" + std::string(py::repr(text_of(mol.GetTitle()))) + counted(mol.NumAtoms(), "atom") +
          counted(mol.NumBonds(), "bond") + (residues ? counted(residues, "residue") : "") + ")";
@@ -447,7 +442,6 @@ void assign_radii(VXGraphMol& mol, const std::string& kind) {
       VXAssignBondiVdWRadii(mol);
     else
       AssignZemoMolRadii(mol);
-    return true;
   });
 }
 
@@ -465,17 +459,11 @@ py::tuple three(const char* what, const Get& get) {
 
 void rotate(VXGraphMol& mol, const py::object& matrix) {
   const Doubles rows = numbers<Doubles>(matrix, "matrix", {3, 3});
-  compute([&, matrix_rows = rows.data()] {
-    VXRotate(mol, matrix_rows);
-    return true;
-  });
+  compute([&, matrix_rows = rows.data()] { VXRotate(mol, matrix_rows); });
 }
 
 void translate(VXGraphMol& mol, const py::object& vector) {
-  compute([&, xyz = xyz_of(vector, "vector")] {
-    VXTranslate(mol, xyz.data());
-    return true;
-  });
+  compute([&, xyz = xyz_of(vector, "vector")] { VXTranslate(mol, xyz.data()); });
 }
 
 MoleculePtr from_record(const py::bytes& bytes) {
@@ -496,8 +484,7 @@ void bind_elements(py::module_& module) {
       [](const std::string& symbol) {
         const unsigned int number = VXGetAtomicNum(symbol);
         if (number == 0)
-          throw py::value_error("symbol: that of an element was wanted, " +
-                                std::string(py::repr(text_of(symbol))) + " came");
+          throw py::value_error("symbol: that of an element was wanted, " + shown(text_of(symbol)) + " came");
         return number;
       },
       py::arg("symbol"), "The atomic number of an element's symbol in any letter case; 1 for D too.");

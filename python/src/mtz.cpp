@@ -2,10 +2,10 @@
 #include <cmath>
 #include <filesystem>
 #include <initializer_list>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -87,9 +87,20 @@ VXMTZColumns usual_columns(const MtzFile& mtz) {
 
 using Label = std::optional<std::string>;
 
+Label label_of(const py::object& given, const char* name) {
+  return given.is_none() ? Label() : bytes_of(given, name);
+}
+
 /// Labels that a caller gives in the place of the usual ones.
 struct Given {
   Label amplitude, phase, calculated, sigma;
+
+  Given(const py::object& amplitude_label, const py::object& phase_label, const py::object& calculated_label,
+        const py::object& sigma_label)
+      : amplitude(label_of(amplitude_label, "amplitude")),
+        phase(label_of(phase_label, "phase")),
+        calculated(label_of(calculated_label, "calculated")),
+        sigma(label_of(sigma_label, "sigma")) {}
 
   void Put(VXMTZColumns& columns, unsigned int type) const {
     using namespace VXMTZMapType;
@@ -156,9 +167,8 @@ Labels map_types_of(const MtzFile& mtz) {
   Labels types;
   for (const char* type : kMapTypes) {
     const Labels labels = VXMTZMapLabels(VXMTZMapTypeFromString(type), columns);
-    if (std::all_of(labels.begin(), labels.end(), [&](const std::string& label) {
-          return std::find(mtz.labels.begin(), mtz.labels.end(), label) != mtz.labels.end();
-        }))
+    if (std::all_of(labels.begin(), labels.end(),
+                    [&](const std::string& label) { return has_label(mtz, label); }))
       types.emplace_back(type);
   }
   return types;
@@ -166,10 +176,11 @@ Labels map_types_of(const MtzFile& mtz) {
 
 // --- columns ---
 
-Labels labels_of_types(const MtzFile& mtz, const char* types) {
-  Labels labels;
+/// The labels of columns of some one-letter types; of all without.
+py::list labels_of_types(const MtzFile& mtz, std::string_view types = {}) {
+  py::list labels;
   for (std::size_t i = 0; i < mtz.labels.size(); ++i)
-    if (std::string(types).find(mtz.types[i]) != std::string::npos) labels.push_back(mtz.labels[i]);
+    if (types.empty() || types.find(mtz.types[i]) != types.npos) labels.append(text_of(mtz.labels[i]));
   return labels;
 }
 
@@ -222,17 +233,12 @@ constexpr Role kRoles[] = {
 VXMTZColumnNames names_for(const MtzFile& mtz, const py::object& labels) {
   VXMTZColumnNames names = VXUsualMTZColumnNames(mtz.labels);
   if (labels.is_none()) return names;
-  std::map<std::string, std::string> given;
-  try {
-    given = labels.cast<std::map<std::string, std::string>>();
-  } catch (const py::cast_error&) {
-    throw py::type_error("labels: a dict of columns to labels, both str, was wanted, " + shown(labels) +
-                         " came");
-  }
-  for (const auto& [column, label] : given) {
-    const auto* const role =
-        std::find_if(std::begin(kRoles), std::end(kRoles),
-                     [&, &wanted = column](const Role& each) { return wanted == each.name; });
+  if (!py::isinstance<py::dict>(labels))
+    throw py::type_error("labels: a dict of columns to labels was wanted, " + shown(labels) + " came");
+  for (const auto& [key, value] : py::reinterpret_borrow<py::dict>(labels)) {
+    const std::string column = bytes_of(key, "labels"), label = bytes_of(value, "labels");
+    const auto* const role = std::find_if(std::begin(kRoles), std::end(kRoles),
+                                          [&](const Role& each) { return column == each.name; });
     if (role == std::end(kRoles))
       throw py::value_error("labels: " + column + " is no column that is read from an MTZ file");
     place_of(mtz, label);
@@ -287,20 +293,15 @@ void bind_mtz(py::module_& module) {
       .def("__getitem__", &column, py::arg("label"))
       .def("__contains__",
            [](const MtzFile& m, const py::object& label) {
-             return py::isinstance<py::str>(label) && has_label(m, bytes_of(py::str(label), "label"));
+             return py::isinstance<py::str>(label) && has_label(m, bytes_of(label, "label"));
            })
-      .def("__iter__",
-           [](const MtzFile& m) {
-             py::list all;
-             for (const std::string& label : m.labels) all.append(text_of(label));
-             return py::iter(all);
-           })
+      .def("__iter__", [](const MtzFile& m) { return py::iter(labels_of_types(m)); })
       .def("__len__", [](const MtzFile& m) { return m.labels.size(); })
       .def(
           "make_map",
-          [](const MtzFile& m, const std::string& type, const Label& amplitude, const Label& phase,
-             const Label& calculated, const Label& sigma) {
-            return make_map(m, type, {amplitude, phase, calculated, sigma});
+          [](const MtzFile& m, const std::string& type, const py::object& amplitude, const py::object& phase,
+             const py::object& calculated, const py::object& sigma) {
+            return make_map(m, type, Given(amplitude, phase, calculated, sigma));
           },
           py::arg("map_type") = "Fwt", py::kw_only(), py::arg("amplitude") = py::none(),
           py::arg("phase") = py::none(), py::arg("calculated") = py::none(), py::arg("sigma") = py::none(),
@@ -320,9 +321,9 @@ void bind_mtz(py::module_& module) {
 
   module.def(
       "read_mtz",
-      [](const std::filesystem::path& path, const std::string& type, const Label& amplitude,
-         const Label& phase, const Label& calculated, const Label& sigma) {
-        return make_map(open_mtz(path), type, {amplitude, phase, calculated, sigma});
+      [](const std::filesystem::path& path, const std::string& type, const py::object& amplitude,
+         const py::object& phase, const py::object& calculated, const py::object& sigma) {
+        return make_map(open_mtz(path), type, Given(amplitude, phase, calculated, sigma));
       },
       py::arg("path"), py::arg("map_type") = "Fwt", py::kw_only(), py::arg("amplitude") = py::none(),
       py::arg("phase") = py::none(), py::arg("calculated") = py::none(), py::arg("sigma") = py::none(),

@@ -406,7 +406,6 @@ py::tuple map_coefficients(const Reflections& r, const std::string& map_type) {
     amplitudes.resize(set->GetCount());
     phases.resize(set->GetCount());
     for (unsigned int i = 0; i < set->GetCount(); ++i) set->GetAmpPhase(amplitudes[i], phases[i], i, type);
-    return true;
   });
   return py::make_tuple(array_of(std::move(amplitudes)), array_of(std::move(phases)));
 }

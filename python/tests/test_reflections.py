@@ -49,6 +49,21 @@ def test_columns_are_those_of_the_file(crystal: vxgrid.Reflections) -> None:
     assert mtz.map_types[:2] == ["Fwt", "Fdelwt"] and mtz.flags == ["FREE"]
 
 
+def test_labels_and_names_of_files_may_be_no_utf8(tmp_path: Path) -> None:
+    file = tmp_path / "\udce8.mtz"
+    file.write_bytes(MTZ.read_bytes().replace(b"COLUMN FP ", b"COLUMN F\xe9 "))
+    mtz = vxgrid.MtzFile(file)
+    assert "F\udce9" in mtz and mtz.amplitudes[0] == "F\udce9"
+    observed = mtz["F\udce9"]
+    np.testing.assert_array_equal(vxgrid.read_reflections(file, labels={"fobs": "F\udce9"}).columns["fobs"], observed)
+    whole = vxgrid.read_mtz(MTZ, "Fo", amplitude="FP")
+    np.testing.assert_array_equal(vxgrid.read_mtz(file, "Fo", amplitude="F\udce9").values, whole.values)
+    with pytest.raises(ValueError, match="\udce8.mtz: no column FP; there are .* F\udce9:F "):
+        mtz.make_map("Fo", amplitude="FP")
+    with pytest.raises(KeyError, match="udcea"):
+        mtz["\udcea"]
+
+
 def test_views_stay_as_they_are_while_the_set_changes() -> None:
     reflections = one_reflection()
     view = reflections.columns["fobs"]

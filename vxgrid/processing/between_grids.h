@@ -20,7 +20,7 @@ VXGRID_API void vi_int_btw_grids(GridStruct source, GridStruct target, int mode)
 
 /// Mode 2 into a target that nobody keeps: `take` gets its planes, xdim * ydim floats each, one z after the
 /// other, with 0 at the points outside the source. target.floats is not looked at.
-void vi_int_btw_grids_by_plane(GridStruct source, GridStruct target,
-                               const std::function<void(const float*)>& take);
+VXGRID_API void vi_int_btw_grids_by_plane(GridStruct source, GridStruct target,
+                                          const std::function<void(const float*)>& take);
 
 }  // namespace VXCore
